@@ -1,0 +1,33 @@
+// Listing a directory: the record that each step fills, the opaque handle and the iterator behind it.
+//
+// A handle is used by one thread at a time. Nothing here records an error.
+#pragma once
+
+#include "host/Export.h"
+#include "host/QuillFileString.h"
+
+enum EQuillFileType : int {
+  /// A regular file, any other item that is not a directory, or a symbolic link whose target is missing.
+  kQuillFileTypeFile = 0,
+  /// A directory, or a symbolic link to one.
+  kQuillFileTypeDirectory = 1,
+};
+
+/// What one step of a listing delivers; the caller owns it.
+struct FindFileInfo {
+  EQuillFileType type = kQuillFileTypeFile;
+  /// The entry's name without its directory, in Normalization Form C; "/" for the root.
+  QuillFileString path;
+};
+
+/// Stands for a running listing. The caller owns it until it hands it to FindClose.
+struct QuillFileFindRef;
+
+/// What a handle of this layer points to.
+class QUILL_EXPORT IFileIterator {
+ public:
+  virtual ~IFileIterator();
+
+  /// Fills \p info with the next entry and answers true; answers false at the end and leaves it untouched.
+  virtual bool GetNextItem(FindFileInfo* info) = 0;
+};

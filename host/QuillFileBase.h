@@ -1,0 +1,32 @@
+// The host's base of every file object: public writing in terms of the object's write primitives.
+//
+// The bodies of Write and Append are the host's. They answer with a bool and let no exception of the platform out.
+// Threads and ownership as in QuillFile.h.
+#pragma once
+
+#include "host/QuillFile.h"
+
+class CoreFileManager;
+
+class QUILL_EXPORT QuillFileBase : public IQuillFileReadWriteTemp, public IQuillFileAppendOnly {
+ public:
+  ~QuillFileBase() override;
+
+  bool Write(const void* data, unsigned long count) override;
+  bool Append(const void* data, unsigned long count) override;
+
+  /// Writes at the position, as Write, but lets a failure of the platform out as foundation::NSException.
+  virtual bool prvWrite(const void* data, unsigned long count) = 0;
+
+  /// Writes at the end of the file, as Append, but lets a failure of the platform out as foundation::NSException.
+  virtual bool prvAppend(const void* data, unsigned long count) = 0;
+
+  /// Marks the file to be removed from disk, by its path, after the object's destruction has closed it.
+  virtual void setAutoDelete(bool flag) = 0;
+
+ protected:
+  /// \p owner is the manager that opened the file. It must outlive the object if the object is written to.
+  explicit QuillFileBase(CoreFileManager& owner) noexcept : manager(&owner) {}
+
+  CoreFileManager* manager;
+};

@@ -1,0 +1,40 @@
+#include "platform/darwin/DirectoryReader.h"
+
+#include <dirent.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace darwin {
+namespace {
+
+bool IsDotOrDotDot(const char* name) noexcept {
+  return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+}  // namespace
+
+DirectoryReader::DirectoryReader(FileDescriptor open)
+    : directory(std::move(open)), buffer(std::make_unique_for_overwrite<std::byte[]>(kBufferSize)) {}
+
+bool DirectoryReader::Fill() {
+  const ssize_t got = ::getdents64(directory.get(), buffer.get(), kBufferSize);
+  // A directory that was removed while it is read has come to its end (getdents(2)).
+  if (got < 0 && errno != ENOENT) failure = errno;
+  position = 0;
+  filled = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+  return filled > 0;
+}
+
+const DirectoryReader::Entry* DirectoryReader::Next() {
+  for (;;) {
+    if (position == filled && (failure != 0 || !Fill())) return nullptr;
+    const auto* record = reinterpret_cast<const dirent64*>(buffer.get() + position);
+    position += record->d_reclen;
+    if (IsDotOrDotDot(record->d_name)) continue;
+    current = {record->d_name, record->d_ino, record->d_type};
+    return &current;
+  }
+}
+
+}  // namespace darwin

@@ -1,0 +1,44 @@
+// Streams the entries of a directory, in the file system's order, with memory that does not grow.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "platform/darwin/FileDescriptor.h"
+
+namespace darwin {
+
+class DirectoryReader {
+ public:
+  struct Entry {
+    /// Valid until the next call of Next.
+    const char* name;
+    std::uint64_t inode;
+    /// DT_DIR, DT_LNK and so on; DT_UNKNOWN where the file system does not tell.
+    unsigned char type;
+  };
+
+  /// \p directory must be open for reading; the reader closes it.
+  explicit DirectoryReader(FileDescriptor directory);
+
+  /// The next entry, never "." or ".."; null at the end and on a failure, which error() then tells.
+  const Entry* Next();
+
+  int error() const noexcept { return failure; }
+  int descriptor() const noexcept { return directory.get(); }
+
+ private:
+  bool Fill();
+
+  static constexpr std::size_t kBufferSize = 32 * 1024;
+
+  FileDescriptor directory;
+  std::unique_ptr<std::byte[]> buffer;
+  std::size_t position = 0;
+  std::size_t filled = 0;
+  int failure = 0;
+  Entry current{};
+};
+
+}  // namespace darwin

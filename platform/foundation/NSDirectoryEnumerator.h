@@ -1,0 +1,34 @@
+// The direct children of a directory, in the file system's order, one at a time.
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "platform/foundation/NSString.h"
+
+namespace darwin {
+class DirectoryReader;
+}
+
+namespace foundation {
+
+class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
+ public:
+  /// Null when the directory cannot be read.
+  static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);
+
+  /// The next name, never "." or ".."; null at the end and ever after. It does not descend.
+  RetainPtr<NSString> nextObject();
+
+  /// Whether the entry returned last is a directory now, following a link; asks the kernel only where the listing has
+  /// not told already.
+  bool lastIsDirectory();
+
+ private:
+  explicit NSDirectoryEnumerator(std::unique_ptr<darwin::DirectoryReader> open) noexcept;
+  ~NSDirectoryEnumerator() override;
+
+  std::unique_ptr<darwin::DirectoryReader> reader;
+};
+
+}  // namespace foundation

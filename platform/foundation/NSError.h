@@ -1,0 +1,28 @@
+// The reason of a failed platform operation: a domain and a code. Made only when something failed.
+#pragma once
+
+#include "platform/foundation/NSString.h"
+
+namespace foundation {
+
+/// The domains that the layer compares with. Codes of NSPOSIXErrorDomain are errno values of this system.
+QUILL_EXPORT NSString* NSCocoaErrorDomain();
+QUILL_EXPORT NSString* NSPOSIXErrorDomain();
+
+class QUILL_EXPORT NSError final : public NSObject {
+ public:
+  /// \p domain may be nil.
+  static RetainPtr<NSError> errorWithDomain(NSString* domain, long code);
+
+  NSString* domain() const noexcept { return domainName.get(); }
+  long code() const noexcept { return number; }
+
+ private:
+  NSError(NSString* domain, long code) noexcept : domainName(domain), number(code) {}
+  ~NSError() override = default;
+
+  RetainPtr<NSString> domainName;
+  long number;
+};
+
+}  // namespace foundation

@@ -1,0 +1,17 @@
+// What a file handle raises when the platform fails under it.
+#pragma once
+
+#include <system_error>
+
+#include "host/Export.h"
+
+namespace foundation {
+
+/// The code is the errno of the call that failed, in std::generic_category.
+class QUILL_EXPORT NSException : public std::system_error {
+ public:
+  NSException(int posixError, const char* operation);
+  ~NSException() override;
+};
+
+}  // namespace foundation

@@ -1,0 +1,47 @@
+// What an item's attribute dictionary holds, typed. A key that is absent is an empty optional.
+#pragma once
+
+#include <optional>
+
+#include "platform/darwin/ItemStatus.h"
+#include "platform/foundation/NSString.h"
+
+namespace foundation {
+
+enum class NSFileType { kRegular, kDirectory, kSymbolicLink, kSocket, kCharacterSpecial, kBlockSpecial, kUnknown };
+
+/// The keys that may be set on an item.
+struct NSSettableAttributes {
+  std::optional<unsigned> groupOwnerAccountID;
+  std::optional<unsigned> ownerAccountID;
+  std::optional<unsigned> posixPermissions;
+};
+
+/// The attributes of one item at the time of the question. The creator code lives in an extended attribute and is
+/// looked up, by path, when it is asked for.
+class QUILL_EXPORT NSFileAttributes {
+ public:
+  NSFileAttributes(const NSString* path, const darwin::ItemStatus& status) noexcept
+      : itemPath(const_cast<NSString*>(path)), status(status) {}
+
+  NSFileType fileType() const noexcept;
+  long long fileSize() const noexcept { return status.size; }
+  /// Seconds since 1970-01-01 00:00:00 UTC.
+  std::optional<double> creationDate() const noexcept;
+  std::optional<double> modificationDate() const noexcept;
+  std::optional<unsigned long> hfsCreatorCode() const;
+  /// Group, owner and permission bits, as one directory hands them down to another.
+  NSSettableAttributes ownership() const noexcept;
+
+ private:
+  RetainPtr<NSString> itemPath;
+  darwin::ItemStatus status;
+};
+
+/// A volume's sizes in bytes.
+struct NSFileSystemAttributes {
+  double systemSize = 0;
+  double systemFreeSize = 0;
+};
+
+}  // namespace foundation

@@ -1,0 +1,58 @@
+// Questions about paths, and changes at paths, as Foundation answers and makes them.
+//
+// Every path may be nil, which names nothing. Errors: an operation with an error out-variable fills it, when it fails,
+// in NSPOSIXErrorDomain with the errno; a null variable means that nobody asks. The one instance keeps no state and may
+// be used by any thread.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+
+#include "platform/foundation/NSError.h"
+#include "platform/foundation/NSFileAttributes.h"
+#include "platform/foundation/NSString.h"
+
+namespace foundation {
+
+class NSDirectoryEnumerator;
+
+/// What an operation sees when the last component of its path is a symbolic link.
+enum class NSFinalLink { kItself, kTarget };
+
+class QUILL_EXPORT NSFileManager {
+ public:
+  static NSFileManager* defaultManager() noexcept;
+
+  /// Follows links; *isDirectory is written only when the item exists.
+  bool fileExistsAtPath(const NSString* path, bool* isDirectory = nullptr);
+  /// Asked for the effective user.
+  bool isReadableFileAtPath(const NSString* path);
+  bool isWritableFileAtPath(const NSString* path);
+
+  /// kTarget answers as for the path with every link in it resolved.
+  std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink);
+  std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path);
+  /// Sets what is present, owner and group before the permissions; the rest is set even when one is refused.
+  bool setAttributesOfItemAtPath(const NSSettableAttributes& attributes, const NSString* path);
+
+  /// Creates an empty file, or empties an existing one.
+  bool createFileAtPath(const NSString* path);
+  /// Creates one level with the platform's default mode.
+  bool createDirectoryAtPath(const NSString* path, RetainPtr<NSError>* error);
+  /// Whether the directory has at least one entry; false as well when it cannot be read.
+  bool directoryHasContentsAtPath(const NSString* path);
+
+  /// Copies a file or a whole tree, all or nothing; never onto anything that exists.
+  bool copyItemAtPath(const NSString* from, const NSString* to, RetainPtr<NSError>* error);
+
+  /// Null when the path cannot be enumerated.
+  RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);
+
+  /// Null when there is none.
+  RetainPtr<NSString> currentDirectoryPath();
+  /// The link's text; null when it cannot be read.
+  RetainPtr<NSString> destinationOfSymbolicLinkAtPath(const NSString* path);
+  RetainPtr<NSString> stringWithFileSystemRepresentation(const char* bytes, std::size_t length);
+};
+
+}  // namespace foundation

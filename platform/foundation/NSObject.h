@@ -1,0 +1,78 @@
+// The root of the platform objects, and the pointer that owns one.
+//
+// Objects count their owners. Factories return RetainPtr<T>; functions take T*, where null means nil and gives the nil
+// answer; owners keep a RetainPtr<T>. The count is atomic, so objects may move between threads, but each object is used
+// by one thread at a time.
+#pragma once
+
+#include <atomic>
+#include <utility>
+
+#include "host/Export.h"
+
+namespace foundation {
+
+class QUILL_EXPORT NSObject {
+ public:
+  NSObject(const NSObject&) = delete;
+  NSObject& operator=(const NSObject&) = delete;
+
+ protected:
+  /// Born with one owner; see Adopt.
+  NSObject() noexcept = default;
+  virtual ~NSObject();
+
+ private:
+  template <typename T>
+  friend class RetainPtr;
+
+  void retain() const noexcept { owners.fetch_add(1, std::memory_order_relaxed); }
+  void release() const noexcept {
+    if (owners.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+  }
+
+  mutable std::atomic<int> owners{1};
+};
+
+template <typename T>
+class RetainPtr {
+ public:
+  RetainPtr() noexcept = default;
+  RetainPtr(std::nullptr_t) noexcept {}
+  /// Becomes one more owner of \p shared.
+  explicit RetainPtr(T* shared) noexcept : object(shared) {
+    if (object) object->retain();
+  }
+  RetainPtr(const RetainPtr& other) noexcept : RetainPtr(other.object) {}
+  RetainPtr(RetainPtr&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
+  template <typename U>
+  RetainPtr(RetainPtr<U> other) noexcept : object(other.Leak()) {}
+  ~RetainPtr() {
+    if (object) object->release();
+  }
+
+  RetainPtr& operator=(RetainPtr other) noexcept {
+    std::swap(object, other.object);
+    return *this;
+  }
+
+  /// Takes over the one owner with which \p born came into the world.
+  static RetainPtr Adopt(T* born) noexcept {
+    RetainPtr result;
+    result.object = born;
+    return result;
+  }
+
+  /// Gives up ownership without releasing.
+  T* Leak() noexcept { return std::exchange(object, nullptr); }
+
+  T* get() const noexcept { return object; }
+  T* operator->() const noexcept { return object; }
+  T& operator*() const noexcept { return *object; }
+  explicit operator bool() const noexcept { return object != nullptr; }
+
+ private:
+  T* object = nullptr;
+};
+
+}  // namespace foundation

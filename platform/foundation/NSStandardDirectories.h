@@ -1,0 +1,16 @@
+// Where this user's directories are.
+#pragma once
+
+#include "platform/foundation/NSString.h"
+
+namespace foundation {
+
+enum class NSSearchPathDirectory { kDocument = 9, kDesktop = 12, kCaches = 13, kDownloads = 15 };
+
+/// $HOME when it is absolute, else the password database; null when neither knows.
+RetainPtr<NSString> NSHomeDirectory();
+
+/// The first entry in the user's domain, absolute, tilde expanded; null when there is none.
+RetainPtr<NSString> NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory directory);
+
+}  // namespace foundation

@@ -1,0 +1,74 @@
+// The platform string: immutable text, kept as the bytes that it was given.
+//
+// Made from text that must be valid UTF-8, or from a name that the file system delivered, which may be anything but
+// NUL. A string and its bytes are one allocation. Every function here accepts nil (null) and gives the nil answer.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "platform/foundation/NSObject.h"
+
+namespace foundation {
+
+class NSCharacterSet;
+
+class QUILL_EXPORT NSString final : public NSObject {
+ public:
+  /// Null for null and for text that is not valid UTF-8.
+  static RetainPtr<NSString> stringWithUTF8String(const char* text);
+
+  /// Any bytes without NUL, as a file system gives them; never null.
+  static RetainPtr<NSString> stringWithFileSystemBytes(std::string_view bytes);
+
+  /// The bytes, NUL-terminated; valid while the string lives.
+  const char* UTF8String() const noexcept { return Bytes(); }
+  const char* fileSystemRepresentation() const noexcept { return Bytes(); }
+  std::string_view view() const noexcept { return {Bytes(), length}; }
+
+  bool isEqualToString(const NSString* other) const noexcept;
+  bool containsString(std::string_view part) const noexcept { return view().find(part) != std::string_view::npos; }
+  bool hasPrefix(std::string_view prefix) const noexcept;
+  bool hasSuffix(std::string_view suffix) const noexcept;
+  /// Every character is ASCII.
+  bool canBeConvertedToASCII() const noexcept;
+
+  RetainPtr<NSString> stringByAppendingString(std::string_view tail) const;
+  RetainPtr<NSString> stringByReplacingOccurrencesOfString(std::string_view from, std::string_view to) const;
+  /// The first \p bytes bytes.
+  RetainPtr<NSString> substringToIndex(std::size_t bytes) const;
+
+  /// Normalization Form C (UAX #15). Bytes that are not UTF-8 stay as they are.
+  RetainPtr<NSString> precomposedStringWithCanonicalMapping() const;
+
+  /// Joined by exactly one "/"; an empty string gives the component alone.
+  RetainPtr<NSString> stringByAppendingPathComponent(std::string_view component) const;
+  /// The components without separators; an absolute path begins with "/". The views live as long as this string.
+  std::vector<std::string_view> pathComponents() const;
+  /// A leading "~" or "~user" replaced by that home directory; any other path, and an unknown user, unchanged.
+  RetainPtr<NSString> stringByExpandingTildeInPath() const;
+
+  /// Every byte outside \p allowed, and every character outside ASCII whatever the set holds, as "%" and two upper-case
+  /// hexadecimal digits. Null when the text is not UTF-8.
+  RetainPtr<NSString> stringByAddingPercentEncodingWithAllowedCharacters(const NSCharacterSet& allowed) const;
+  /// Null when an escape is malformed, or the result is not UTF-8 or holds NUL.
+  RetainPtr<NSString> stringByRemovingPercentEncoding() const;
+
+ private:
+  explicit NSString(std::size_t size) noexcept : length(size) {}
+  ~NSString() override = default;
+  static RetainPtr<NSString> WithLength(std::size_t length);
+  static RetainPtr<NSString> Joined(std::string_view head, std::string_view middle, std::string_view tail);
+
+  const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
+  char* MutableBytes() noexcept { return reinterpret_cast<char*>(this + 1); }
+
+  static void* operator new(std::size_t object, std::size_t bytes);
+  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory, std::size_t bytes) noexcept;
+
+  std::size_t length;
+};
+
+}  // namespace foundation

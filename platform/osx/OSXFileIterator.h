@@ -1,0 +1,38 @@
+// The iterators behind find handles: over the entries of a directory, and over the volumes.
+#pragma once
+
+#include <cstddef>
+
+#include "host/FindFile.h"
+#include "platform/foundation/NSObject.h"
+
+namespace foundation {
+class NSDirectoryEnumerator;
+class NSString;
+}  // namespace foundation
+
+class OSXFileIterator final : public IFileIterator {
+ public:
+  OSXFileIterator() noexcept;
+  ~OSXFileIterator() override;
+
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
+
+  /// False when the directory cannot be enumerated.
+  bool Init(const QuillFileString& directory);
+  bool GetNextItem(FindFileInfo* info) override;
+
+ private:
+  foundation::RetainPtr<foundation::NSDirectoryEnumerator> enumerator;
+  foundation::RetainPtr<foundation::NSString> basePath;
+};
+
+/// The root is delivered by FindFirstRoot itself; there is no further volume.
+class TrivialVolumeIterator final : public IFileIterator {
+ public:
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
+
+  bool GetNextItem(FindFileInfo* info) override;
+};

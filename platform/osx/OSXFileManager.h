@@ -1,0 +1,113 @@
+// The platform file manager: most operations of the CoreFileManager table over Foundation.
+//
+// A host derives its own manager from this class and completes the twelve operations that are left abstract: the ten
+// that belong to the host alone, FileGetTempPath and DirGetTemp. What each operation promises is written at
+// CoreFileManager; threads and errors likewise.
+//
+// These operations call others through the table, so that an override takes effect inside the layer:
+//
+//   FileOpen               FileIsDir
+//   every open             FileGetTempPath (with kQuillOpenTemp)
+//   FileGetLSize           FileOpenReadOnly, FileIsDir
+//   FileGetSpaceAvailable  FileGetDiskSpace
+//   DirDeleteWithContents  FileExists
+//   FileOrDirCopy, -Move   FileExists, FileIsDir, DirDeleteWithContents, FileDelete
+//   FileCreateTempInDir    DirEnsure
+//   FileCreateTemp, Dir-   DirGetTemp
+//   _PathCanonicalizeSymLink  FileIsSymLink
+//
+// and all of them SetLastError, except for the codes that are stored unobserved: kQuillErrNotFound and
+// kQuillErrCannotClearDestination of copy and move, kQuillErrNotFound of DirDeleteWithContents, and every code of
+// FileCreateSymLink and FileReadSymLink.
+#pragma once
+
+#include <cstddef>
+
+#include "host/CoreFileManager.h"
+
+class FILEWrapper;
+
+namespace foundation {
+class NSFileManager;
+}
+
+class QUILL_EXPORT OSXFileManager : public CoreFileManager {
+ public:
+  OSXFileManager();
+  ~OSXFileManager() override;
+
+  /// Managers live in the host's memory.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* memory) noexcept;
+
+  IQuillFileReadWriteTemp* FileOpenTemp() override;
+  IQuillFileAppendOnly* FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) override;
+  IQuillFileReadOnly* FileOpenReadOnly(const QuillFileString& path) override;
+  bool FileExists(const QuillFileString& path) override;
+  bool FileGetSize(const QuillFileString& path, long long& size) override;
+  bool FileDelete(const QuillFileString& path) override;
+  bool FileRename(const QuillFileString& newName, const QuillFileString& path) override;
+  bool FileGetDates(const QuillFileString& path, double& created, double& modified) override;
+  int FileGetEffectivePermissions(const QuillFileString& path) override;
+  QuillFileFindRef* FindFirst(const QuillFileString& directory, FindFileInfo& info) override;
+  bool FindNext(QuillFileFindRef* handle, FindFileInfo& info) override;
+  bool FindClose(QuillFileFindRef* handle) override;
+  bool DirGetCurrent(QuillFileString& directory) override;
+  bool DirEnsure(const QuillFileString& directory) override;
+  bool DirDelete(const QuillFileString& directory) override;
+  bool DirGetUserHomePath(QuillFileString& directory) override;
+  bool FileIsDir(const QuillFileString& path) override;
+  bool DirDeleteWithContents(const QuillFileString& path) override;
+  bool FileGetDiskSpace(const QuillFileString& path, double& freeBytes, double& totalBytes) override;
+  bool FileGetLSize(const QuillFileString& path, unsigned long long& size) override;
+  bool FileGetPathUrl(const QuillFileString& path, QuillFileString& url) override;
+  bool FileGetPathUrlPreVeranda(const QuillFileString& path, QuillFileString& url) override;
+  bool FileGetUrlPath(const QuillFileString& url, QuillFileString& path) override;
+  bool FileGetUrlPathPreVeranda(const QuillFileString& url, QuillFileString& path) override;
+  bool FileIsSymLink(const QuillFileString& path) override;
+  bool FileCreateSymLink(const QuillFileString& target, const QuillFileString& link) override;
+  bool FileReadSymLink(const QuillFileString& link, QuillFileString& target) override;
+  IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
+  bool DirGetUser(QuillFileString& directory) override;
+  bool DirGetDesktop(QuillFileString& directory) override;
+  bool DirGetDocuments(QuillFileString& directory) override;
+  bool FileCreateTemp(QuillFileString& path) override;
+  bool DirCreateTemp(QuillFileString& path) override;
+  bool FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination, bool clobber) override;
+  bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination, bool clobber) override;
+  QuillFileFindRef* FindFirstRoot(FindFileInfo& info) override;
+  bool FileGetSpaceAvailable(const QuillFileString& path, double& freeBytes) override;
+  int GetLastError() override;
+  unsigned int FileGetCreator(const QuillFileString& path) override;
+  bool FileCreateTempInDir(const QuillFileString& directory, QuillFileString& path) override;
+  bool DirCreateTempInDir(const QuillFileString& directory, QuillFileString& path) override;
+  bool DirGetCache(QuillFileString& directory) override;
+  void SetLastError(int code) override;
+
+  /// Gives \p path with each ":" turned into "/" and one "/" in front when it holds a ":"; unchanged otherwise. Always
+  /// true.
+  bool FileGetPOSIXPath(const QuillFileString& path, QuillFileString& result);
+
+  /// Creates an empty file or empties an existing one. Records kQuillErrIO; nothing when the path has no text.
+  bool _FileCreate(const QuillFileString& path);
+
+  /// Replaces the path of a symbolic link by the path that it points to, one step. False when it is no link (\p path
+  /// unchanged) or its text cannot be read (\p path without text). Records nothing.
+  bool _PathCanonicalizeSymLink(QuillFileString& path);
+
+ protected:
+  /// Records \p code through the table and answers false.
+  bool Fail(int code);
+
+ private:
+  FILEWrapper* _FileOpen(const QuillFileString& path, unsigned int flags);
+  bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
+  bool _FileOrDirCreateTemp(QuillFileString& result, bool directory);
+  bool _FileOrDirCreateTempInDir(const QuillFileString& directory, QuillFileString& result, bool isDirectory);
+
+  /// Stores \p code unseen by overrides of SetLastError and answers false.
+  bool FailUnobserved(int code);
+
+  int lastError = kQuillErrNone;
+  foundation::NSFileManager* fileManager;
+};

@@ -1,0 +1,86 @@
+#include "tests/support/Fixture.h"
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace quill_test {
+namespace {
+
+constexpr unsigned kNobody = 65534;
+
+}  // namespace
+
+QuillFileString Path(std::string_view text) {
+  QuillFileString path;
+  path.setUTF8(std::string(text).c_str());
+  return path;
+}
+
+std::string Text(const QuillFileString& path) { return path.getUTF8() ? path.getUTF8() : "(none)"; }
+
+std::string Contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file) << path;
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+void WriteFile(const std::string& path, std::string_view contents) {
+  std::ofstream file(path, std::ios::binary);
+  file.write(contents.data(), static_cast<std::streamsize>(contents.size()));
+  ASSERT_TRUE(file.flush()) << path;
+}
+
+int OpenDescriptors() {
+  DIR* directory = ::opendir("/proc/self/fd");
+  if (!directory) return -1;
+  int count = -3;  // ".", ".." and the descriptor of the listing itself
+  while (::readdir(directory)) ++count;
+  ::closedir(directory);
+  return count;
+}
+
+void AsOrdinaryUser(const std::string& directory, const std::function<void()>& body) {
+  if (::geteuid() != 0) return body();
+  ASSERT_EQ(0, ::chown(directory.c_str(), kNobody, kNobody));
+  std::fflush(nullptr);
+  const pid_t child = ::fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(2);
+    body();
+    std::fflush(nullptr);
+    ::_exit(::testing::Test::HasFailure() ? 1 : 0);
+  }
+  int status = 0;
+  ASSERT_EQ(child, ::waitpid(child, &status, 0));
+  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "failed as an ordinary user, wait status " << status;
+}
+
+DirectoryTest::DirectoryTest() = default;
+DirectoryTest::~DirectoryTest() = default;
+
+void DirectoryTest::SetUp() {
+  const char* base = std::getenv("TMPDIR");
+  std::string name = std::string(base ? base : "/tmp") + "/quill-test.XXXXXX";
+  ASSERT_NE(nullptr, ::mkdtemp(name.data()));
+  ASSERT_EQ(0, ::chmod(name.c_str(), 0755));
+  root = name;
+  descriptorsBefore = OpenDescriptors();
+}
+
+void DirectoryTest::TearDown() {
+  EXPECT_EQ(descriptorsBefore, OpenDescriptors()) << "a descriptor was left open";
+  std::error_code error;
+  std::filesystem::remove_all(root, error);
+  EXPECT_FALSE(error) << root << ": " << error.message();
+}
+
+}  // namespace quill_test

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
 #include "host/Export.h"
 
@@ -52,7 +53,7 @@ class QUILL_EXPORT QuillFileString {
 
   static constexpr std::size_t kInlineCapacity = 96;
 
-  void Replace(const char* head, std::size_t headLength, const char* tail, std::size_t tailLength);
+  void Replace(std::string_view head, std::string_view middle, std::string_view tail);
 
   char* text = nullptr;       // null without text, else inlineText or storage of its own
   char* end = nullptr;        // the NUL behind the text

@@ -1,0 +1,35 @@
+#include "platform/darwin/CanonicalPath.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <memory>
+
+#include "platform/darwin/NameLookup.h"
+
+namespace darwin {
+
+int CanonicalPath(const char* path, std::string& canonical) {
+  struct Free {
+    void operator()(char* text) const noexcept { std::free(text); }
+  };
+  std::unique_ptr<char, Free> resolved;
+  const int result = OnItem(path, [&resolved](const char* item) {
+    resolved.reset(::realpath(item, nullptr));
+    return resolved ? 0 : -1;
+  });
+  if (result != 0) return errno;
+  canonical = resolved.get();
+  return 0;
+}
+
+std::string ProgramPath() {
+  std::array<char, PATH_MAX> buffer;
+  const auto length = ::readlink("/proc/self/exe", buffer.data(), buffer.size());
+  return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
+}
+
+}  // namespace darwin

@@ -1,0 +1,48 @@
+#include "platform/darwin/DirectoryCalls.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <utility>
+
+#include "platform/darwin/DirectoryReader.h"
+#include "platform/darwin/ItemStatus.h"
+#include "platform/darwin/NameLookup.h"
+#include "platform/darwin/Retry.h"
+
+namespace darwin {
+
+int IsEmptyDirectory(const char* path, bool& empty) {
+  FileDescriptor directory(OnItem(path, [](const char* item) {
+    return Retry([item] { return ::open(item, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  }));
+  if (!directory) return errno;
+
+  DirectoryReader reader(std::move(directory));
+  const bool hasEntry = reader.Next() != nullptr;
+  if (!hasEntry && reader.error() != 0) return reader.error();
+  empty = !hasEntry;
+  return 0;
+}
+
+int SetCurrentDirectory(const char* path) {
+  return OnItem(path, [](const char* item) { return ::chdir(item); }) == 0 ? 0 : errno;
+}
+
+int EnsurePrivateDirectory(const char* path) {
+  const std::string place = PathForCreation(path);
+  if (::mkdir(place.c_str(), S_IRWXU) == 0) return 0;
+  if (errno != EEXIST) return errno;
+
+  ItemStatus status;
+  if (const int error = GetItemStatus(place.c_str(), FinalLink::kItself, status); error != 0) return error;
+  const bool isPrivate =
+      status.IsDirectory() && status.owner == EffectiveUser() && (status.mode & (S_IRWXG | S_IRWXO)) == 0;
+  return isPrivate ? 0 : EACCES;
+}
+
+unsigned EffectiveUser() noexcept { return ::geteuid(); }
+
+}  // namespace darwin

@@ -1,0 +1,19 @@
+// What is asked of whole directories beyond their entries. Each answers 0 or the errno; names are looked up as
+// NameLookup says. Any thread, but the current directory belongs to the whole process.
+#pragma once
+
+namespace darwin {
+
+/// Writes \p empty only on success.
+int IsEmptyDirectory(const char* path, bool& empty);
+
+int SetCurrentDirectory(const char* path);
+
+/// Makes sure that \p path is a directory that belongs to the effective user and that nobody else may enter. What
+/// stands there already is accepted only when it is just that (never through a link), else EACCES.
+int EnsurePrivateDirectory(const char* path);
+
+/// The effective user's number, as it stands in names.
+unsigned EffectiveUser() noexcept;
+
+}  // namespace darwin

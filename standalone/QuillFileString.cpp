@@ -1,0 +1,87 @@
+#include "host/QuillFileString.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr char kSeparator = '/';
+
+std::string_view WithoutSeparatorsAtEnd(std::string_view path) noexcept {
+  while (path.ends_with(kSeparator)) path.remove_suffix(1);
+  return path;
+}
+
+std::string_view WithoutSeparatorsAtStart(std::string_view path) noexcept {
+  while (path.starts_with(kSeparator)) path.remove_prefix(1);
+  return path;
+}
+
+}  // namespace
+
+QuillFileString::QuillFileString(const QuillFileString& other) { setUTF8(other.text); }
+
+QuillFileString& QuillFileString::operator=(const QuillFileString& other) {
+  if (this != &other) setUTF8(other.text);
+  return *this;
+}
+
+QuillFileString::~QuillFileString() { freeAll(); }
+
+void QuillFileString::setUTF8(const char* newText) {
+  if (!newText) return freeAll();
+  Replace(newText, {}, {});
+}
+
+void QuillFileString::appendLeaf(const char* leaf) {
+  if (!leaf || *leaf == '\0') return;
+  if (isEmpty()) return setUTF8(leaf);
+
+  const std::string_view tail = WithoutSeparatorsAtStart(leaf);
+  if (tail.empty()) return;
+  const std::string_view directory(text, static_cast<std::size_t>(end - text));
+  Replace(WithoutSeparatorsAtEnd(directory), {&kSeparator, 1}, tail);
+}
+
+bool QuillFileString::trimLeaf(QuillFileString* parent) {
+  if (isEmpty()) return false;
+
+  const std::string_view path = WithoutSeparatorsAtEnd({text, static_cast<std::size_t>(end - text)});
+  const std::size_t separator = path.find_last_of(kSeparator);
+  if (separator == std::string_view::npos) {
+    *(end = text) = '\0';
+    return false;
+  }
+  std::string_view directory = WithoutSeparatorsAtEnd(path.substr(0, separator));
+  if (directory.empty()) directory = path.substr(0, 1);  // the root keeps its separator
+
+  if (parent && parent != this) parent->Replace(directory, {}, {});  // first, as it alone can fail
+  *(end = text + directory.size()) = '\0';
+  return true;
+}
+
+void QuillFileString::freeAll() noexcept {
+  if (text != inlineText) delete[] text;
+  text = end = nullptr;
+  utf16 = nullptr;
+  originalFormat = kNoOriginal;
+}
+
+// The parts may lie inside the present text, so that is given up last.
+void QuillFileString::Replace(std::string_view head, std::string_view middle, std::string_view tail) {
+  const std::size_t length = head.size() + middle.size() + tail.size();
+  char assembled[kInlineCapacity];
+  char* const storage = length < kInlineCapacity ? assembled : new char[length + 1];
+
+  char* position = storage;
+  for (const std::string_view part : {head, middle, tail}) {
+    if (!part.empty()) std::memcpy(position, part.data(), part.size());
+    position += part.size();
+  }
+  *position = '\0';
+
+  freeAll();
+  text = storage == assembled ? inlineText : storage;
+  if (text == inlineText) std::memcpy(inlineText, assembled, length + 1);
+  end = text + length;
+  originalFormat = kOriginalUTF8;
+}

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <sstream>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,17 @@ bool FindDirectoryIn(CoreFileManager& manager, QuillFileString directory, const 
   if (!manager.FileIsDir(directory)) return false;
   found = directory;
   return true;
+}
+
+bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileString& leaf, QuillFileString& found) {
+  const char* value = std::getenv("XDG_DATA_DIRS");
+  std::istringstream list(value && *value ? value : "/usr/local/share:/usr/share");
+  for (std::string entry; std::getline(list, entry, ':');) {
+    QuillFileString directory;
+    directory.setUTF8(entry.c_str());
+    if (entry.starts_with('/') && FindDirectoryIn(manager, directory, leaf, found)) return true;
+  }
+  return false;
 }
 
 }  // namespace
@@ -106,18 +118,7 @@ bool CoreFileManager::DirGetAppResourceDir(QuillFileString& directory) {
   resources.setUTF8("resources");
   if (FindDirectoryIn(*this, beside, resources, directory)) return true;
 
-  const char* value = std::getenv("XDG_DATA_DIRS");
-  const std::string list = value && *value ? value : "/usr/local/share:/usr/share";
-  for (std::size_t start = 0; start < list.size();) {
-    const std::size_t stop = list.find(':', start);
-    const std::string entry = list.substr(start, stop - start);
-    QuillFileString shared;
-    shared.setUTF8(entry.c_str());
-    if (entry.starts_with('/') && FindDirectoryIn(*this, shared, name, directory)) return true;
-    if (stop == std::string::npos) break;
-    start = stop + 1;
-  }
-  return false;
+  return FindDirectoryInDataDirectories(*this, name, directory);
 }
 
 bool CoreFileManager::RedirectedFilePath(const QuillFileString& /*path*/, QuillFileString& /*redirected*/) {

@@ -15,14 +15,16 @@ struct NSSettableAttributes {
   std::optional<unsigned> groupOwnerAccountID;
   std::optional<unsigned> ownerAccountID;
   std::optional<unsigned> posixPermissions;
+
+  bool operator==(const NSSettableAttributes&) const = default;
 };
 
 /// The attributes of one item at the time of the question. The creator code lives in an extended attribute and is
 /// looked up, by path, when it is asked for.
 class QUILL_EXPORT NSFileAttributes {
  public:
-  NSFileAttributes(const NSString* path, const darwin::ItemStatus& status) noexcept
-      : itemPath(const_cast<NSString*>(path)), status(status) {}
+  NSFileAttributes(const NSString* path, const darwin::ItemStatus& now) noexcept
+      : itemPath(const_cast<NSString*>(path)), status(now) {}
 
   NSFileType fileType() const noexcept;
   long long fileSize() const noexcept { return status.size; }

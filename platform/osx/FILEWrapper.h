@@ -17,7 +17,7 @@ namespace foundation {
 class NSFileHandle;
 }
 
-class QUILL_EXPORT FILEWrapper final : public QuillFileBase {
+class QUILL_EXPORT FILEWrapper : public QuillFileBase {
  public:
   /// \p path is the name under which the non-null \p handle was opened. An exception leaves nothing behind.
   FILEWrapper(CoreFileManager& manager, const QuillFileString& path, foundation::NSFileHandle* handle, bool autoDelete);

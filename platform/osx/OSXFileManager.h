@@ -101,6 +101,7 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
 
  private:
   FILEWrapper* _FileOpen(const QuillFileString& path, unsigned int flags);
+  bool PrepareDestination(const QuillFileString& source, const QuillFileString& destination, bool clobber);
   bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
   bool _FileOrDirCreateTemp(QuillFileString& result, bool directory);
   bool _FileOrDirCreateTempInDir(const QuillFileString& directory, QuillFileString& result, bool isDirectory);

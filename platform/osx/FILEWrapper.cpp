@@ -1,0 +1,139 @@
+#include "platform/osx/FILEWrapper.h"
+
+#include <cerrno>
+#include <limits>
+
+#include "host/QuillErr.h"
+#include "host/Ravel.h"
+#include "platform/darwin/PathCalls.h"
+#include "platform/foundation/NSFileHandle.h"
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/PlatformString.h"
+
+using foundation::NSData;
+using foundation::NSFileHandle;
+using foundation::RetainPtr;
+
+FILEWrapper::FILEWrapper(CoreFileManager& owner, const QuillFileString& path, NSFileHandle* open, bool removeAtEnd)
+    : QuillFileBase(owner), handle(RetainPtr<NSFileHandle>(open)), fileName(path), autoDelete(removeAtEnd) {
+  fileSize = static_cast<long long>(handle->seekToEndOfFile());
+  handleOffset = fileSize;
+}
+
+FILEWrapper::~FILEWrapper() {
+  try {
+    handle->closeFile();
+  } catch (...) {
+    // Nobody is left to be told; the descriptor is released all the same.
+  }
+  handle = nullptr;
+  if (!autoDelete) return;
+  try {
+    int unreported = kQuillErrNone;
+    (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(fileName).get(), unreported);
+  } catch (...) {
+    // Out of memory: the file stays.
+  }
+}
+
+void* FILEWrapper::operator new(std::size_t size) { return Ravel::SystemNew(size, Ravel::kSystemDefault); }
+
+void FILEWrapper::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
+
+bool FILEWrapper::Tell(long long& result) {
+  result = position;
+  return true;
+}
+
+bool FILEWrapper::Size(long long& result) {
+  result = fileSize;
+  return true;
+}
+
+bool FILEWrapper::Seek(long long offset, EQuillFileSeek origin, long long& newPosition) {
+  long long base = position;
+  if (origin == kQuillFileSeekBegin) base = 0;
+  if (origin == kQuillFileSeekEnd) base = fileSize;
+
+  // The base is never negative, so only the upper end can overflow.
+  const bool tooFar = offset > std::numeric_limits<long long>::max() - base;
+  if (tooFar || base + offset < 0) {
+    lastError = kQuillErrIO;
+    newPosition = position = 0;
+    return false;
+  }
+  lastError = kQuillErrNone;
+  newPosition = position = base + offset;
+  return true;
+}
+
+void FILEWrapper::MoveHandleToPosition() {
+  handle->seekToFileOffset(static_cast<unsigned long long>(position));
+  handleOffset = position;
+}
+
+bool FILEWrapper::Read(void* buffer, unsigned long count, unsigned long& bytesRead) {
+  const int previousError = lastError;
+  lastError = kQuillErrNone;
+  if (position >= fileSize) {
+    bytesRead = 0;
+    return true;
+  }
+  if (previousError != kQuillErrNone || handleOffset != position) MoveHandleToPosition();
+
+  const long got = darwin::read(handle->fileDescriptor(), buffer, count);
+  if (got == -1) {
+    lastError = OSXFileSystemUtils::_PosixErrToQuillErr(errno);
+    bytesRead = 0;
+    return false;
+  }
+  bytesRead = static_cast<unsigned long>(got);
+  position += got;
+  handleOffset = position;
+  return true;
+}
+
+QuillFileString& FILEWrapper::GetFileName() { return fileName; }
+
+int FILEWrapper::GetLastError() { return lastError; }
+
+bool FILEWrapper::Truncate() {
+  lastError = kQuillErrNone;
+  handle->truncateFileAtOffset(static_cast<unsigned long long>(position));
+  fileSize = handleOffset = position;
+  return true;
+}
+
+bool FILEWrapper::Flush() {
+  handle->synchronizeFile();
+  lastError = kQuillErrNone;
+  return true;
+}
+
+void FILEWrapper::PositionForWriting(int previousError) {
+  if (position > fileSize) {
+    handle->truncateFileAtOffset(static_cast<unsigned long long>(position));
+    return MoveHandleToPosition();
+  }
+  if (previousError != kQuillErrNone || handleOffset != position) MoveHandleToPosition();
+}
+
+bool FILEWrapper::prvWrite(const void* data, unsigned long count) {
+  const int previousError = lastError;
+  lastError = kQuillErrNone;
+  PositionForWriting(previousError);
+
+  handle->writeData(NSData{data, count});
+  position += static_cast<long long>(count);
+  fileSize = handleOffset = static_cast<long long>(handle->seekToEndOfFile());
+  return true;
+}
+
+bool FILEWrapper::prvAppend(const void* data, unsigned long count) {
+  lastError = kQuillErrNone;
+  position = handleOffset = static_cast<long long>(handle->seekToEndOfFile());
+  (void)prvWrite(data, count);  // always true: a failure leaves as an exception
+  return true;
+}
+
+void FILEWrapper::setAutoDelete(bool flag) { autoDelete = flag; }

@@ -1,0 +1,35 @@
+#include "platform/osx/OSXFileIterator.h"
+
+#include "host/Ravel.h"
+#include "platform/foundation/NSDirectoryEnumerator.h"
+#include "platform/foundation/NSFileManager.h"
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/PlatformString.h"
+
+OSXFileIterator::OSXFileIterator() noexcept = default;
+
+OSXFileIterator::~OSXFileIterator() = default;
+
+void* OSXFileIterator::operator new(std::size_t size) { return Ravel::SystemNew(size, Ravel::kSystemDefault); }
+
+void OSXFileIterator::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
+
+bool OSXFileIterator::Init(const QuillFileString& directory) {
+  basePath = PlatformString(directory);
+  enumerator = foundation::NSFileManager::defaultManager()->enumeratorAtPath(basePath.get());
+  return static_cast<bool>(enumerator);
+}
+
+bool OSXFileIterator::GetNextItem(FindFileInfo* info) {
+  const auto name = enumerator->nextObject();
+  if (!name) return false;
+  (void)OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(name.get(), info->path, /*normalize=*/true);
+  info->type = enumerator->lastIsDirectory() ? kQuillFileTypeDirectory : kQuillFileTypeFile;
+  return true;
+}
+
+void* TrivialVolumeIterator::operator new(std::size_t size) { return Ravel::SystemNew(size, Ravel::kSystemDefault); }
+
+void TrivialVolumeIterator::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
+
+bool TrivialVolumeIterator::GetNextItem(FindFileInfo*) { return false; }

@@ -1,0 +1,67 @@
+// Ensuring a directory chain.
+
+#include "platform/foundation/NSFileManager.h"
+#include "platform/osx/OSXFileManager.h"
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/PlatformString.h"
+
+using foundation::NSError;
+using foundation::NSFileManager;
+using foundation::NSFinalLink;
+using foundation::NSSettableAttributes;
+using foundation::NSString;
+using foundation::RetainPtr;
+
+namespace {
+
+// Owner, group and permissions of the directory at hand; absent where they cannot be read.
+using Ownership = std::optional<NSSettableAttributes>;
+
+Ownership OwnershipOf(const NSString* directory) {
+  const auto attributes = NSFileManager::defaultManager()->attributesOfItemAtPath(directory, NSFinalLink::kTarget);
+  return attributes ? Ownership(attributes->ownership()) : std::nullopt;
+}
+
+// Gives a new directory what its parent has, as far as it is not so already, and tells what it has then. A refused
+// change stops nobody: the directory is there.
+Ownership Inherit(const Ownership& parent, const NSString* directory) {
+  const auto own = OwnershipOf(directory);
+  if (!parent || !own || *parent == *own) return own;
+  const bool all = NSFileManager::defaultManager()->setAttributesOfItemAtPath(*parent, directory);
+  return all ? parent : OwnershipOf(directory);
+}
+
+}  // namespace
+
+bool OSXFileManager::DirEnsure(const QuillFileString& directory) {
+  if (directory.isEmpty()) return false;
+  bool isDirectory = false;
+  if (_FileExists(directory, &isDirectory)) return isDirectory;
+
+  const auto text = PlatformString(directory);
+  if (!text) return false;
+  auto ensured = NSString::stringWithUTF8String("");
+  const auto here = NSString::stringWithUTF8String(".");
+  Ownership inherited;  // known below a directory that was created here
+  for (const auto component : text->pathComponents()) {
+    auto candidate = ensured->stringByAppendingPathComponent(component);
+    // Nothing can be missing from a directory that did not exist a moment ago, so only creation is tried there.
+    bool exists = !inherited && fileManager->fileExistsAtPath(candidate.get(), &isDirectory);
+    if (exists && !isDirectory) return false;
+
+    RetainPtr<NSError> error;
+    if (!exists && !fileManager->createDirectoryAtPath(candidate.get(), &error)) {
+      // Somebody else may have been quicker.
+      exists = fileManager->fileExistsAtPath(candidate.get(), &isDirectory) && isDirectory;
+      if (!exists) return Fail(OSXFileSystemUtils::_NSErrorToQuillErr(error.get()));
+    }
+    if (exists) {
+      inherited.reset();
+    } else {
+      if (!inherited) inherited = OwnershipOf(ensured->view().empty() ? here.get() : ensured.get());
+      inherited = Inherit(inherited, candidate.get());
+    }
+    ensured = std::move(candidate);
+  }
+  return true;
+}

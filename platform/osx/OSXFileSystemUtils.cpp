@@ -1,0 +1,106 @@
+#include "platform/osx/OSXFileSystemUtils.h"
+
+#include <cerrno>
+
+#include "host/QuillErr.h"
+#include "host/QuillFileString.h"
+#include "platform/foundation/NSError.h"
+#include "platform/foundation/NSString.h"
+#include "platform/foundation/NSURL.h"
+
+namespace OSXFileSystemUtils {
+namespace {
+
+// Cocoa's published error codes (FoundationErrors.h).
+enum CocoaError {
+  NSFileNoSuchFileError = 4,
+  NSFileLockingError = 255,
+  NSFileReadNoPermissionError = 257,
+  NSFileReadInvalidFileNameError = 258,
+  NSFileReadNoSuchFileError = 260,
+  NSFileWriteNoPermissionError = 513,
+  NSFileWriteInvalidFileNameError = 514,
+  NSFileWriteOutOfSpaceError = 640,
+};
+
+}  // namespace
+
+int _PosixErrToQuillErr(int posixError) noexcept {
+  switch (posixError) {
+    case EPERM:
+      return kQuillErrNotAFile;
+    case ENOENT:
+      return kQuillErrNotFound;
+    case EACCES:
+      return kQuillErrAccessDenied;
+    case EBUSY:
+      return kQuillErrInUse;
+    case EEXIST:
+      return kQuillErrAlreadyExists;
+    case ENOTDIR:
+      return kQuillErrNotADirectory;
+    case EINVAL:
+    case ELOOP:
+    case ENAMETOOLONG:
+      return kQuillErrIllegalPath;
+    case ENOSPC:
+    case EDQUOT:
+      return kQuillErrNoSpace;
+    case EROFS:
+      return kQuillErrReadOnlyMedia;
+    case ENOTEMPTY:
+      return kQuillErrDirNotEmpty;
+    case EIO:
+    default:
+      return kQuillErrIO;
+  }
+}
+
+int _CocoaErrToQuillErr(int cocoaError) noexcept {
+  switch (cocoaError) {
+    case NSFileNoSuchFileError:
+    case NSFileReadNoSuchFileError:
+      return kQuillErrNotFound;
+    case NSFileLockingError:
+      return kQuillErrInUse;
+    case NSFileReadNoPermissionError:
+    case NSFileWriteNoPermissionError:
+      return kQuillErrAccessDenied;
+    case NSFileReadInvalidFileNameError:
+    case NSFileWriteInvalidFileNameError:
+      return kQuillErrIllegalPath;
+    case NSFileWriteOutOfSpaceError:
+      return kQuillErrNoSpace;
+    default:
+      return kQuillErrIO;
+  }
+}
+
+int _NSErrorToQuillErr(const foundation::NSError* error) noexcept {
+  if (!error || error->code() == 0) return kQuillErrNone;
+  const foundation::NSString* domain = error->domain();
+  if (!domain) return kQuillErrIO;
+  const int code = static_cast<int>(error->code());  // the tables take the low 32 bits
+  if (domain->isEqualToString(foundation::NSCocoaErrorDomain())) return _CocoaErrToQuillErr(code);
+  if (domain->isEqualToString(foundation::NSPOSIXErrorDomain())) return _PosixErrToQuillErr(code);
+  return kQuillErrIO;
+}
+
+bool SetQuillFileStringFromNSStringPath(const foundation::NSString* text, QuillFileString& result, bool normalize) {
+  if (!text) return true;
+  if (normalize && !text->canBeConvertedToASCII()) {
+    result.setUTF8(text->precomposedStringWithCanonicalMapping()->UTF8String());
+  } else {
+    result.setUTF8(text->UTF8String());
+  }
+  return true;
+}
+
+bool _GetFilePathFromNSURL(const foundation::NSURL* url, QuillFileString& result) {
+  if (!url) return false;
+  const auto path = url->path();
+  if (!path) return false;
+  return SetQuillFileStringFromNSStringPath(path.get(), result, /*normalize=*/true);
+}
+
+}  // namespace OSXFileSystemUtils

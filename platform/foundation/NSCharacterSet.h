@@ -1,23 +1,48 @@
 // A set of ASCII characters. Characters outside ASCII are in no set: the one operation that takes a set treats them
-// apart.
+// apart. Sets can be made when the program is compiled.
 #pragma once
 
-#include <bitset>
+#include <array>
 #include <string_view>
 
 namespace foundation {
 
 class NSCharacterSet {
  public:
-  static NSCharacterSet characterSetWithCharactersInString(std::string_view characters);
-  /// What RFC 3986, section 3.4, allows in a query.
-  static NSCharacterSet URLQueryAllowedCharacterSet();
-  NSCharacterSet invertedSet() const;
+  static constexpr NSCharacterSet characterSetWithCharactersInString(std::string_view characters) noexcept {
+    return NSCharacterSet().setByAddingCharactersInString(characters);
+  }
 
-  bool contains(unsigned char character) const noexcept { return character < 128 && members[character]; }
+  /// What RFC 3986, section 3.3, allows in a path, "/" included.
+  static constexpr NSCharacterSet URLPathAllowedCharacterSet() noexcept {
+    return characterSetWithCharactersInString(
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~!$&'()*+,;=:@/");
+  }
+
+  /// What RFC 3986, section 3.4, allows in a query.
+  static constexpr NSCharacterSet URLQueryAllowedCharacterSet() noexcept {
+    return URLPathAllowedCharacterSet().setByAddingCharactersInString("?");
+  }
+
+  constexpr NSCharacterSet setByAddingCharactersInString(std::string_view characters) const noexcept {
+    NSCharacterSet sum = *this;
+    for (const char character : characters) sum.members[static_cast<unsigned char>(character)] = IsASCII(character);
+    return sum;
+  }
+
+  constexpr NSCharacterSet invertedSet() const noexcept {
+    NSCharacterSet inverted;
+    for (unsigned character = 0; character < 0x80; ++character) inverted.members[character] = !members[character];
+    return inverted;
+  }
+
+  constexpr bool contains(char character) const noexcept { return members[static_cast<unsigned char>(character)]; }
 
  private:
-  std::bitset<128> members;
+  static constexpr bool IsASCII(char character) noexcept { return static_cast<unsigned char>(character) < 0x80; }
+
+  // A place for every byte, so that looking one up is a single load.
+  std::array<bool, 256> members{};
 };
 
 }  // namespace foundation

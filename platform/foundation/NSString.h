@@ -13,6 +13,7 @@
 namespace foundation {
 
 class NSCharacterSet;
+class NSURL;
 
 class QUILL_EXPORT NSString final : public NSObject {
  public:
@@ -60,6 +61,13 @@ class QUILL_EXPORT NSString final : public NSObject {
   ~NSString() override = default;
   static RetainPtr<NSString> WithLength(std::size_t length);
   static RetainPtr<NSString> Joined(std::string_view head, std::string_view middle, std::string_view tail);
+
+  friend class NSURL;
+  /// \p text with everything outside \p allowed encoded, between \p head and \p tail as they are.
+  static RetainPtr<NSString> PercentEncoded(std::string_view head, std::string_view text, const NSCharacterSet& allowed,
+                                            std::string_view tail);
+  /// The text that \p encoded stands for; null where stringByRemovingPercentEncoding is.
+  static RetainPtr<NSString> PercentDecoded(std::string_view encoded);
 
   const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
   char* MutableBytes() noexcept { return reinterpret_cast<char*>(this + 1); }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "platform/foundation/NSString.h"
+#include "platform/foundation/URIReference.h"
 
 namespace foundation {
 
@@ -10,19 +11,21 @@ class QUILL_EXPORT NSURL final : public NSObject {
   /// Null for nil and for text that is not a URI reference by RFC 3986, section 4.1.
   static RetainPtr<NSURL> URLWithString(const NSString* text);
   /// A file URL. A relative path counts from the current directory; the URL ends in "/" when the path does or names an
-  /// existing directory. Null for nil and where there is no current directory to count from.
+  /// existing directory. Bytes that are not UTF-8 are encoded like any others. Null for nil and where there is no
+  /// current directory to count from.
   static RetainPtr<NSURL> fileURLWithPath(const NSString* path);
 
   NSString* absoluteString() const noexcept { return text.get(); }
-  /// The path component, percent-decoded, without a trailing "/" (the root stays "/"). Null when the escapes do not
-  /// give text.
+  /// The path component, percent-decoded, without the "/" that end it (the root stays "/"; an escaped one is data).
+  /// Null when the escapes do not give text: when they hold NUL or are not UTF-8.
   RetainPtr<NSString> path() const;
 
  private:
-  explicit NSURL(RetainPtr<NSString> whole) noexcept : text(std::move(whole)) {}
+  NSURL(RetainPtr<NSString> whole, URIRange path) noexcept : text(std::move(whole)), pathRange(path) {}
   ~NSURL() override = default;
 
   RetainPtr<NSString> text;
+  URIRange pathRange;
 };
 
 }  // namespace foundation

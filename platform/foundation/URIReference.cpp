@@ -1,0 +1,108 @@
+#include "platform/foundation/URIReference.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
+#include <algorithm>
+
+#include "platform/foundation/NSCharacterSet.h"
+#include "platform/foundation/PercentEscape.h"
+
+namespace foundation {
+namespace {
+
+constexpr auto kDigit = NSCharacterSet::characterSetWithCharactersInString("0123456789");
+constexpr auto kHexadecimalDigit = kDigit.setByAddingCharactersInString("ABCDEFabcdef");
+constexpr auto kAlpha =
+    NSCharacterSet::characterSetWithCharactersInString("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+constexpr auto kScheme = kAlpha.setByAddingCharactersInString("0123456789+-.");
+constexpr auto kRegisteredName = kScheme.setByAddingCharactersInString("_~!$&'()*,;=");
+constexpr auto kUserInformation = kRegisteredName.setByAddingCharactersInString(":");
+constexpr auto kSegmentWithoutColon = kRegisteredName.setByAddingCharactersInString("@");
+constexpr auto kPath = NSCharacterSet::URLPathAllowedCharacterSet();
+constexpr auto kQueryOrFragment = NSCharacterSet::URLQueryAllowedCharacterSet();
+
+/// Where the run of \p characters that begins at \p position ends.
+std::size_t EndOfRun(std::string_view text, std::size_t position, const NSCharacterSet& characters) noexcept {
+  while (position < text.size() && characters.contains(text[position])) ++position;
+  return position;
+}
+
+/// The same with escapes among the characters.
+std::size_t EndOfEscapedRun(std::string_view text, std::size_t position, const NSCharacterSet& characters) noexcept {
+  for (;;) {
+    position = EndOfRun(text, position, characters);
+    if (EscapedByte(text, position) < 0) return position;
+    position += kEscapeLength;
+  }
+}
+
+bool StandsAt(std::string_view text, std::size_t position, char character) noexcept {
+  return position < text.size() && text[position] == character;
+}
+
+bool IsIPv6Address(std::string_view text) noexcept {
+  char terminated[INET6_ADDRSTRLEN] = {};
+  if (text.size() >= sizeof terminated) return false;
+  std::copy(text.begin(), text.end(), terminated);
+  in6_addr address;
+  return ::inet_pton(AF_INET6, terminated, &address) == 1;
+}
+
+/// "v", a version in hexadecimal, ".", and an address of a form that only the version tells.
+bool IsFutureAddress(std::string_view text) noexcept {
+  if (!StandsAt(text, 0, 'v') && !StandsAt(text, 0, 'V')) return false;
+  const std::size_t dot = EndOfRun(text, 1, kHexadecimalDigit);
+  return dot > 1 && StandsAt(text, dot, '.') && dot + 1 < text.size() &&
+         EndOfRun(text, dot + 1, kUserInformation) == text.size();
+}
+
+/// [ user information "@" ] host [ ":" port ]. An IPv4 address is a registered name too.
+bool IsAuthority(std::string_view text) noexcept {
+  const std::size_t at = EndOfEscapedRun(text, 0, kUserInformation);
+  if (StandsAt(text, at, '@')) text.remove_prefix(at + 1);
+
+  std::size_t hostEnd = EndOfEscapedRun(text, 0, kRegisteredName);
+  if (StandsAt(text, 0, '[')) {
+    const std::size_t bracket = text.find(']');
+    if (bracket == std::string_view::npos) return false;
+    const std::string_view address = text.substr(1, bracket - 1);
+    if (!IsIPv6Address(address) && !IsFutureAddress(address)) return false;
+    hostEnd = bracket + 1;
+  }
+  if (!StandsAt(text, hostEnd, ':')) return hostEnd == text.size();
+  return EndOfRun(text, hostEnd + 1, kDigit) == text.size();
+}
+
+/// [ "?" query ] [ "#" fragment ] from \p position to the end.
+bool IsQueryAndFragment(std::string_view text, std::size_t position) noexcept {
+  if (StandsAt(text, position, '?')) position = EndOfEscapedRun(text, position + 1, kQueryOrFragment);
+  if (StandsAt(text, position, '#')) position = EndOfEscapedRun(text, position + 1, kQueryOrFragment);
+  return position == text.size();
+}
+
+}  // namespace
+
+std::optional<URIRange> PathOfURIReference(std::string_view text) noexcept {
+  URIRange path;
+  const std::size_t schemeEnd = EndOfRun(text, 0, kScheme);
+  const bool hasScheme = StandsAt(text, schemeEnd, ':');
+  if (hasScheme) {
+    if (!kAlpha.contains(text.front())) return std::nullopt;
+    path.begin = schemeEnd + 1;
+  }
+
+  if (text.substr(path.begin).starts_with("//")) {
+    const std::size_t authority = path.begin + 2;
+    path.begin = std::min(text.find_first_of("/?#", authority), text.size());
+    if (!IsAuthority(text.substr(authority, path.begin - authority))) return std::nullopt;
+  } else if (!hasScheme && StandsAt(text, EndOfEscapedRun(text, 0, kSegmentWithoutColon), ':')) {
+    return std::nullopt;  // the first segment would read as a scheme
+  }
+
+  path.end = EndOfEscapedRun(text, path.begin, kPath);
+  if (!IsQueryAndFragment(text, path.end)) return std::nullopt;
+  return path;
+}
+
+}  // namespace foundation

@@ -11,18 +11,31 @@
 #include "platform/darwin/NameLookup.h"
 
 namespace darwin {
+namespace {
+
+struct Free {
+  void operator()(char* text) const noexcept { std::free(text); }
+};
+using AllocatedText = std::unique_ptr<char, Free>;
+
+}  // namespace
 
 int CanonicalPath(const char* path, std::string& canonical) {
-  struct Free {
-    void operator()(char* text) const noexcept { std::free(text); }
-  };
-  std::unique_ptr<char, Free> resolved;
+  AllocatedText resolved;
   const int result = OnItem(path, [&resolved](const char* item) {
     resolved.reset(::realpath(item, nullptr));
     return resolved ? 0 : -1;
   });
   if (result != 0) return errno;
   canonical = resolved.get();
+  return 0;
+}
+
+int CurrentDirectory(std::string& path) {
+  const AllocatedText text(::getcwd(nullptr, 0));
+  if (!text) return errno;
+  if (*text != '/') return ENOENT;  // "(unreachable)", from before the process's root changed
+  path = text.get();
   return 0;
 }
 

@@ -9,6 +9,9 @@ namespace darwin {
 /// its components stand on disk.
 int CanonicalPath(const char* path, std::string& canonical);
 
+/// 0, or the errno: ENOENT when the current directory cannot be reached from the root. Any length.
+int CurrentDirectory(std::string& path);
+
 /// The file of the running program; empty when the kernel does not tell.
 std::string ProgramPath();
 

@@ -1,6 +1,5 @@
 #include "platform/darwin/DirectoryCalls.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,14 +9,17 @@
 #include "platform/darwin/DirectoryReader.h"
 #include "platform/darwin/ItemStatus.h"
 #include "platform/darwin/NameLookup.h"
-#include "platform/darwin/Retry.h"
+#include "platform/darwin/OpenFile.h"
 
 namespace darwin {
 
+int MakeDirectory(const char* path) {
+  constexpr mode_t kOpenToEveryone = 0777;
+  return ::mkdir(PathForCreation(path).c_str(), kOpenToEveryone) == 0 ? 0 : errno;
+}
+
 int IsEmptyDirectory(const char* path, bool& empty) {
-  FileDescriptor directory(OnItem(path, [](const char* item) {
-    return Retry([item] { return ::open(item, O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-  }));
+  FileDescriptor directory = OpenDirectory(path);
   if (!directory) return errno;
 
   DirectoryReader reader(std::move(directory));

@@ -4,6 +4,9 @@
 
 namespace darwin {
 
+/// Makes one level, open to everyone but for the process's file creation mask.
+int MakeDirectory(const char* path);
+
 /// Writes \p empty only on success.
 int IsEmptyDirectory(const char* path, bool& empty);
 

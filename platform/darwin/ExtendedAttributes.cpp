@@ -9,7 +9,11 @@
 namespace darwin {
 
 bool HasExtendedAttribute(const char* path, const char* name) {
-  return OnItem(path, [name](const char* item) { return ::getxattr(item, name, nullptr, 0); }) != -1;
+  return GetExtendedAttribute(path, name, nullptr, 0) != -1;
+}
+
+long GetExtendedAttribute(const char* path, const char* name, void* value, std::size_t size) {
+  return OnItem(path, [=](const char* item) { return ::getxattr(item, name, value, size); });
 }
 
 int SetExtendedAttribute(const char* path, const char* name, std::string_view value) {

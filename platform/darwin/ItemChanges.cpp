@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
@@ -11,6 +12,19 @@
 #include "platform/darwin/NameLookup.h"
 
 namespace darwin {
+namespace {
+
+constexpr ::mode_t kPermissions = 07777;
+
+int ChangeOwner(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group) {
+  constexpr unsigned kUnchanged = ~0u;
+  const auto change = [&](const char* item) {
+    return ::chown(item, owner.value_or(kUnchanged), group.value_or(kUnchanged));
+  };
+  return OnItem(path, change) == 0 ? 0 : errno;
+}
+
+}  // namespace
 
 int SetModificationTime(const char* path, double milliseconds) {
   // A double of today's dates is exact to a quarter of a microsecond; digits beyond that are noise.
@@ -27,15 +41,27 @@ int SetModificationTime(const char* path, double milliseconds) {
   return OnItem(path, [&times](const char* item) { return ::utimensat(AT_FDCWD, item, times, 0); }) == 0 ? 0 : errno;
 }
 
+int SetOwnership(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group) {
+  const int together = ChangeOwner(path, owner, group);
+  if (together == 0 || !owner || !group) return together;
+  (void)ChangeOwner(path, std::nullopt, group);  // an ordinary user may give a file to another of his groups
+  (void)ChangeOwner(path, owner, std::nullopt);
+  return together;
+}
+
+int SetPermissions(const char* path, unsigned permissions) {
+  const auto change = [=](const char* item) { return ::chmod(item, permissions & kPermissions); };
+  return OnItem(path, change) == 0 ? 0 : errno;
+}
+
 int SetReadOnly(const char* path, bool readOnly) {
   constexpr ::mode_t kAnyWrite = S_IWUSR | S_IWGRP | S_IWOTH;
-  constexpr ::mode_t kPermissions = 07777;
 
   ItemStatus status;
   if (const int error = GetItemStatus(path, FinalLink::kTarget, status); error != 0) return error;
   const ::mode_t before = status.mode & kPermissions;
   const ::mode_t after = readOnly ? before & ~kAnyWrite : before | S_IWUSR;
-  return OnItem(path, [after](const char* item) { return ::chmod(item, after); }) == 0 ? 0 : errno;
+  return SetPermissions(path, after);
 }
 
 }  // namespace darwin

@@ -25,4 +25,11 @@ struct ItemStatus {
 /// 0, or the errno, with \p status untouched. One call for a path that is found as given.
 int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status);
 
+/// Whether the effective user may do what \p mode (R_OK, W_OK) says to an existing item; access asks for the real user.
+bool MayAccess(const char* path, int mode);
+
+/// As GetItemStatus for a name that a listing of \p directory (a descriptor) has delivered, so that it is looked for
+/// only as it is.
+int GetItemStatusAt(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept;
+
 }  // namespace darwin

@@ -24,7 +24,7 @@ QUILL_EXPORT char* mkdtemp(char* pathTemplate);
 QUILL_EXPORT int close(int descriptor);
 /// One call, never repeated.
 QUILL_EXPORT long read(int descriptor, void* buffer, std::size_t count);
-/// C11, 7.21.5.4: the stream is closed when the file cannot be opened.
+/// C11, 7.21.5.4: the stream is closed when the file cannot be opened. A null path leaves the stream alone.
 QUILL_EXPORT std::FILE* freopen(const char* path, const char* mode, std::FILE* stream);
 
 }  // namespace darwin

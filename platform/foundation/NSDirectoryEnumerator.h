@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
 #include "platform/foundation/NSString.h"
 
@@ -20,8 +19,8 @@ class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
   /// The next name, never "." or ".."; null at the end and ever after. It does not descend.
   RetainPtr<NSString> nextObject();
 
-  /// Whether the entry returned last is a directory now, following a link; asks the kernel only where the listing has
-  /// not told already.
+  /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the listing has
+  /// told that it cannot be one.
   bool lastIsDirectory();
 
  private:
@@ -29,6 +28,8 @@ class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
   ~NSDirectoryEnumerator() override;
 
   std::unique_ptr<darwin::DirectoryReader> reader;
+  RetainPtr<NSString> last;
+  bool lastMayBeDirectory = false;
 };
 
 }  // namespace foundation

@@ -1,8 +1,9 @@
 // An open file with a file pointer.
 //
 // The factories give null when the path is nil, cannot be opened that way, or cannot be positioned: a directory, a
-// FIFO, a socket, a terminal. They never wait for a peer. Every other operation raises NSException when the platform
-// fails.
+// FIFO, a socket, a terminal, and some of what the kernel only shows as files. Of the devices those that the kernel
+// lets be positioned give a handle. They never wait for a peer. A new handle's file pointer stands at the end of the
+// file. Every other operation raises NSException when the platform fails, or when the handle has been closed.
 #pragma once
 
 #include <optional>
@@ -20,8 +21,11 @@ class QUILL_EXPORT NSFileHandle final : public NSObject {
   static RetainPtr<NSFileHandle> fileHandleForWritingAtPath(const NSString* path);
   static RetainPtr<NSFileHandle> fileHandleForUpdatingAtPath(const NSString* path);
 
-  /// Owned by the handle; -1 once closed.
-  int fileDescriptor() const noexcept { return descriptor; }
+  /// Owned by the handle; -1 once closed. The caller may move the file pointer.
+  int fileDescriptor() noexcept {
+    knownEnd.reset();
+    return descriptor;
+  }
 
   void seekToFileOffset(unsigned long long offset);
   unsigned long long seekToEndOfFile();
@@ -31,12 +35,13 @@ class QUILL_EXPORT NSFileHandle final : public NSObject {
   void writeData(const NSData& data);
   /// Returns when the data is on the device.
   void synchronizeFile();
+  /// The descriptor is gone even when this raises. Nothing happens the second time.
   void closeFile();
 
  private:
   NSFileHandle(int open, long long end) noexcept : descriptor(open), knownEnd(end) {}
   ~NSFileHandle() override;
-  static RetainPtr<NSFileHandle> Open(const NSString* path, int mode);
+  static RetainPtr<NSFileHandle> Open(const NSString* path, int access);
 
   int descriptor;
   // Opening finds the end to prove that the file can be positioned; the first seekToEndOfFile need not ask again.

@@ -61,6 +61,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   ~NSString() override = default;
   static RetainPtr<NSString> WithLength(std::size_t length);
   static RetainPtr<NSString> Joined(std::string_view head, std::string_view middle, std::string_view tail);
+  RetainPtr<NSString> Shared() const noexcept;
 
   friend class NSURL;
   /// \p text with everything outside \p allowed encoded, between \p head and \p tail as they are.
@@ -72,9 +73,8 @@ class QUILL_EXPORT NSString final : public NSObject {
   const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
   char* MutableBytes() noexcept { return reinterpret_cast<char*>(this + 1); }
 
-  static void* operator new(std::size_t object, std::size_t bytes);
+  // Unsized: the allocation is larger than the object, as it holds the bytes too.
   static void operator delete(void* memory) noexcept;
-  static void operator delete(void* memory, std::size_t bytes) noexcept;
 
   std::size_t length;
 };

@@ -1,0 +1,16 @@
+#include "platform/foundation/NSData.h"
+
+#include "platform/darwin/OpenFile.h"
+
+namespace foundation {
+
+bool NSData::writeToFile(const NSString* path) const {
+  if (!path) return false;
+  auto file = darwin::OpenEmpty(path->fileSystemRepresentation());
+  if (!file) return false;
+  std::size_t written = 0;
+  if (darwin::WriteAll(file.get(), bytes, length, written) != 0) return false;
+  return file.Close() == 0;
+}
+
+}  // namespace foundation

@@ -1,0 +1,7 @@
+#include "platform/foundation/NSObject.h"
+
+namespace foundation {
+
+NSObject::~NSObject() = default;
+
+}  // namespace foundation

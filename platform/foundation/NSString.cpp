@@ -1,0 +1,99 @@
+#include "platform/foundation/NSString.h"
+
+#include <algorithm>
+#include <new>
+#include <string>
+
+#include "platform/darwin/Normalization.h"
+#include "platform/darwin/UTF8.h"
+
+namespace foundation {
+namespace {
+
+std::string_view WithoutTrailingSeparators(std::string_view path) noexcept {
+  return path.substr(0, path.find_last_not_of('/') + 1);
+}
+
+std::string_view WithoutLeadingSeparators(std::string_view path) noexcept {
+  return path.substr(std::min(path.find_first_not_of('/'), path.size()));
+}
+
+}  // namespace
+
+void NSString::operator delete(void* memory) noexcept { ::operator delete(memory); }
+
+RetainPtr<NSString> NSString::WithLength(std::size_t length) {
+  void* const memory = ::operator new(sizeof(NSString) + length + 1);
+  const auto string = RetainPtr<NSString>::Adopt(::new (memory) NSString(length));
+  string->MutableBytes()[length] = '\0';
+  return string;
+}
+
+RetainPtr<NSString> NSString::Joined(std::string_view head, std::string_view middle, std::string_view tail) {
+  const auto string = WithLength(head.size() + middle.size() + tail.size());
+  char* end = std::copy(head.begin(), head.end(), string->MutableBytes());
+  end = std::copy(middle.begin(), middle.end(), end);
+  std::copy(tail.begin(), tail.end(), end);
+  return string;
+}
+
+RetainPtr<NSString> NSString::Shared() const noexcept {
+  return RetainPtr<NSString>(const_cast<NSString*>(this));  // immutable: sharing it is as good as a copy
+}
+
+RetainPtr<NSString> NSString::stringWithUTF8String(const char* text) {
+  if (!text || !darwin::IsUTF8(text)) return nullptr;
+  return stringWithFileSystemBytes(text);
+}
+
+RetainPtr<NSString> NSString::stringWithFileSystemBytes(std::string_view bytes) { return Joined(bytes, {}, {}); }
+
+bool NSString::isEqualToString(const NSString* other) const noexcept { return other && view() == other->view(); }
+
+bool NSString::hasPrefix(std::string_view prefix) const noexcept { return view().starts_with(prefix); }
+
+bool NSString::hasSuffix(std::string_view suffix) const noexcept { return view().ends_with(suffix); }
+
+bool NSString::canBeConvertedToASCII() const noexcept { return darwin::IsASCII(view()); }
+
+RetainPtr<NSString> NSString::stringByAppendingString(std::string_view tail) const { return Joined(view(), tail, {}); }
+
+RetainPtr<NSString> NSString::stringByReplacingOccurrencesOfString(std::string_view from, std::string_view to) const {
+  if (from.empty()) return Shared();
+  std::string result;
+  std::string_view rest = view();
+  for (auto found = rest.find(from); found != std::string_view::npos; found = rest.find(from)) {
+    result.append(rest.substr(0, found)).append(to);
+    rest.remove_prefix(found + from.size());
+  }
+  return Joined(result, rest, {});
+}
+
+RetainPtr<NSString> NSString::substringToIndex(std::size_t bytes) const {
+  return stringWithFileSystemBytes(view().substr(0, bytes));
+}
+
+RetainPtr<NSString> NSString::precomposedStringWithCanonicalMapping() const {
+  if (canBeConvertedToASCII()) return Shared();
+  return stringWithFileSystemBytes(darwin::FormC(view()));
+}
+
+RetainPtr<NSString> NSString::stringByAppendingPathComponent(std::string_view component) const {
+  if (view().empty()) return stringWithFileSystemBytes(component);
+  const std::string_view directory = WithoutTrailingSeparators(view());
+  const std::string_view leaf = WithoutLeadingSeparators(component);
+  const bool isSeparated = directory.empty() || !leaf.empty();  // the root keeps its separator whatever follows
+  return Joined(directory, isSeparated ? "/" : "", leaf);
+}
+
+std::vector<std::string_view> NSString::pathComponents() const {
+  std::vector<std::string_view> components;
+  if (hasPrefix("/")) components.push_back(view().substr(0, 1));
+  for (auto rest = WithoutLeadingSeparators(view()); !rest.empty();) {
+    components.push_back(rest.substr(0, rest.find('/')));
+    rest = WithoutLeadingSeparators(rest.substr(components.back().size()));
+  }
+  return components;
+}
+
+}  // namespace foundation

@@ -1,0 +1,24 @@
+// "~" and "~user" in front of a path.
+#include <algorithm>
+#include <optional>
+#include <string>
+
+#include "platform/darwin/UserDirectories.h"
+#include "platform/foundation/NSString.h"
+
+namespace foundation {
+
+RetainPtr<NSString> NSString::stringByExpandingTildeInPath() const {
+  if (!hasPrefix("~")) return Shared();
+  const std::string_view path = view();
+  const std::size_t userEnd = std::min(path.find('/'), path.size());
+  const std::string user(path.substr(1, userEnd - 1));
+  const auto home = user.empty() ? darwin::HomeDirectory() : darwin::HomeDirectoryOfUser(user);
+  if (!home) return Shared();
+
+  const std::string_view rest = path.substr(userEnd);
+  const bool endsInRest = *home == "/" && !rest.empty();
+  return Joined(endsInRest ? "" : *home, {}, rest);
+}
+
+}  // namespace foundation

@@ -1,14 +1,13 @@
 // Unicode normalization of names (UAX #15). Bytes that are not UTF-8 stay as they are, each a character of its own that
-// composes with nothing. Pure functions; any thread.
+// composes with nothing. Time grows with the length of the text, whatever is in it. Pure functions; any thread.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-namespace darwin {
+#include "platform/darwin/UTF8.h"
 
-/// Every byte is ASCII; such text is in every normalization form already.
-bool IsASCII(std::string_view text) noexcept;
+namespace darwin {
 
 std::string FormC(std::string_view text);
 std::string FormD(std::string_view text);

@@ -2,7 +2,6 @@
 
 #include <unicode/utf8.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <cstring>
 
@@ -20,26 +19,41 @@ std::size_t SkipASCIIWords(std::string_view bytes, std::size_t position) noexcep
   return position;
 }
 
+}  // namespace
+
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"  // inside the macro, in GCC's eyes
-/// Reads one character and moves on; negative when the bytes there are ill-formed.
-UChar32 NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
+#pragma GCC diagnostic ignored "-Wconversion"  // inside the macros, in GCC's eyes
+int NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
   UChar32 character;
   U8_NEXT(bytes.data(), position, bytes.size(), character);
   return character;
 }
+
+void AppendCharacter(std::string& text, int character) {
+  char bytes[U8_MAX_LENGTH];
+  std::size_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, character);
+  text.append(bytes, length);
+}
 #pragma GCC diagnostic pop
 
-}  // namespace
+bool IsASCII(std::string_view bytes) noexcept {
+  std::size_t position = SkipASCIIWords(bytes, 0);
+  while (position < bytes.size() && U8_IS_SINGLE(bytes[position])) ++position;
+  return position == bytes.size();
+}
 
-bool IsUTF8(std::string_view bytes) noexcept {
+std::string_view UTF8Prefix(std::string_view bytes) noexcept {
   std::size_t position = SkipASCIIWords(bytes, 0);
   while (position < bytes.size()) {
+    const std::size_t start = position;
     const UChar32 character = NextCharacter(bytes, position);
-    if (character < 0) return false;
+    if (character < 0) return bytes.substr(0, start);
     if (character < 0x80) position = SkipASCIIWords(bytes, position);
   }
-  return true;
+  return bytes;
 }
+
+bool IsUTF8(std::string_view bytes) noexcept { return UTF8Prefix(bytes).size() == bytes.size(); }
 
 }  // namespace darwin

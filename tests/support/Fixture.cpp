@@ -1,6 +1,7 @@
 #include "tests/support/Fixture.h"
 
 #include <dirent.h>
+#include <grp.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -54,7 +55,7 @@ void AsOrdinaryUser(const std::string& directory, const std::function<void()>& b
   const pid_t child = ::fork();
   ASSERT_GE(child, 0);
   if (child == 0) {
-    if (::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(2);
+    if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(2);
     body();
     std::fflush(nullptr);
     ::_exit(::testing::Test::HasFailure() ? 1 : 0);

@@ -1,0 +1,40 @@
+// A manager that remembers every code that came through SetLastError, and whom the layer called through the table.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "standalone/StandaloneFileManager.h"
+
+namespace quill_test {
+
+class RecordingManager : public StandaloneFileManager {
+ public:
+  /// A code that no failure records, so that one that was left alone shows.
+  static constexpr int kUntouched = 4711;
+
+  RecordingManager() { StandaloneFileManager::SetLastError(kUntouched); }
+
+  void SetLastError(int code) override {
+    observed.push_back(code);
+    StandaloneFileManager::SetLastError(code);
+  }
+
+  void Forget() {
+    observed.clear();
+    StandaloneFileManager::SetLastError(kUntouched);
+  }
+
+  /// "3003 recorded", "3003 stored" when SetLastError did not see it, or "nothing"; and forgets.
+  std::string Reason() {
+    const int code = GetLastError();
+    const bool seen = !observed.empty() && observed.back() == code;
+    Forget();
+    if (code == kUntouched) return "nothing";
+    return std::to_string(code) + (seen ? " recorded" : " stored");
+  }
+
+  std::vector<int> observed;
+};
+
+}  // namespace quill_test

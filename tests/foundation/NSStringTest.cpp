@@ -1,0 +1,79 @@
+#include "platform/foundation/NSString.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace foundation {
+namespace {
+
+TEST(NSString, IsMadeFromWellFormedUTF8Only) {
+  const char* const wellFormed[] = {"",
+                                    "a",
+                                    "\xC2\x80",
+                                    "\xED\x9F\xBF",
+                                    "\xEE\x80\x80",
+                                    "\xEF\xBF\xBF",
+                                    "\xF0\x90\x80\x80",
+                                    "\xF4\x8F\xBF\xBF",
+                                    "eight by\xC3\xA9"};
+  for (const char* text : wellFormed) {
+    const auto string = NSString::stringWithUTF8String(text);
+    ASSERT_TRUE(string) << text;
+    EXPECT_STREQ(text, string->UTF8String());
+  }
+  const char* const illFormed[] = {
+      nullptr, "\x80",         "\xC1\xBF",    "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
+      "\xC3",  "\xF0\x90\x80", "12345678\xFF"};
+  for (const char* text : illFormed) EXPECT_FALSE(NSString::stringWithUTF8String(text)) << (text ? text : "(null)");
+}
+
+TEST(NSString, AppendsComponentsWithOneSeparator) {
+  struct Row {
+    const char *path, *component, *joined;
+  };
+  constexpr Row kRows[] = {{"", "a", "a"},     {"", "/", "/"},          {"/", "a", "/a"},       {"/", "", "/"},
+                           {"a", "b", "a/b"},  {"a/", "b", "a/b"},      {"a//", "//b", "a/b"},  {"a", "", "a"},
+                           {"///", "a", "/a"}, {"/a", "b/c", "/a/b/c"}, {"\xFF", "b", "\xFF/b"}};
+  for (const auto& [path, component, joined] : kRows) {
+    const auto string = NSString::stringWithFileSystemBytes(path);
+    EXPECT_EQ(joined, string->stringByAppendingPathComponent(component)->view()) << path << " + " << component;
+  }
+}
+
+TEST(NSString, SplitsPathsIntoComponents) {
+  struct Row {
+    const char *path, *components;
+  };
+  constexpr Row kRows[] = {{"", ""},
+                           {"/", "[/]"},
+                           {"//", "[/]"},
+                           {"a", "[a]"},
+                           {"/a", "[/][a]"},
+                           {"a/b", "[a][b]"},
+                           {"//a//b/", "[/][a][b]"},
+                           {"./..", "[.][..]"}};
+  for (const auto& [path, components] : kRows) {
+    const auto string = NSString::stringWithFileSystemBytes(path);
+    std::string found;
+    for (const auto component : string->pathComponents()) found.append("[").append(component).append("]");
+    EXPECT_EQ(components, found) << path;
+  }
+}
+
+TEST(NSString, ReplacesEveryOccurrence) {
+  const auto path = NSString::stringWithUTF8String("a::b:");
+  EXPECT_EQ("a//b/", path->stringByReplacingOccurrencesOfString(":", "/")->view());
+  EXPECT_EQ("ab:", path->stringByReplacingOccurrencesOfString("::", "")->view());
+  EXPECT_EQ("a::b:", path->stringByReplacingOccurrencesOfString("", "x")->view());
+}
+
+TEST(NSString, ComposesOnlyWhatIsNotASCII) {
+  const auto ascii = NSString::stringWithUTF8String("K;`");
+  EXPECT_EQ(ascii.get(), ascii->precomposedStringWithCanonicalMapping().get());
+  const auto decomposed = NSString::stringWithUTF8String("e\xCC\x81");
+  EXPECT_EQ("\xC3\xA9", decomposed->precomposedStringWithCanonicalMapping()->view());
+}
+
+}  // namespace
+}  // namespace foundation

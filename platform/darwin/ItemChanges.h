@@ -1,8 +1,10 @@
 // Changes of what an item says about itself. Each answers 0 or the errno; names are looked up as NameLookup says and
-// links are followed. Any thread.
+// links are followed unless a function says otherwise. Any thread.
 #pragma once
 
 #include <optional>
+
+#include "platform/darwin/ItemStatus.h"
 
 namespace darwin {
 
@@ -10,11 +12,11 @@ namespace darwin {
 /// access stays.
 int SetModificationTime(const char* path, double milliseconds);
 
-/// Sets what is present. Where both may not be set together, each is tried alone.
+/// Sets what is present, of a link itself. Where both may not be set together, each is tried alone.
 int SetOwnership(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group);
 
-/// The twelve permission bits.
-int SetPermissions(const char* path, unsigned permissions);
+/// The twelve permission bits. A link itself has none that could be set: EOPNOTSUPP.
+int SetPermissions(const char* path, FinalLink finalLink, unsigned permissions);
 
 /// Takes away every write permission, or gives the owner's back.
 int SetReadOnly(const char* path, bool readOnly);

@@ -40,11 +40,11 @@ FileDescriptor OpenPositionable(const char* path, int access, long long& end) {
   return file;
 }
 
-FileDescriptor OpenEmpty(const char* path) {
+FileDescriptor CreateFile(const char* path, ExistingContents contents) {
   SurviveFileSizeLimit();
   const auto name = PathForCreation(path);
-  return FileDescriptor(
-      Retry([&] { return ::open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | kAlways, kReadableAndWritable); }));
+  const int flags = O_WRONLY | O_CREAT | (contents == ExistingContents::kEmpty ? O_TRUNC : 0) | kAlways;
+  return FileDescriptor(Retry([&] { return ::open(name.c_str(), flags, kReadableAndWritable); }));
 }
 
 FileDescriptor OpenDirectory(const char* path) { return Open(path, O_RDONLY | O_DIRECTORY); }

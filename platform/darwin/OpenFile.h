@@ -13,8 +13,10 @@ namespace darwin {
 /// stands at the end, which \p end tells. Three calls for reading; writing refuses directories by itself and takes two.
 FileDescriptor OpenPositionable(const char* path, int access, long long& end);
 
-/// Opens a new, empty file for writing, or an existing one that it empties.
-FileDescriptor OpenEmpty(const char* path);
+enum class ExistingContents { kKeep, kEmpty };
+
+/// Opens a new, empty file for writing, or one that exists.
+FileDescriptor CreateFile(const char* path, ExistingContents contents);
 
 FileDescriptor OpenDirectory(const char* path);
 

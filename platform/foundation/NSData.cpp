@@ -6,7 +6,7 @@ namespace foundation {
 
 bool NSData::writeToFile(const NSString* path) const {
   if (!path) return false;
-  auto file = darwin::OpenEmpty(path->fileSystemRepresentation());
+  auto file = darwin::CreateFile(path->fileSystemRepresentation(), darwin::ExistingContents::kEmpty);
   if (!file) return false;
   std::size_t written = 0;
   if (darwin::WriteAll(file.get(), bytes, length, written) != 0) return false;

@@ -8,6 +8,7 @@
 #include "platform/darwin/CanonicalPath.h"
 #include "platform/darwin/DirectoryCalls.h"
 #include "platform/darwin/ItemChanges.h"
+#include "platform/darwin/OpenFile.h"
 #include "platform/darwin/PathCalls.h"
 #include "platform/darwin/Trees.h"
 #include "platform/darwin/VolumeStatus.h"
@@ -69,11 +70,14 @@ bool NSFileManager::setAttributesOfItemAtPath(const NSSettableAttributes& attrib
   const auto& [group, owner, permissions] = attributes;
   const bool hasOwner = !(owner || group) || darwin::SetOwnership(item, owner, group) == 0;
   // Last, as a change of owner may clear permission bits.
-  const bool hasPermissions = !permissions || darwin::SetPermissions(item, *permissions) == 0;
+  const bool hasPermissions =
+      !permissions || darwin::SetPermissions(item, darwin::FinalLink::kItself, *permissions) == 0;
   return hasOwner && hasPermissions;
 }
 
-bool NSFileManager::createFileAtPath(const NSString* path) { return NSData().writeToFile(path); }
+bool NSFileManager::createFileAtPath(const NSString* path) {
+  return path && darwin::CreateFile(path->fileSystemRepresentation(), darwin::ExistingContents::kKeep);
+}
 
 bool NSFileManager::createDirectoryAtPath(const NSString* path, RetainPtr<NSError>* error) {
   return Succeeded(path ? darwin::MakeDirectory(path->fileSystemRepresentation()) : ENOENT, error);

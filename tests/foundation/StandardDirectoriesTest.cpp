@@ -1,0 +1,194 @@
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <optional>
+
+#include "platform/foundation/NSStandardDirectories.h"
+#include "tests/support/Fixture.h"
+
+using foundation::NSHomeDirectory;
+using foundation::NSSearchPathDirectory;
+using foundation::NSSearchPathForDirectoryInUserDomain;
+using foundation::NSString;
+
+namespace {
+
+constexpr const char* kVariables[] = {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"};
+
+std::string Text(const foundation::RetainPtr<NSString>& path) { return path ? std::string(path->view()) : "(none)"; }
+
+std::string Directory(NSSearchPathDirectory kind) { return Text(NSSearchPathForDirectoryInUserDomain(kind)); }
+
+std::string Expanded(const char* path) {
+  return Text(NSString::stringWithUTF8String(path)->stringByExpandingTildeInPath());
+}
+
+void Set(const char* variable, const std::optional<std::string>& value) {
+  if (value) {
+    ::setenv(variable, value->c_str(), 1);
+  } else {
+    ::unsetenv(variable);
+  }
+}
+
+/// What the tool of the desktop finds; empty when it is not installed.
+std::string ByTool(const char* name) {
+  std::FILE* pipe = ::popen((std::string("xdg-user-dir ") + name + " 2>/dev/null").c_str(), "r");
+  char line[4096] = "";
+  const bool answered = pipe && std::fgets(line, sizeof line, pipe);
+  if (pipe) ::pclose(pipe);
+  std::string directory = answered ? line : "";
+  while (directory.ends_with('\n') || directory.ends_with('/')) directory.pop_back();
+  return directory;
+}
+
+/// A home directory of its own, and the environment put back afterwards.
+class StandardDirectories : public quill_test::DirectoryTest {
+ protected:
+  void SetUp() override {
+    DirectoryTest::SetUp();
+    for (const char* variable : kVariables) {
+      const char* value = std::getenv(variable);
+      before[variable] = value ? std::optional<std::string>(value) : std::nullopt;
+      ::unsetenv(variable);
+    }
+    Set("HOME", Root());
+  }
+  void TearDown() override {
+    for (const auto& [variable, value] : before) Set(variable, value);
+    DirectoryTest::TearDown();
+  }
+
+  std::string HomeByDatabase() const { return ::getpwuid(::getuid())->pw_dir; }
+
+ private:
+  std::map<const char*, std::optional<std::string>> before;
+};
+
+}  // namespace
+
+TEST_F(StandardDirectories, HomeIsTheEnvironmentsElseTheDatabases) {
+  EXPECT_EQ(Root(), Text(NSHomeDirectory()));
+  Set("HOME", "/no/such/home//");
+  EXPECT_EQ("/no/such/home", Text(NSHomeDirectory()));
+  Set("HOME", "/not\xFFtext");
+  EXPECT_EQ("/not\xFFtext", Text(NSHomeDirectory()));
+  for (const char* useless : {"", "relative/home", "~"}) {
+    Set("HOME", useless);
+    EXPECT_EQ(HomeByDatabase(), Text(NSHomeDirectory())) << useless;
+  }
+  Set("HOME", std::nullopt);
+  EXPECT_EQ(HomeByDatabase(), Text(NSHomeDirectory()));
+}
+
+TEST_F(StandardDirectories, AreMissingWithoutAHome) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can become a user whom the password database does not know";
+  const auto asUnknownUser = [] {
+    ::unsetenv("HOME");
+    if (::setuid(54321) != 0) ::_exit(2);
+    const bool found = NSHomeDirectory() || NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory::kDesktop) ||
+                       NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory::kCaches);
+    ::_exit(found || Expanded("~/x") != "~/x" ? 1 : 0);
+  };
+  EXPECT_EXIT(asUnknownUser(), ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(StandardDirectories, CachesFollowTheBaseDirectories) {
+  EXPECT_EQ(In(".cache"), Directory(NSSearchPathDirectory::kCaches));
+  Set("XDG_CACHE_HOME", "relative");
+  EXPECT_EQ(In(".cache"), Directory(NSSearchPathDirectory::kCaches));
+  Set("XDG_CACHE_HOME", "/var/cache/of me/");
+  EXPECT_EQ("/var/cache/of me", Directory(NSSearchPathDirectory::kCaches));
+}
+
+TEST_F(StandardDirectories, DesktopIsWhatTheUsersFileSays) {
+  enum Tool { kAgrees, kDiffers };  // the tool lets a shell read the file, whatever stands in it
+  const std::string own = In("Desktop");
+  const struct {
+    const char* file;
+    std::string desktop;
+    Tool tool;
+  } rows[] = {
+      {"", own, kAgrees},
+      {"XDG_DESKTOP_DIR=\"$HOME/Schreib tisch\"\n", In("Schreib tisch"), kAgrees},
+      {"XDG_DESKTOP_DIR=\"/srv/B\xC3\xBCro/\"", "/srv/B\xC3\xBCro", kAgrees},
+      {"# c\nXDG_DESKTOP_DIR=\"/a\"\n#XDG_DESKTOP_DIR=\"/b\"\n", "/a", kAgrees},
+      {"XDG_DESKTOP_DIR=\"/a\"\n  XDG_DESKTOP_DIR=\"/b#c\" # d\n", "/b#c", kAgrees},
+      {"XDG_DESKTOP_DIR=\"$HOME/\"\n", Root(), kAgrees},
+      {"XDG_DESKTOP_DIR=\"$HOME\"\n", Root(), kAgrees},
+      {"XDG_DESKTOP_DIR=\"\"\n", own, kAgrees},
+      {"XDG_DESKTOP_DIRS=\"/a\"\nXDG_DESK_DIR=\"/a\"\nXDG_DOCUMENTS_DIR=\"/a\"\n", own, kAgrees},
+      {"XDG_DESKTOP_DIR=\"/a\\bc\"\n", "/abc", kDiffers},
+      {"XDG_DESKTOP_DIR=\"$HOME/a\\$b\\\"c\\\\d\\`\"\n", In("a$b\"c\\d`"), kDiffers},
+      {"XDG_DESKTOP_DIR = \"/a\"\r\n", "/a", kDiffers},
+      {"XDG_DESKTOP_DIR=\"/a\"\nXDG_DESKTOP_DIR=\"b/c\"\n", "/a", kDiffers},
+      {"XDG_DESKTOP_DIR=\"$HOMER/a\"\n", own, kDiffers},
+      {"XDG_DESKTOP_DIR=/a\n", own, kDiffers},
+      {"XDG_DESKTOP_DIR=\"/a\n", own, kDiffers},
+      {"XDG_DESKTOP_DIR=\"/a\\", own, kDiffers},
+  };
+  const bool hasTool = !ByTool("DESKTOP").empty();
+  if (!hasTool) std::printf("xdg-user-dir is not installed: nothing was compared with it\n");
+  std::filesystem::create_directory(In(".config"));
+  for (const auto& [file, desktop, tool] : rows) {
+    quill_test::WriteFile(In(".config/user-dirs.dirs"), file);
+    EXPECT_EQ(desktop, Directory(NSSearchPathDirectory::kDesktop)) << file;
+    if (!hasTool || tool == kDiffers) continue;
+    EXPECT_EQ(ByTool("DESKTOP"), desktop) << file;
+  }
+}
+
+TEST_F(StandardDirectories, UserDirectoriesAreFoundWhereTheConfigurationLies) {
+  std::filesystem::create_directory(In("settings"));
+  quill_test::WriteFile(In("settings/user-dirs.dirs"),
+                        "XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\nXDG_DOWNLOAD_DIR=\"/srv/new\"\n");
+  EXPECT_EQ(In("Documents"), Directory(NSSearchPathDirectory::kDocument));
+  EXPECT_EQ(In("Downloads"), Directory(NSSearchPathDirectory::kDownloads));
+  Set("XDG_CONFIG_HOME", "settings");
+  EXPECT_EQ(In("Documents"), Directory(NSSearchPathDirectory::kDocument));
+  Set("XDG_CONFIG_HOME", In("settings"));
+  EXPECT_EQ(In("Papers"), Directory(NSSearchPathDirectory::kDocument));
+  EXPECT_EQ("/srv/new", Directory(NSSearchPathDirectory::kDownloads));
+  EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
+  Set("HOME", "/");
+  EXPECT_EQ("/Papers", Directory(NSSearchPathDirectory::kDocument));
+  EXPECT_EQ("/Desktop", Directory(NSSearchPathDirectory::kDesktop));
+}
+
+TEST_F(StandardDirectories, AFileThatCannotBeReadSaysNothing) {
+  std::filesystem::create_directory(In(".config"));
+  ASSERT_EQ(0, ::mkfifo(In(".config/user-dirs.dirs").c_str(), 0600));
+  EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
+  std::filesystem::remove(In(".config/user-dirs.dirs"));
+  std::filesystem::create_directory(In(".config/user-dirs.dirs"));
+  EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
+}
+
+TEST_F(StandardDirectories, ATildeIsAHomeDirectory) {
+  const std::string rootsHome = ::getpwnam("root")->pw_dir;
+  Set("HOME", "/h");
+  const struct {
+    const char* path;
+    std::string expanded;
+  } rows[] = {
+      {"~", "/h"},
+      {"~/", "/h/"},
+      {"~/a/~", "/h/a/~"},
+      {"~root", rootsHome},
+      {"~root/a", rootsHome + "/a"},
+      {"~no such user/a", "~no such user/a"},
+      {"~~", "~~"},
+      {"a/~", "a/~"},
+      {"/~/a", "/~/a"},
+      {"", ""},
+  };
+  for (const auto& [path, expanded] : rows) EXPECT_EQ(expanded, Expanded(path)) << path;
+  Set("HOME", "/");
+  EXPECT_EQ("/", Expanded("~"));
+  EXPECT_EQ("/a", Expanded("~/a"));
+}

@@ -28,6 +28,11 @@ class DirectoryReader {
   int error() const noexcept { return failure; }
   int descriptor() const noexcept { return directory.get(); }
 
+  /// Where the next entry begins, for another reader of the same directory.
+  std::int64_t position() const noexcept { return next; }
+  /// Goes on from a position that a reader of this directory has told, 0 for the beginning. 0, or the errno.
+  int Seek(std::int64_t position) noexcept;
+
  private:
   bool Fill();
 
@@ -35,8 +40,9 @@ class DirectoryReader {
 
   FileDescriptor directory;
   std::unique_ptr<std::byte[]> buffer;
-  std::size_t position = 0;
+  std::size_t parsed = 0;
   std::size_t filled = 0;
+  std::int64_t next = 0;
   int failure = 0;
   Entry current{};
 };

@@ -1,0 +1,147 @@
+#include <dirent.h>
+#include <fcntl.h>
+
+#include <set>
+#include <vector>
+
+#include "platform/darwin/Retry.h"
+#include "platform/darwin/TreePath.h"
+#include "platform/darwin/TreeRemoval.h"
+#include "platform/darwin/TreeWalk.h"
+#include "platform/darwin/Trees.h"
+
+namespace darwin {
+namespace {
+
+// A directory in which others create as fast as we remove is given up some time.
+constexpr int kMostPasses = 64;
+
+class Removal final : public TreeVisitor {
+ public:
+  Removal(const char* text, TreeReport& listener, const CopiedItems* copied)
+      : path(text), report(listener), only(copied), walk(*this) {}
+
+  void Run(FileDescriptor parent, const char* name) {
+    passes.emplace_back();
+    walk.Run(std::move(parent), FileDescriptor(), name);
+  }
+
+ private:
+  // What happened since the directory was last read from its beginning.
+  struct Pass {
+    int number = 1;
+    bool removedSomething = false;
+    bool failed = false;
+    /// Directories that resisted: a later pass does not try them again.
+    std::set<std::uint64_t> resisting;
+  };
+
+  Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) override {
+    if (entry.type == DT_DIR) return passes.back().resisting.contains(entry.inode) ? Next::kGoOn : Next::kGoInto;
+    if (only) return VisitCopied(in, entry.name);
+    return RemoveEntry(in, entry.name);
+  }
+
+  Next VisitCopied(TreeLevel& in, const char* name) {
+    TreeItem item;
+    if (const int error = ReadItem(in.descriptor(), name, item)) return error == ENOENT ? Next::kGoOn : Fail(error);
+    if (item.IsDirectory()) return Next::kGoInto;
+    return only->Contains(item) ? RemoveEntry(in, name) : Fail(EBUSY);
+  }
+
+  Next RemoveEntry(TreeLevel& in, const char* name) {
+    const int error = Unlink(in, name, 0);
+    if (error == EISDIR) return Next::kGoInto;
+    return error == 0 ? Removed() : Fail(error);
+  }
+
+  Next Shut(TreeLevel& in, const char* name, int error) override {
+    if (error == ENOENT) return Next::kGoOn;
+    // It was exchanged for something else since its type was read.
+    if (error == ENOTDIR || error == ELOOP) return only ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
+    // An empty directory can be removed without being read.
+    if (!only && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
+    return Fail(error);
+  }
+
+  Next Enter(TreeLevel&, TreeLevel& directory) override {
+    if (directory.item.isMountRoot || (only && !only->Contains(directory.item))) return Fail(EBUSY);
+    passes.emplace_back();
+    return Next::kGoInto;
+  }
+
+  Next Leave(TreeLevel& in, TreeLevel& directory, int readError) override {
+    if (readError != 0) Fail(readError);
+    const int error = Unlink(in, directory.name.c_str(), AT_REMOVEDIR);
+    Pass& pass = passes.back();
+    if ((error == ENOTEMPTY || error == EEXIST) && pass.removedSomething && pass.number < kMostPasses) {
+      // Some file systems skip entries when others are removed while they are read.
+      ++pass.number;
+      pass.removedSomething = pass.failed = false;
+      return Next::kReadAgain;
+    }
+    const bool failed = pass.failed;
+    passes.pop_back();
+    if (error == ENOTDIR && !only) return AfterExchange(Unlink(in, directory.name.c_str(), 0));
+    if (error == 0) return Removed();
+    passes.back().resisting.insert(directory.item.inode);
+    passes.back().failed = true;
+    return failed ? Next::kGoOn : Fail(error);
+  }
+
+  void Lost(int error) override { Fail(error); }
+
+  /// 0 as well when somebody else was faster.
+  static int Unlink(TreeLevel& in, const char* name, int flags) {
+    if (Retry([&] { return ::unlinkat(in.descriptor(), name, flags); }) == 0 || errno == ENOENT) return 0;
+    return errno;
+  }
+
+  Next AfterExchange(int error) { return error == 0 ? Removed() : Fail(error); }
+
+  Next Removed() {
+    passes.back().removedSomething = true;
+    if (report.Finished(1)) return Next::kGoOn;
+    Fail(ECANCELED);
+    return Next::kStop;
+  }
+
+  Next Fail(int error) {
+    passes.back().failed = true;
+    report.Fail(error, [this] {
+      const std::string entry = walk.CurrentEntry();
+      return entry.empty() ? path : entry;
+    });
+    return Next::kGoOn;
+  }
+
+  const std::string path;
+  TreeReport& report;
+  const CopiedItems* only;
+  TreeWalk walk;
+  /// One for each directory that the walk is in, beginning with the parent of the tree.
+  std::vector<Pass> passes;
+};
+
+}  // namespace
+
+void RemoveTreeAt(FileDescriptor parent, const char* name, const char* path, TreeReport& report,
+                  const CopiedItems* only) {
+  Removal(path, report, only).Run(std::move(parent), name);
+}
+
+FileDescriptor Duplicate(const FileDescriptor& directory) {
+  return FileDescriptor(::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0));
+}
+
+int RemoveTree(const char* text) {
+  TreeReport report;
+  TreePath path;
+  TreeItem item;
+  if (const int error = FindItemToTake(text, path, item)) return report.FailAsWhole(text, error);
+  if (item.isMountRoot) return report.FailAsWhole(text, EBUSY);
+  RemoveTreeAt(std::move(path.parent), path.name.c_str(), text, report);
+  return report.error();
+}
+
+}  // namespace darwin

@@ -43,5 +43,8 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   void SetTreeObserver(darwin::TreeObserver* observer) noexcept { treeObserver = observer; }
 
  private:
+  /// Records the reason, unless \p posixError is 0, and tells whether it was.
+  bool Succeeded(int posixError);
+
   darwin::TreeObserver* treeObserver = nullptr;
 };

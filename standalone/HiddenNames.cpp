@@ -1,0 +1,52 @@
+#include "standalone/HiddenNames.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "platform/darwin/Normalization.h"
+#include "standalone/BaseDirectories.h"
+
+namespace {
+
+/// The start of a small file; a list of hidden names that is longer than this is nobody's.
+std::string ReadSmallFile(CoreFileManager& manager, const QuillFileString& path) {
+  constexpr unsigned long kMostBytes = 256 * 1024;
+  std::string contents;
+  const std::unique_ptr<IQuillFileReadOnly> file(manager.FileOpenReadOnly(path));
+  if (!file) return contents;
+
+  contents.resize(kMostBytes);
+  unsigned long filled = 0, bytesRead = 0;
+  while (filled < kMostBytes && file->Read(contents.data() + filled, kMostBytes - filled, bytesRead) && bytesRead > 0) {
+    filled += bytesRead;
+  }
+  contents.resize(filled);
+  return contents;
+}
+
+bool HasLine(std::string_view text, std::string_view wanted) {
+  while (!text.empty()) {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    if (line == wanted || darwin::FormC(line) == wanted) return true;
+    text.remove_prefix(line.size() < text.size() ? line.size() + 1 : line.size());
+  }
+  return false;
+}
+
+}  // namespace
+
+bool IsHiddenName(CoreFileManager& manager, const QuillFileString& path) {
+  const QuillFileString leaf = LeafOf(path);
+  if (leaf.isEmpty()) return false;
+  const std::string_view name = leaf.getUTF8();
+  if (name == "." || name == "..") return false;
+  if (name.starts_with('.')) return true;
+
+  QuillFileString list = path;
+  if (!list.trimLeaf(nullptr)) list.freeAll();  // a bare name: the list lies in the current directory
+  list.appendLeaf(".hidden");
+  // Opening what is missing would record a code.
+  if (manager.FileGetEffectivePermissions(list) < 2) return false;
+  return HasLine(ReadSmallFile(manager, list), darwin::FormC(name));
+}

@@ -1,0 +1,49 @@
+#include "tools/quillfs/Arguments.h"
+
+#include <time.h>
+
+#include <charconv>
+#include <cstdlib>
+
+#include "tools/quillfs/Session.h"
+
+QuillFileString Arguments::Path(std::size_t index) const { return PathOf(Text(index)); }
+
+std::vector<QuillFileString> Arguments::Paths(bool orHere) const {
+  std::vector<QuillFileString> paths;
+  for (const std::string& operand : operands) paths.push_back(PathOf(operand));
+  if (paths.empty() && orHere) paths.push_back(PathOf("."));
+  return paths;
+}
+
+const std::string* Arguments::Value(std::string_view option) const {
+  const auto found = options.find(option);
+  return found != options.end() ? &found->second : nullptr;
+}
+
+std::optional<long long> Arguments::Number(std::string_view option) const {
+  const std::string* value = Value(option);
+  return value ? ParseNumber(*value) : std::nullopt;
+}
+
+std::optional<long long> ParseNumber(std::string_view text) {
+  long long number = 0;
+  const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool isNumber = error == std::errc() && stop == text.data() + text.size() && number >= 0;
+  return isNumber ? std::optional(number) : std::nullopt;
+}
+
+std::optional<double> ParseDate(const std::string& text) {
+  if (text.starts_with('@')) {
+    char* stop = nullptr;
+    const double seconds = std::strtod(text.c_str() + 1, &stop);
+    return stop != text.c_str() + 1 && *stop == '\0' ? std::optional(seconds * 1000) : std::nullopt;
+  }
+  for (const char* format : {"%Y-%m-%d", "%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S"}) {
+    std::tm moment{};
+    moment.tm_isdst = -1;  // whatever holds on that day
+    const char* stop = ::strptime(text.c_str(), format, &moment);
+    if (stop && *stop == '\0') return static_cast<double>(std::mktime(&moment)) * 1000;
+  }
+  return std::nullopt;
+}

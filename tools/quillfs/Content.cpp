@@ -1,0 +1,162 @@
+// Commands that read and write the bytes of files.
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/darwin/Retry.h"
+#include "platform/foundation/NSException.h"
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "tools/quillfs/Command.h"
+
+namespace {
+
+constexpr std::size_t kChunkSize = 128 * 1024;
+
+/// Opening some things fails without a code: they cannot be read in order, as a directory.
+void FailToOpen(Session& session, const QuillFileString& path) {
+  const int code = session.manager.GetLastError();
+  session.Fail(TextOf(path), code != kQuillErrNone ? code : static_cast<int>(kQuillErrNotAFile));
+}
+
+/// Runs what may raise the platform's exception; reports that as a failure of \p path.
+template <typename Call>
+bool Guarded(Session& session, const QuillFileString& path, Call call) {
+  try {
+    if (call()) return true;
+    session.Fail(path);
+  } catch (const foundation::NSException& failure) {
+    session.Fail(TextOf(path), OSXFileSystemUtils::_PosixErrToQuillErr(failure.code().value()));
+  }
+  return false;
+}
+
+/// Hands \p text on, or all of standard input when that is "-", until \p write refuses.
+template <typename Write>
+void ForEachChunk(Session& session, std::string_view text, Write write) {
+  if (text != "-") return void(write(text));
+  std::vector<char> buffer(kChunkSize);
+  for (;;) {
+    const auto count = darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
+    if (count < 0) return session.Fail("standard input", OSXFileSystemUtils::_PosixErrToQuillErr(errno));
+    if (count == 0 || !write(std::string_view(buffer.data(), static_cast<std::size_t>(count)))) return;
+  }
+}
+
+std::string_view TextArgument(const Arguments& arguments) {
+  return arguments.Count() > 1 ? std::string_view(arguments.Text(1)) : "-";
+}
+
+void PrintContents(Session& session, const QuillFileString& path, IQuillFileReadOnly& file) {
+  std::vector<char> buffer(kChunkSize);
+  for (unsigned long count = 0;;) {
+    if (!file.Read(buffer.data(), buffer.size(), count)) return session.Fail(TextOf(path), file.GetLastError());
+    if (count == 0 || !session.output.Print({buffer.data(), count})) return;
+  }
+}
+
+void Cat(Session& session, const Arguments& arguments) {
+  for (const QuillFileString& path : arguments.Paths()) {
+    session.Begin();
+    const std::unique_ptr<IQuillFileReadOnly> file(session.manager.FileOpenReadOnly(path));
+    if (!file) {
+      FailToOpen(session, path);
+      continue;
+    }
+    PrintContents(session, path, *file);
+  }
+}
+
+void Write(Session& session, const Arguments& arguments) {
+  session.Begin();
+  const QuillFileString path = arguments.Path(0);
+  const auto position = arguments.Number("--at");
+  const unsigned int flags = kQuillOpenWrite | kQuillOpenCreate | (position ? 0U : kQuillOpenTruncate);
+  const std::unique_ptr<IQuillFileReadWriteTemp> file(session.manager.FileOpen(path, flags));
+  if (!file) return FailToOpen(session, path);
+
+  long long reached = 0;
+  if (position && !file->Seek(*position, kQuillFileSeekBegin, reached)) {
+    return session.Fail(TextOf(path), file->GetLastError());
+  }
+  ForEachChunk(session, TextArgument(arguments), [&](std::string_view chunk) {
+    return Guarded(session, path, [&] { return file->Write(chunk.data(), chunk.size()); });
+  });
+  if (arguments.Has("--sync")) (void)Guarded(session, path, [&] { return file->Flush(); });  // reports by itself
+}
+
+void Append(Session& session, const Arguments& arguments) {
+  session.Begin();
+  const QuillFileString path = arguments.Path(0);
+  const ETruncateOnOpen truncate = arguments.Has("--empty") ? kQuillTruncateOnOpen : kQuillKeepOnOpen;
+  const std::unique_ptr<IQuillFileAppendOnly> file(session.manager.FileOpenAppend(path, truncate));
+  if (!file) return FailToOpen(session, path);
+  ForEachChunk(session, TextArgument(arguments), [&](std::string_view chunk) {
+    return Guarded(session, path, [&] { return file->Append(chunk.data(), chunk.size()); });
+  });
+}
+
+void Truncate(Session& session, const Arguments& arguments) {
+  session.Begin();
+  const QuillFileString path = arguments.Path(0);
+  const unsigned int flags = kQuillOpenWrite | (arguments.Has("--create") ? kQuillOpenCreate : 0U);
+  const std::unique_ptr<IQuillFileReadWriteTemp> file(session.manager.FileOpen(path, flags));
+  if (!file) return FailToOpen(session, path);
+
+  long long reached = 0;
+  if (!file->Seek(arguments.Number("--size").value_or(0), kQuillFileSeekBegin, reached)) {
+    return session.Fail(TextOf(path), file->GetLastError());
+  }
+  (void)Guarded(session, path, [&] { return file->Truncate(); });  // reports by itself
+}
+
+void Spool(Session& session, const Arguments&) {
+  session.Begin();
+  const std::unique_ptr<IQuillFileReadWriteTemp> file(session.manager.FileOpenTemp());
+  if (!file) return session.Fail("temporary file");
+  const QuillFileString path = file->GetFileName();
+  bool isWhole = true;
+  ForEachChunk(session, "-", [&](std::string_view chunk) {
+    return isWhole = Guarded(session, path, [&] { return file->Write(chunk.data(), chunk.size()); });
+  });
+  long long start = 0;
+  if (isWhole && file->Seek(0, kQuillFileSeekBegin, start)) PrintContents(session, path, *file);
+}
+
+}  // namespace
+
+CommandGroup ContentCommands() {
+  return {"Contents",
+          {
+              {"cat", "PATH...", "print the contents of files", "quillfs cat /etc/hostname", {}, Cat},
+              {"write",
+               "PATH [TEXT]",
+               "replace a file's contents by TEXT, or by standard input (-)",
+               "quillfs write notes.txt 'first line'",
+               {{"--at", OptionKind::kNumber, "write at this position and keep the rest"},
+                {"--sync", OptionKind::kFlag, "return when the data is on the device"}},
+               Write},
+              {"append",
+               "PATH [TEXT]",
+               "add TEXT, or standard input (-), to the end of a file",
+               "date | quillfs append log.txt -",
+               {{"--empty", OptionKind::kFlag, "empty the file first"}},
+               Append},
+              {"truncate",
+               "PATH",
+               "cut a file, or extend it with zero bytes",
+               "quillfs truncate --size 1024 image.bin",
+               {{"-s,--size", OptionKind::kNumber, "the size in bytes (0)"},
+                {"--create", OptionKind::kFlag, "create the file when it is missing"}},
+               Truncate},
+              {"spool",
+               "",
+               "read all of standard input, then print it, by way of a temporary file",
+               "sort list.txt | quillfs spool | quillfs write list.txt -",
+               {},
+               Spool},
+          }};
+}

@@ -1,0 +1,34 @@
+#include "tools/quillfs/Interruption.h"
+
+#include <csignal>
+
+namespace {
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void NoteInterruption(int) { interrupted = 1; }
+
+void SetHandler(int signal, void (*handler)(int), int flags) {
+  struct ::sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  (void)::sigemptyset(&action.sa_mask);
+  struct ::sigaction before {};
+  // A signal that was ignored when the program started (nohup) stays ignored.
+  if (::sigaction(signal, nullptr, &before) != 0 || before.sa_handler == SIG_IGN) return;
+  (void)::sigaction(signal, &action, nullptr);  // cannot fail for these signals
+}
+
+}  // namespace
+
+InterruptionScope::InterruptionScope() {
+  for (const int signal : kSignals) SetHandler(signal, NoteInterruption, static_cast<int>(SA_RESETHAND | SA_RESTART));
+}
+
+InterruptionScope::~InterruptionScope() {
+  for (const int signal : kSignals) SetHandler(signal, SIG_DFL, 0);
+}
+
+bool WasInterrupted() noexcept { return interrupted != 0; }

@@ -1,0 +1,14 @@
+// Ctrl-C during work on trees: the work is stopped at a safe point and cleans up after itself.
+#pragma once
+
+/// While it lives, the first SIGINT, SIGTERM or SIGHUP only asks for a stop; a second one of its kind ends the program.
+class InterruptionScope {
+ public:
+  InterruptionScope();
+  InterruptionScope(const InterruptionScope&) = delete;
+  InterruptionScope& operator=(const InterruptionScope&) = delete;
+  ~InterruptionScope();
+};
+
+/// A stop was asked for.
+bool WasInterrupted() noexcept;

@@ -1,0 +1,188 @@
+// Commands that list directories and volumes.
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tools/quillfs/Columns.h"
+#include "tools/quillfs/Command.h"
+#include "tools/quillfs/Text.h"
+
+namespace {
+
+constexpr int kUsualWidth = 80;
+
+struct Entry {
+  std::string name;
+  bool isDirectory;
+};
+
+/// How entries are shown.
+enum class Style { kColumns, kLines, kLong, kJson, kZero };
+
+Style StyleOf(const Arguments& arguments, const Output& output) {
+  if (arguments.Has("--json")) return Style::kJson;
+  if (arguments.Has("--zero")) return Style::kZero;
+  if (arguments.Has("--long")) return Style::kLong;
+  const bool wantsLines = arguments.Has("-1") || arguments.Has("--unsorted") || !output.IsTerminal();
+  return wantsLines ? Style::kLines : Style::kColumns;
+}
+
+int TerminalWidth() {
+  struct ::winsize size {};
+  return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualWidth;
+}
+
+/// Prints the entries of one directory.
+class Lister {
+ public:
+  Lister(Session& running, const QuillFileString& listed, Style shownAs)
+      : session(running), directory(listed), style(shownAs) {}
+
+  void Show(const Entry& entry) {
+    switch (style) {
+      case Style::kColumns:
+        return columns.push_back({ColoredName(entry), DisplayWidth(Printable(entry.name))});
+      case Style::kLines:
+        return Print(ColoredName(entry) + '\n');
+      case Style::kLong:
+        return Print(LongLine(entry));
+      case Style::kZero:
+        return Print(entry.name + '\0');
+      case Style::kJson:
+        return ShowJson(entry);
+    }
+  }
+
+  void Finish() {
+    if (!columns.empty()) Print(InColumns(columns, TerminalWidth()));
+  }
+
+ private:
+  void Print(const std::string& text) { session.output.Print(text); }
+
+  QuillFileString PathOfEntry(const Entry& entry) const {
+    QuillFileString path = directory;
+    path.appendLeaf(entry.name.c_str());
+    return path;
+  }
+
+  std::string ColoredName(const Entry& entry) const {
+    const std::string shown = session.output.Shown(entry.name);
+    if (!session.output.HasColor()) return shown;
+    if (session.manager.FileIsSymLink(PathOfEntry(entry))) return "\033[36m" + shown + "\033[0m";
+    return entry.isDirectory ? "\033[1;34m" + shown + "\033[0m" : shown;
+  }
+
+  std::string LongLine(const Entry& entry) const {
+    constexpr std::size_t kSizeWidth = 15;
+    const QuillFileString path = PathOfEntry(entry);
+    const bool isLink = session.manager.FileIsSymLink(path);
+    long long bytes = 0;
+    double created = 0, modified = 0;
+    const bool hasSize = !entry.isDirectory && session.manager.FileGetSize(path, bytes);
+    const std::string size = hasSize ? std::to_string(bytes) : "-";
+    const std::string date = session.manager.FileGetDates(path, created, modified) ? DateText(modified) : "-";
+
+    std::string line = isLink ? "link" : entry.isDirectory ? "dir " : "file";
+    line.append(kSizeWidth - std::min(size.size(), kSizeWidth), ' ').append(size).append("  ").append(date);
+    line.append(date.size() < 29 ? 29 - date.size() : 0, ' ').append("  ").append(ColoredName(entry));
+    QuillFileString target;
+    if (isLink && session.manager.FileReadSymLink(path, target)) line += " -> " + session.output.Shown(TextOf(target));
+    return line + '\n';
+  }
+
+  void ShowJson(const Entry& entry) {
+    const QuillFileString path = PathOfEntry(entry);
+    long long bytes = 0;
+    double created = 0, modified = 0;
+    JsonLine line;
+    line.Text("name", entry.name).Text("kind", entry.isDirectory ? "directory" : "file");
+    line.Flag("link", session.manager.FileIsSymLink(path));
+    session.manager.FileGetSize(path, bytes) ? line.Number("size", bytes) : line.Nothing("size");
+    const bool hasDates = session.manager.FileGetDates(path, created, modified);
+    hasDates ? line.Number("modified", modified) : line.Nothing("modified");
+    line.PrintTo(session.output);
+  }
+
+  Session& session;
+  const QuillFileString& directory;
+  Style style;
+  std::vector<ShownName> columns;
+};
+
+template <typename Visit>
+void ForEachEntry(StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
+  do {
+    visit(Entry{std::string(TextOf(info.path)), info.type == kQuillFileTypeDirectory});
+  } while (manager.FindNext(handle, info));
+  manager.FindClose(handle);
+}
+
+void ListDirectory(Session& session, const Arguments& arguments, const QuillFileString& directory) {
+  session.Begin();
+  FindFileInfo info;
+  QuillFileFindRef* handle = session.manager.FindFirst(directory, info);
+  if (!handle) {
+    // An empty directory and one that cannot be read look alike here.
+    bool isEmpty = false;
+    if (!session.manager.DirIsEmpty(directory, isEmpty)) session.Fail(directory);
+    return;
+  }
+  Lister lister(session, directory, StyleOf(arguments, session.output));
+  std::vector<Entry> entries;
+  ForEachEntry(session.manager, handle, info, [&](Entry entry) {
+    if (arguments.Has("--unsorted")) return lister.Show(entry);
+    entries.push_back(std::move(entry));
+  });
+  std::sort(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) { return one.name < other.name; });
+  for (const Entry& entry : entries) lister.Show(entry);
+  lister.Finish();
+}
+
+void List(Session& session, const Arguments& arguments) {
+  const std::vector<QuillFileString> paths = arguments.Paths(/*orHere=*/true);
+  bool isFirst = true;
+  for (const QuillFileString& path : paths) {
+    const bool isItem =
+        !session.manager.FileIsDir(path) && (session.manager.FileExists(path) || session.manager.FileIsSymLink(path));
+    if (isItem) {
+      Lister(session, {}, StyleOf(arguments, session.output)).Show({std::string(TextOf(path)), false});
+      continue;
+    }
+    const Style style = StyleOf(arguments, session.output);
+    if (paths.size() > 1 && style != Style::kJson && style != Style::kZero) {
+      session.output.Print((isFirst ? "" : "\n") + session.output.Shown(TextOf(path)) + ":\n");
+    }
+    isFirst = false;
+    ListDirectory(session, arguments, path);
+  }
+}
+
+void Roots(Session& session, const Arguments&) {
+  FindFileInfo info;
+  QuillFileFindRef* handle = session.manager.FindFirstRoot(info);
+  if (!handle) return session.Fail("volumes");
+  ForEachEntry(session.manager, handle, info, [&](const Entry& entry) { session.output.PrintNameLine(entry.name); });
+}
+
+}  // namespace
+
+CommandGroup ListingCommands() {
+  return {"Listings",
+          {
+              {"ls",
+               "[PATH...]",
+               "list directories, one level deep",
+               "quillfs ls -l /etc",
+               {{"-1", OptionKind::kFlag, "print one name a line, as when standard output is no terminal"},
+                {"-l,--long", OptionKind::kFlag, "print kind, size and date too"},
+                {"-U,--unsorted", OptionKind::kFlag, "print entries as they come, with memory that does not grow"},
+                {"-0,--zero", OptionKind::kFlag, "end each name, unescaped, with a zero byte"},
+                {"--json", OptionKind::kFlag, "print JSON, one object a line"}},
+               List},
+              {"roots", "", "list the volumes", "quillfs roots", {}, Roots},
+          }};
+}

@@ -1,0 +1,58 @@
+#include "tools/quillfs/Output.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tools/quillfs/Text.h"
+
+namespace {
+
+bool MayColor() {
+  const char* refused = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  return !(refused && *refused) && !(terminal && std::string_view(terminal) == "dumb");
+}
+
+}  // namespace
+
+Output::Output() : isTerminal(::isatty(STDOUT_FILENO) == 1), hasColor(isTerminal && MayColor()) {}
+
+bool Output::Print(std::string_view bytes) {
+  if (failure != 0) return false;
+  if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size()) return true;
+  failure = errno;
+  return false;
+}
+
+std::string Output::Shown(std::string_view name) const { return isTerminal ? Printable(name) : std::string(name); }
+
+int Output::Finish() {
+  if (std::fflush(stdout) != 0 && failure == 0) failure = errno;
+  return failure;
+}
+
+JsonLine& JsonLine::Text(std::string_view key, std::string_view value) { return Member(key, JsonString(value)); }
+
+JsonLine& JsonLine::Number(std::string_view key, long long value) { return Member(key, std::to_string(value)); }
+
+JsonLine& JsonLine::Number(std::string_view key, double value) {
+  if (!std::isfinite(value)) return Nothing(key);
+  std::array<char, 400> digits;
+  const int length = std::snprintf(digits.data(), digits.size(), value == std::floor(value) ? "%.0f" : "%.3f", value);
+  return Member(key, {digits.data(), static_cast<std::size_t>(length)});
+}
+
+JsonLine& JsonLine::Flag(std::string_view key, bool value) { return Member(key, value ? "true" : "false"); }
+
+JsonLine& JsonLine::Nothing(std::string_view key) { return Member(key, "null"); }
+
+JsonLine& JsonLine::Member(std::string_view key, std::string_view value) {
+  if (members.size() > 1) members += ", ";
+  members.append(JsonString(key)).append(": ").append(value);
+  return *this;
+}

@@ -1,0 +1,48 @@
+// Standard output: results and nothing else.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+class Output {
+ public:
+  Output();
+
+  bool IsTerminal() const noexcept { return isTerminal; }
+  /// On a terminal whose owner did not set NO_COLOR (no-color.org).
+  bool HasColor() const noexcept { return hasColor; }
+
+  /// False from the first failure on.
+  bool Print(std::string_view bytes);
+  /// A name: escaped on a terminal, as it is anywhere else.
+  bool PrintName(std::string_view name) { return Print(Shown(name)); }
+  bool PrintNameLine(std::string_view name) { return Print(Shown(name) + '\n'); }
+  std::string Shown(std::string_view name) const;
+
+  /// Hands on what was gathered. 0, or the errno of the first failure.
+  int Finish();
+
+ private:
+  bool isTerminal;
+  bool hasColor;
+  int failure = 0;
+};
+
+/// One JSON object, printed as one line.
+class JsonLine {
+ public:
+  JsonLine& Text(std::string_view key, std::string_view value);
+  JsonLine& Number(std::string_view key, long long value);
+  /// Whole numbers without a fraction, others with three digits of it.
+  JsonLine& Number(std::string_view key, double value);
+  JsonLine& Flag(std::string_view key, bool value);
+  JsonLine& Nothing(std::string_view key);
+
+  bool PrintTo(Output& output) { return output.Print(members + "}\n"); }
+
+ private:
+  JsonLine& Member(std::string_view key, std::string_view value);
+
+  std::string members = "{";
+};

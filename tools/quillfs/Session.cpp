@@ -1,0 +1,50 @@
+#include "tools/quillfs/Session.h"
+
+#include <cerrno>
+#include <cstdio>
+
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "standalone/ErrorText.h"
+#include "tools/quillfs/Interruption.h"
+#include "tools/quillfs/Text.h"
+
+namespace {
+
+std::string Reason(int code) {
+  if (code == kQuillErrNone) return "failed without a reason";
+  return QuillErrText(code) + (" (" + std::to_string(code) + ")");
+}
+
+}  // namespace
+
+QuillFileString PathOf(std::string_view text) {
+  QuillFileString path;
+  path.setUTF8(std::string(text).c_str());
+  return path;
+}
+
+std::string_view TextOf(const QuillFileString& path) {
+  return path.getUTF8() ? std::string_view(path.getUTF8()) : std::string_view();
+}
+
+void Session::Fail(std::string_view subject, int code) { Report(Printable(subject), Reason(code)); }
+
+void Session::Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to) {
+  const std::string subject = std::string(operation) + ' ' + Printable(TextOf(from)) + " to " + Printable(TextOf(to));
+  Report(subject, Reason(manager.GetLastError()));
+}
+
+void Session::Report(std::string_view subject, std::string_view reason) {
+  status = kExitFailure;
+  if (WasInterrupted()) return;  // who pressed the keys knows why
+  (void)output.Finish();         // keeps both streams in order on a terminal; a failure is told at the end
+  const std::string message = "quillfs: " + std::string(subject) + ": " + std::string(reason) + '\n';
+  (void)std::fputs(message.c_str(), stderr);  // there is no other place to tell
+}
+
+int Session::Finish() {
+  const int error = output.Finish();
+  if (error == EPIPE) return kExitFailure;  // the reader has gone and wants nothing more, not even a message
+  if (error != 0) Fail("standard output", OSXFileSystemUtils::_PosixErrToQuillErr(error));
+  return WasInterrupted() ? kExitInterrupted : status;
+}

@@ -1,0 +1,40 @@
+// One run of the program: the manager, what was printed, and what went wrong.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "standalone/StandaloneFileManager.h"
+#include "tools/quillfs/Output.h"
+
+enum ExitStatus : int { kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2, kExitInterrupted = 130 };
+
+/// An argument as a path.
+QuillFileString PathOf(std::string_view text);
+
+/// A path's text; empty when it has none.
+std::string_view TextOf(const QuillFileString& path);
+
+class Session {
+ public:
+  StandaloneFileManager manager;
+  Output output;
+
+  /// Forgets the code of an earlier failure, so that a failure that records nothing is told as one.
+  void Begin() { manager.SetLastError(kQuillErrNone); }
+
+  /// Reports on standard error that the operation on \p subject failed, with the code that it recorded.
+  void Fail(std::string_view subject) { Fail(subject, manager.GetLastError()); }
+  void Fail(std::string_view subject, int code);
+  void Fail(const QuillFileString& path) { Fail(TextOf(path)); }
+  /// The same for an operation on two paths, which is named too.
+  void Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to);
+
+  /// Prints what is left and gives the status with which the program ends.
+  int Finish();
+
+ private:
+  void Report(std::string_view subject, std::string_view reason);
+
+  int status = kExitSuccess;
+};

@@ -1,0 +1,9 @@
+// "Did you mean": the known word nearest to a mistyped one.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// Null when no word is near enough to be what was meant.
+const std::string* NearestWord(std::string_view typed, const std::vector<std::string>& words);

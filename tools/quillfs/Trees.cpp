@@ -1,0 +1,132 @@
+// Commands that create, copy, move and remove items.
+#include <string>
+
+#include "tools/quillfs/Command.h"
+#include "tools/quillfs/Progress.h"
+
+namespace {
+
+constexpr OptionRow kClobber{"-f,--clobber", OptionKind::kFlag, "delete what stands at the destination first"};
+
+/// Runs an operation on trees under the eyes of the user; reports nothing.
+template <typename Operation>
+bool Watched(Session& session, const char* verb, Operation operation) {
+  session.Begin();
+  const Progress progress(session, verb);
+  return operation(session.manager);
+}
+
+void Remove(Session& session, const Arguments& arguments) {
+  for (const QuillFileString& path : arguments.Paths()) {
+    const bool removed = Watched(session, "removed", [&](StandaloneFileManager& manager) {
+      return arguments.Has("--recursive") ? manager.DirDeleteWithContents(path) : manager.FileDelete(path);
+    });
+    if (!removed) session.Fail(path);
+    if (WasInterrupted()) return;
+  }
+}
+
+void Rename(Session& session, const Arguments& arguments) {
+  const QuillFileString path = arguments.Path(0), newName = arguments.Path(1);
+  const bool renamed =
+      Watched(session, "moved", [&](StandaloneFileManager& manager) { return manager.FileRename(newName, path); });
+  if (!renamed) session.Fail("rename", path, newName);
+}
+
+void Copy(Session& session, const Arguments& arguments) {
+  const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
+  const bool copied = Watched(session, "copied", [&](StandaloneFileManager& manager) {
+    return manager.FileOrDirCopy(source, destination, arguments.Has("--clobber"));
+  });
+  if (!copied) session.Fail("copy", source, destination);
+}
+
+void Move(Session& session, const Arguments& arguments) {
+  const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
+  const bool moved = Watched(session, "moved", [&](StandaloneFileManager& manager) {
+    return manager.FileOrDirMove(source, destination, arguments.Has("--clobber"));
+  });
+  if (!moved) session.Fail("move", source, destination);
+}
+
+void Trash(Session& session, const Arguments& arguments) {
+  for (const QuillFileString& path : arguments.Paths()) {
+    QuillFileString trashed;
+    const bool moved = Watched(
+        session, "moved", [&](StandaloneFileManager& manager) { return manager.FileOrDirMoveToTrash(path, trashed); });
+    moved ? (void)session.output.PrintNameLine(TextOf(trashed)) : session.Fail(path);
+    if (WasInterrupted()) return;
+  }
+}
+
+void MakeTemporary(Session& session, const Arguments& arguments) {
+  session.Begin();
+  StandaloneFileManager& manager = session.manager;
+  const bool isDirectory = arguments.Has("--directory");
+  const std::string* place = arguments.Value("--in");
+  const QuillFileString directory = PathOf(place ? *place : "");
+  QuillFileString path;
+  bool made = false;
+  if (arguments.Has("--private")) {
+    made = manager.FileGetTempPath(path);
+  } else if (place) {
+    made = isDirectory ? manager.DirCreateTempInDir(directory, path) : manager.FileCreateTempInDir(directory, path);
+  } else {
+    made = isDirectory ? manager.DirCreateTemp(path) : manager.FileCreateTemp(path);
+  }
+  made ? (void)session.output.PrintNameLine(TextOf(path)) : session.Fail(place ? *place : "temporary item");
+}
+
+}  // namespace
+
+CommandGroup TreeCommands() {
+  return {
+      "Items and trees",
+      {
+          {"cp",
+           "SOURCE DESTINATION",
+           "copy a file or a whole tree to a new name",
+           "quillfs cp --clobber photos /mnt/backup/photos",
+           {kClobber},
+           Copy},
+          {"mv",
+           "SOURCE DESTINATION",
+           "move a file or a whole tree to a new name",
+           "quillfs mv draft.txt done/final.txt",
+           {kClobber},
+           Move},
+          {"rename",
+           "PATH NAME",
+           "give an item another name; never replaces anything",
+           "quillfs rename notes/a.txt b.txt",
+           {},
+           Rename},
+          {"rm",
+           "PATH...",
+           "remove files and links",
+           "quillfs rm -r old-build",
+           {{"-r,--recursive", OptionKind::kFlag, "remove directories with everything in them"}},
+           Remove},
+          {"rmdir",
+           "PATH...",
+           "remove empty directories",
+           "quillfs rmdir empty",
+           {},
+           OnEach<&CoreFileManager::DirDelete>},
+          {"mkdir",
+           "PATH...",
+           "make sure that directories exist, with every level above them",
+           "quillfs mkdir a/b/c",
+           {},
+           OnEach<&CoreFileManager::DirEnsure>},
+          {"trash", "PATH...", "move items to the trash and print where they lie", "quillfs trash old.txt", {}, Trash},
+          {"mktemp",
+           "",
+           "create an empty temporary item and print its path",
+           "quillfs mktemp -d --in /var/tmp",
+           {{"-d,--directory", OptionKind::kFlag, "create a directory"},
+            {"--in", OptionKind::kText, "create it in this directory"},
+            {"--private", OptionKind::kFlag, "create a file that nobody else may read"}},
+           MakeTemporary},
+      }};
+}

@@ -13,6 +13,17 @@
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "standalone/BaseDirectories.h"
 #include "standalone/HiddenNames.h"
+#include "standalone/Trash.h"
+
+namespace {
+
+/// Stores a path that came from the platform. Always true.
+bool SetPath(const std::string& bytes, QuillFileString& path) {
+  const auto text = foundation::NSString::stringWithFileSystemBytes(bytes);
+  return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(text.get(), path, /*normalize=*/true);
+}
+
+}  // namespace
 
 StandaloneFileManager::~StandaloneFileManager() = default;
 
@@ -36,15 +47,21 @@ bool StandaloneFileManager::FileGetCanonicalPath(const QuillFileString& path, Qu
   const char* text = path.getUTF8();
   if (!text) return false;
   std::string resolved;
-  if (!Succeeded(darwin::CanonicalPath(text, resolved))) return false;
-  const auto platformPath = foundation::NSString::stringWithFileSystemBytes(resolved);
-  return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(platformPath.get(), canonical, /*normalize=*/true);
+  return Succeeded(darwin::CanonicalPath(text, resolved)) && SetPath(resolved, canonical);
 }
 
 bool StandaloneFileManager::FileIsHidden(const QuillFileString& path) { return IsHiddenName(*this, path); }
 
 bool StandaloneFileManager::DirGetAppData(QuillFileString& directory) {
   return EnsureProgramDirectory(*this, kDataDirectory, directory);
+}
+
+bool StandaloneFileManager::FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) {
+  const char* text = path.getUTF8();
+  if (!text) return false;
+  const darwin::TreeObserverScope scope(treeObserver);
+  std::string place;
+  return Succeeded(MoveToTrash(*this, text, place)) && SetPath(place, trashed);
 }
 
 bool StandaloneFileManager::VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) {

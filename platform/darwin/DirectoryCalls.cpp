@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <string>
 #include <utility>
 
 #include "platform/darwin/DirectoryReader.h"
@@ -12,6 +13,21 @@
 #include "platform/darwin/OpenFile.h"
 
 namespace darwin {
+namespace {
+
+int EnsureDirectory(const char* path, ::mode_t allowedToOthers) {
+  const std::string place = PathForCreation(path);
+  if (::mkdir(place.c_str(), S_IRWXU) == 0) return 0;
+  if (errno != EEXIST) return errno;
+
+  ItemStatus status;
+  if (const int error = GetItemStatus(place.c_str(), FinalLink::kItself, status); error != 0) return error;
+  const ::mode_t refused = (S_IRWXG | S_IRWXO) & ~allowedToOthers;
+  const bool isFit = status.IsDirectory() && status.owner == EffectiveUser() && (status.mode & refused) == 0;
+  return isFit ? 0 : EACCES;
+}
+
+}  // namespace
 
 int MakeDirectory(const char* path) {
   constexpr mode_t kOpenToEveryone = 0777;
@@ -33,17 +49,9 @@ int SetCurrentDirectory(const char* path) {
   return OnItem(path, [](const char* item) { return ::chdir(item); }) == 0 ? 0 : errno;
 }
 
-int EnsurePrivateDirectory(const char* path) {
-  const std::string place = PathForCreation(path);
-  if (::mkdir(place.c_str(), S_IRWXU) == 0) return 0;
-  if (errno != EEXIST) return errno;
+int EnsureOwnDirectory(const char* path) { return EnsureDirectory(path, /*allowedToOthers=*/S_IRWXG | S_IRWXO); }
 
-  ItemStatus status;
-  if (const int error = GetItemStatus(place.c_str(), FinalLink::kItself, status); error != 0) return error;
-  const bool isPrivate =
-      status.IsDirectory() && status.owner == EffectiveUser() && (status.mode & (S_IRWXG | S_IRWXO)) == 0;
-  return isPrivate ? 0 : EACCES;
-}
+int EnsurePrivateDirectory(const char* path) { return EnsureDirectory(path, /*allowedToOthers=*/0); }
 
 unsigned EffectiveUser() noexcept { return ::geteuid(); }
 

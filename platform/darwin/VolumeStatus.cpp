@@ -1,5 +1,7 @@
 #include "platform/darwin/VolumeStatus.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/statvfs.h>
 
 #include <cerrno>
@@ -30,6 +32,24 @@ int IsReadOnlyVolume(const char* path, bool& readOnly) {
   if (const int error = GetVolume(path, volume); error != 0) return error;
   readOnly = (volume.f_flag & ST_RDONLY) != 0;
   return 0;
+}
+
+// The devices of one volume's directories may differ (overlay), so the kernel is asked for the mount itself.
+int VolumeRoot(const char* path, std::string& root) {
+  for (std::string directory = path;;) {
+    struct ::statx status;
+    const int result = OnItem(directory.c_str(), [&status](const char* item) {
+      return ::statx(AT_FDCWD, item, AT_SYMLINK_NOFOLLOW, STATX_TYPE, &status);
+    });
+    if (result != 0) return errno;
+    const std::size_t separator = directory.find_last_of('/');
+    const bool isTop = separator == std::string::npos || directory == "/";
+    if (isTop || (status.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) {
+      root = directory;
+      return 0;
+    }
+    directory.erase(separator == 0 ? 1 : separator);
+  }
 }
 
 }  // namespace darwin

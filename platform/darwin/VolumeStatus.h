@@ -1,6 +1,8 @@
 // Questions about the volume on which an item lies. Any thread.
 #pragma once
 
+#include <string>
+
 namespace darwin {
 
 struct VolumeSpace {
@@ -15,5 +17,8 @@ int GetVolumeSpace(const char* path, VolumeSpace& space);
 
 /// 0, or the errno, with \p readOnly untouched. Links are followed.
 int IsReadOnlyVolume(const char* path, bool& readOnly);
+
+/// 0, or the errno. Gives the directory on which the volume of \p path, an absolute path free of links, is mounted.
+int VolumeRoot(const char* path, std::string& root);
 
 }  // namespace darwin

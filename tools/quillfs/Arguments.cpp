@@ -4,6 +4,7 @@
 
 #include <charconv>
 #include <cstdlib>
+#include <ctime>
 
 #include "tools/quillfs/Session.h"
 

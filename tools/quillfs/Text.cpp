@@ -8,8 +8,6 @@
 #include <cstdio>
 #include <ctime>
 
-#include "platform/darwin/UTF8.h"
-
 namespace {
 
 struct Character {
@@ -19,16 +17,23 @@ struct Character {
   bool isText;
 };
 
+/// Well-formed by Unicode 15.0, table 3-7, or a byte that is no text.
 Character NextCharacter(std::string_view bytes) {
   const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(bytes[index]); };
   const unsigned char lead = byte(0);
   if (lead < 0x80) return {lead, 1, true};
-
+  const Character noText{lead, 1, false};
   const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (!darwin::IsUTF8(bytes.substr(0, length))) return {lead, 1, false};
+  if (lead < 0xc2 || lead > 0xf4 || bytes.size() < length) return noText;
+
   char32_t value = lead & (0x7fU >> length);
-  for (std::size_t index = 1; index < length; ++index) value = value << 6 | (byte(index) & 0x3fU);
-  return {value, length, true};
+  for (std::size_t index = 1; index < length; ++index) {
+    if ((byte(index) & 0xc0) != 0x80) return noText;
+    value = value << 6 | (byte(index) & 0x3fU);
+  }
+  const bool isOverlong = value < (length == 4 ? 0x10000U : length == 3 ? 0x800U : 0x80U);
+  const bool isSurrogate = value >= 0xd800 && value <= 0xdfff;
+  return isOverlong || isSurrogate || value > 0x10ffff ? noText : Character{value, length, true};
 }
 
 /// Calls \p visit with each character and its bytes.

@@ -25,12 +25,11 @@ int Fail(int reason) noexcept {
 template <typename Make>
 int MakeFromTemplate(char* pathTemplate, Make make) {
   if (!pathTemplate) return Fail(EFAULT);
-  const std::string original = pathTemplate;
+  const std::string original = pathTemplate;  // a failed attempt may fill it all the same
   const int made = make(pathTemplate);
   if (made != -1 || !MayStandUnderAnotherName(errno)) return made;
 
   const int reason = errno;
-  std::memcpy(pathTemplate, original.data(), original.size());  // a failed attempt may have filled it already
   const std::size_t separator = original.rfind('/');
   if (separator == std::string::npos) return Fail(reason);
   auto path = EquivalentPath(original.substr(0, separator).c_str());

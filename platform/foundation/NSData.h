@@ -7,7 +7,7 @@
 
 namespace foundation {
 
-struct NSData {
+struct QUILL_EXPORT NSData {
   const void* bytes = nullptr;
   std::size_t length = 0;
 

@@ -1,6 +1,5 @@
 // Percent-encoding, RFC 3986, section 2.1. Each direction measures first, so that a result is one allocation.
 #include <algorithm>
-#include <cstring>
 
 #include "platform/darwin/UTF8.h"
 #include "platform/foundation/NSCharacterSet.h"
@@ -31,10 +30,7 @@ char* Encode(std::string_view text, const NSCharacterSet& allowed, char* output)
   return output;
 }
 
-char* Append(std::string_view text, char* output) noexcept {
-  std::memcpy(output, text.data(), text.size());
-  return output + text.size();
-}
+char* Append(std::string_view text, char* output) noexcept { return std::copy(text.begin(), text.end(), output); }
 
 /// False when an escape is malformed or stands for NUL. The output is shorter by two bytes for each escape.
 bool Decode(std::string_view encoded, char* output) noexcept {

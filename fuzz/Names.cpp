@@ -1,0 +1,87 @@
+// Normalization, and finding an item by any form of its name, on a real directory.
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "fuzz/Fuzz.h"
+#include "platform/darwin/ItemStatus.h"
+#include "platform/darwin/NameLookup.h"
+#include "platform/darwin/Normalization.h"
+
+using darwin::FormC;
+using darwin::FormD;
+using fuzz::Require;
+
+namespace {
+
+constexpr std::size_t kLongestName = 255;
+
+/// In memory where that is possible; taken away at the end.
+class ScratchDirectory {
+ public:
+  ScratchDirectory() {
+    std::error_code error;
+    const bool hasMemory = std::filesystem::is_directory("/dev/shm", error);
+    path = (hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path().string()) + "/quill-fuzz.XXXXXX";
+    Require(::mkdtemp(path.data()) != nullptr);
+  }
+  ~ScratchDirectory() {
+    std::error_code ignored;  // the program is ending
+    std::filesystem::remove_all(path, ignored);
+  }
+  std::string In(std::string_view name) const { return path + "/" + std::string(name); }
+
+ private:
+  std::string path;
+};
+
+void CheckForms(std::string_view text) {
+  const std::string composed = FormC(text);
+  const std::string decomposed = FormD(text);
+  Require(FormC(composed) == composed);
+  Require(FormD(decomposed) == decomposed);
+  Require(FormC(decomposed) == composed);
+  Require(FormD(composed) == decomposed);
+  if (darwin::IsUTF8(text)) Require(darwin::IsUTF8(composed) && darwin::IsUTF8(decomposed));
+}
+
+bool CanBeName(std::string_view name) {
+  return !name.empty() && name.size() <= kLongestName && name != "." && name != "..";
+}
+
+int Status(const std::string& path) {
+  darwin::ItemStatus status;
+  return darwin::GetItemStatus(path.c_str(), darwin::FinalLink::kItself, status);
+}
+
+/// An item that stands under \p stored is found by \p asked, and a creation by that name meets it.
+void CheckLookup(const ScratchDirectory& directory, std::string_view stored, std::string_view asked) {
+  if (!CanBeName(stored) || !CanBeName(asked)) return;
+  const std::string item = directory.In(stored);
+  Require(std::ofstream(item).is_open());
+  Require(Status(directory.In(asked)) == 0);
+  Require(darwin::PathForCreation(directory.In(asked).c_str()) == item);
+  Require(::unlink(item.c_str()) == 0);
+  Require(Status(directory.In(asked)) == ENOENT);
+}
+
+}  // namespace
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const ScratchDirectory directory;
+  const std::string_view text = fuzz::TextIn(fuzz::Bytes(data, size));
+  CheckForms(text);
+
+  const std::string_view name = text.substr(0, text.find('/'));
+  const std::string composed = FormC(name);
+  const std::string decomposed = FormD(name);
+  CheckLookup(directory, name, composed);
+  CheckLookup(directory, name, decomposed);
+  CheckLookup(directory, composed, name);
+  CheckLookup(directory, decomposed, name);
+  CheckLookup(directory, decomposed, composed);
+  return 0;
+}

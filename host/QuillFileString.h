@@ -15,7 +15,7 @@
 class QUILL_EXPORT QuillFileString {
  public:
   /// An empty string without text: getUTF8 answers null until text is set.
-  QuillFileString() noexcept = default;
+  QuillFileString() noexcept {}  // written out so that a constant one may be declared
 
   /// An independent copy. A string without text gives one without text.
   QuillFileString(const QuillFileString& other);

@@ -52,11 +52,11 @@ TEST_F(NamesTest, ListingIsOneLevelDeepAndTellsDirectories) {
   EXPECT_EQ("untouched", Text(untouched.path));
   EXPECT_TRUE(manager.FindClose(nullptr));
 
-  QuillFileFindRef* const root = manager.FindFirstRoot(untouched);
+  QuillFileFindRef* const volumes = manager.FindFirstRoot(untouched);
   EXPECT_EQ("/", Text(untouched.path));
   EXPECT_EQ(kQuillFileTypeDirectory, untouched.type);
-  EXPECT_FALSE(manager.FindNext(root, untouched));
-  EXPECT_TRUE(manager.FindClose(root));
+  EXPECT_FALSE(manager.FindNext(volumes, untouched));
+  EXPECT_TRUE(manager.FindClose(volumes));
   EXPECT_EQ("nothing", manager.Reason());
 }
 

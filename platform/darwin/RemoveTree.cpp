@@ -18,12 +18,12 @@ constexpr int kMostPasses = 64;
 
 class Removal final : public TreeVisitor {
  public:
-  Removal(const char* text, TreeReport& listener, const CopiedItems* copied)
-      : path(text), report(listener), only(copied), walk(*this) {}
+  Removal(const char* text, TreeReport& listener, RemovalMode how, const CopiedItems* copied)
+      : path(text), report(listener), mode(how), only(copied), walk(*this) {}
 
-  void Run(FileDescriptor parent, const char* name) {
+  void Run(int parent, const char* name) {
     passes.emplace_back();
-    walk.Run(std::move(parent), FileDescriptor(), name);
+    walk.Run(parent, name);
   }
 
  private:
@@ -59,6 +59,7 @@ class Removal final : public TreeVisitor {
     if (error == ENOENT) return Next::kGoOn;
     // It was exchanged for something else since its type was read.
     if (error == ENOTDIR || error == ELOOP) return only ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
+    if (mode == RemovalMode::kOwnCopy && error == EACCES && GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
     if (!only && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
     return Fail(error);
@@ -67,6 +68,9 @@ class Removal final : public TreeVisitor {
   Next Enter(TreeLevel&, TreeLevel& directory) override {
     if (directory.item.isMountRoot || (only && !only->Contains(directory.item))) return Fail(EBUSY);
     passes.emplace_back();
+    if (mode == RemovalMode::kOwnCopy && (directory.item.mode & S_IRWXU) != S_IRWXU) {
+      (void)::fchmod(directory.descriptor(), S_IRWXU);  // the removals tell whether it helped
+    }
     return Next::kGoInto;
   }
 
@@ -90,6 +94,11 @@ class Removal final : public TreeVisitor {
   }
 
   void Lost(int error) override { Fail(error); }
+
+  /// The directory is ours and lies where nobody else comes, so its name is as good as a descriptor.
+  static bool GiveRights(TreeLevel& in, const char* name) {
+    return Retry([&] { return ::fchmodat(in.descriptor(), name, S_IRWXU, 0); }) == 0;
+  }
 
   /// 0 as well when somebody else was faster.
   static int Unlink(TreeLevel& in, const char* name, int flags) {
@@ -117,6 +126,8 @@ class Removal final : public TreeVisitor {
 
   const std::string path;
   TreeReport& report;
+  const RemovalMode mode;
+  /// Null for everything.
   const CopiedItems* only;
   TreeWalk walk;
   /// One for each directory that the walk is in, beginning with the parent of the tree.
@@ -125,13 +136,12 @@ class Removal final : public TreeVisitor {
 
 }  // namespace
 
-void RemoveTreeAt(FileDescriptor parent, const char* name, const char* path, TreeReport& report,
-                  const CopiedItems* only) {
-  Removal(path, report, only).Run(std::move(parent), name);
+void RemoveTreeAt(int parent, const char* name, const char* path, TreeReport& report, RemovalMode mode) {
+  Removal(path, report, mode, nullptr).Run(parent, name);
 }
 
-FileDescriptor Duplicate(const FileDescriptor& directory) {
-  return FileDescriptor(::fcntl(directory.get(), F_DUPFD_CLOEXEC, 0));
+void RemoveCopiedTreeAt(int parent, const char* name, const char* path, TreeReport& report, const CopiedItems& copied) {
+  Removal(path, report, RemovalMode::kAll, &copied).Run(parent, name);
 }
 
 int RemoveTree(const char* text) {
@@ -140,7 +150,7 @@ int RemoveTree(const char* text) {
   TreeItem item;
   if (const int error = FindItemToTake(text, path, item)) return report.FailAsWhole(text, error);
   if (item.isMountRoot) return report.FailAsWhole(text, EBUSY);
-  RemoveTreeAt(std::move(path.parent), path.name.c_str(), text, report);
+  RemoveTreeAt(path.parent.get(), path.name.c_str(), text, report);
   return report.error();
 }
 

@@ -2,18 +2,24 @@
 #pragma once
 
 #include "platform/darwin/CopiedItems.h"
-#include "platform/darwin/FileDescriptor.h"
 #include "platform/darwin/TreeReport.h"
 
 namespace darwin {
 
-/// Removes everything that may be removed, the item itself last. The first cause is in \p report; its entries' names
-/// begin at \p path, the text for the root.
-/// With \p only, what is not among these items stays, and is EBUSY.
-void RemoveTreeAt(FileDescriptor parent, const char* name, const char* path, TreeReport& report,
-                  const CopiedItems* only = nullptr);
+/// What of a tree is removed.
+enum class RemovalMode {
+  /// All that this user may remove.
+  kAll,
+  /// Also what lies in directories that have no rights for their owner: a copy of our own, half-made.
+  kOwnCopy,
+};
 
-/// Another descriptor of the same directory; empty, with errno, when there is none to be had.
-FileDescriptor Duplicate(const FileDescriptor& directory);
+/// Removes everything that may be removed, the item itself last. The first cause is in \p report; \p path is the name
+/// of the root there.
+void RemoveTreeAt(int parent, const char* name, const char* path, TreeReport& report,
+                  RemovalMode mode = RemovalMode::kAll);
+
+/// Removes only what is among \p copied; anything else stays, and is EBUSY.
+void RemoveCopiedTreeAt(int parent, const char* name, const char* path, TreeReport& report, const CopiedItems& copied);
 
 }  // namespace darwin

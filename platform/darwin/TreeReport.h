@@ -10,7 +10,7 @@ namespace darwin {
 class TreeReport {
  public:
   /// For this thread's observer; nobody's costs nothing.
-  TreeReport() noexcept : observer(TreeObserver::Current()) {}
+  explicit TreeReport(TreeObserver* listener = TreeObserver::Current()) noexcept : observer(listener) {}
 
   /// False when the observer stops the operation.
   bool Finished(std::uint64_t items) { return Tell(0, items); }

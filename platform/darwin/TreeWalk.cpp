@@ -29,10 +29,8 @@ int OpenSame(int below, const TreeItem& expected, FileDescriptor& directory) {
 
 }  // namespace
 
-void TreeWalk::Run(FileDescriptor parent, FileDescriptor counterpart, const char* name) {
-  TreeLevel& base = levels.emplace_back();
-  base.reader.emplace(std::move(parent));
-  base.counterpart = std::move(counterpart);
+void TreeWalk::Run(int parent, const char* name) {
+  levels.emplace_back().parent = parent;
   bool goOn = Visit({name, 0, DT_UNKNOWN});
   while (goOn && levels.size() > 1) {
     const DirectoryReader::Entry* entry = levels.back().reader->Next();
@@ -52,8 +50,14 @@ bool TreeWalk::Enter(const char* name) {
   TreeLevel& in = levels.back();
   TreeItem item;
   FileDescriptor directory = Open(in.descriptor(), name, kOpenDirectory);
-  const int error = directory ? ReadItem(directory.get(), item) : errno;
-  if (error != 0) return visitor.Shut(in, name, error) != TreeVisitor::Next::kStop;
+  int error = directory ? ReadItem(directory.get(), item) : errno;
+  if (error != 0) {
+    const auto next = visitor.Shut(in, name, error);
+    if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
+    directory = Open(in.descriptor(), name, kOpenDirectory);
+    error = directory ? ReadItem(directory.get(), item) : errno;
+    if (error != 0) return Lose(error);
+  }
 
   TreeLevel& entered = levels.emplace_back();
   entered.name = name;
@@ -109,7 +113,7 @@ bool TreeWalk::CloseOne() {
 int TreeWalk::OpenAbove() {
   TreeLevel& below = levels.back();
   TreeLevel& above = levels[levels.size() - 2];
-  if (above.reader) return 0;
+  if (above.reader || levels.size() == 2) return 0;
   FileDescriptor directory;
   if (const int error = OpenSame(below.descriptor(), above.item, directory)) return error;
   if (below.counterpart) {

@@ -18,7 +18,7 @@ namespace darwin {
 
 /// A directory that the walk is in.
 struct TreeLevel {
-  int descriptor() const { return reader->descriptor(); }
+  int descriptor() const { return reader ? reader->descriptor() : parent; }
 
   std::string name;
   TreeItem item;
@@ -28,6 +28,8 @@ struct TreeLevel {
   /// A directory that the visitor keeps beside it, closed and opened again in step with it.
   FileDescriptor counterpart;
   TreeItem counterpartItem;
+  /// Of the directory that holds the tree, which stays the caller's.
+  int parent = -1;
 };
 
 /// What is done on the way. \p in is the directory that holds the entry in question; it and the one below are open.
@@ -37,7 +39,7 @@ class TreeVisitor {
 
   /// kGoInto for a directory that is to be walked.
   virtual Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) = 0;
-  /// The directory could not be opened.
+  /// The directory could not be opened. kGoInto to try once more.
   virtual Next Shut(TreeLevel& in, const char* name, int error) = 0;
   /// It is open. kGoInto, or kGoOn to pass it by.
   virtual Next Enter(TreeLevel& in, TreeLevel& directory) = 0;
@@ -54,13 +56,14 @@ class TreeWalk {
  public:
   explicit TreeWalk(TreeVisitor& guest) noexcept : visitor(guest) {}
 
-  /// Visits \p name in \p parent and, if the visitor wants it, everything below. \p counterpart goes with the parent.
-  void Run(FileDescriptor parent, FileDescriptor counterpart, const char* name);
+  /// Visits \p name in \p parent and, if the visitor wants it, everything below.
+  void Run(int parent, const char* name);
 
   /// openat that, when descriptors are scarce, closes directories higher up and tries again.
   FileDescriptor Open(int directory, const char* name, int flags, mode_t mode = 0);
 
-  bool IsRoot(const TreeLevel& in) const { return &in == &levels.front(); }
+  /// The directory that holds the tree.
+  bool IsOutside(const TreeLevel& in) const { return &in == &levels.front(); }
   /// The path, relative to the tree, of the entry that is being visited; empty for the root.
   std::string CurrentEntry() const;
 

@@ -1,0 +1,141 @@
+#include "platform/darwin/CopyData.h"
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <linux/magic.h>
+#include <sys/ioctl.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "platform/darwin/Retry.h"
+
+namespace darwin {
+namespace {
+
+constexpr std::size_t kBufferSize = 256 * 1024;
+constexpr std::uint64_t kLongestServerCopy = 64 << 20;  // between two reports
+constexpr unsigned kCephMagic = 0x00c36400;             // not in linux/magic.h
+
+int WriteAll(int to, const std::byte* data, std::size_t size, std::uint64_t position, bool positioned) {
+  while (size > 0) {
+    const ssize_t put = Retry(
+        [&] { return positioned ? ::pwrite(to, data, size, static_cast<off_t>(position)) : ::write(to, data, size); });
+    if (put < 0) return errno;
+    if (put == 0) return EIO;
+    data += put;
+    size -= static_cast<std::size_t>(put);
+    position += static_cast<std::uint64_t>(put);
+  }
+  return 0;
+}
+
+off_t Seek(int file, std::uint64_t position, int whence) { return ::lseek(file, static_cast<off_t>(position), whence); }
+
+}  // namespace
+
+int DataCopier::Copy(int from, const TreeItem& source, int to) {
+  if (source.size > 0 && mayClone && Clone(from, to)) return report.Wrote(source.size) ? 0 : ECANCELED;
+  const bool hasHoles = source.blocks * 512 < source.size;
+  return hasHoles ? CopyExtents(from, source, to) : CopyToEnd(from, source, to);
+}
+
+bool DataCopier::Clone(int from, int to) {
+  if (Retry([&] { return ::ioctl(to, FICLONE, from); }) == 0) return true;
+  // Others concern one file alone. Whatever the reason is: if it is serious, the plain way meets it as well.
+  if (errno == EOPNOTSUPP || errno == EXDEV || errno == ENOTTY || errno == ENOSYS) mayClone = false;
+  return false;
+}
+
+/// Reads without positions, so that it suits files that have none.
+int DataCopier::CopyToEnd(int from, const TreeItem& source, int to) {
+  std::uint64_t total = 0;
+  if (source.size > kBufferSize && IsOnServer(from)) {
+    if (!CopyOnServer(from, to, {0, source.size}, total)) return ECANCELED;
+    if (Seek(from, total, SEEK_SET) == -1 || Seek(to, total, SEEK_SET) == -1) return errno;
+  }
+  for (;;) {
+    const ssize_t got = Retry([&] { return ::read(from, Buffer(), kBufferSize); });
+    if (got <= 0) return got == 0 ? 0 : errno;
+    const auto size = static_cast<std::size_t>(got);
+    if (const int error = WriteAll(to, Buffer(), size, 0, /*positioned=*/false)) return error;
+    if (!report.Wrote(size)) return ECANCELED;
+    total += size;
+    // It has kept its word: no further read to see the end. Files of /proc and /sys do not.
+    if (total == source.size && size < kBufferSize) return 0;
+  }
+}
+
+int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
+  std::uint64_t position = 0;
+  while (position < source.size) {
+    const off_t data = Seek(from, position, SEEK_DATA);
+    if (data < 0 && errno == ENXIO) break;  // a hole up to the end
+    const off_t hole = data < 0 ? -1 : Seek(from, static_cast<std::uint64_t>(data), SEEK_HOLE);
+    if (hole < 0 && position == 0) {
+      // A file system that knows nothing about holes.
+      if (Seek(from, 0, SEEK_SET) == -1) return errno;
+      return CopyToEnd(from, source, to);
+    }
+    if (hole < 0) return errno;
+    const Range extent{static_cast<std::uint64_t>(data), std::min(static_cast<std::uint64_t>(hole), source.size)};
+    if (const int error = CopyRange(from, to, extent, position)) return error;
+    // It ended before the size that it claims: so does the copy.
+    if (position < extent.end) return Retry([&] { return ::ftruncate(to, static_cast<off_t>(position)); }) ? errno : 0;
+  }
+  return Retry([&] { return ::ftruncate(to, static_cast<off_t>(source.size)); }) == 0 ? 0 : errno;
+}
+
+int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached) {
+  reached = range.begin;
+  if (range.end - range.begin > kBufferSize && IsOnServer(from) && !CopyOnServer(from, to, range, reached)) {
+    return ECANCELED;
+  }
+  while (reached < range.end) {
+    const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, kBufferSize);
+    const auto position = static_cast<off_t>(reached);
+    const ssize_t got = Retry([&] { return ::pread(from, Buffer(), wanted, position); });
+    if (got <= 0) return got == 0 ? 0 : errno;
+    const auto size = static_cast<std::size_t>(got);
+    if (const int error = WriteAll(to, Buffer(), size, reached, /*positioned=*/true)) return error;
+    if (!report.Wrote(size)) return ECANCELED;
+    reached += size;
+  }
+  return 0;
+}
+
+/// As far as it gets; the rest, and the reason if there is one, is the plain way's. False when it was stopped.
+bool DataCopier::CopyOnServer(int from, int to, Range range, std::uint64_t& reached) {
+  auto in = static_cast<off_t>(range.begin);
+  auto out = in;
+  reached = range.begin;
+  while (reached < range.end) {
+    const std::size_t wanted = std::min(range.end - reached, kLongestServerCopy);
+    const ssize_t done = Retry([&] { return ::copy_file_range(from, &in, to, &out, wanted, 0); });
+    if (done <= 0) return true;
+    reached += static_cast<std::uint64_t>(done);
+    if (!report.Wrote(static_cast<std::uint64_t>(done))) return false;
+  }
+  return true;
+}
+
+bool DataCopier::IsOnServer(int file) {
+  if (onServer != Answer::kUnknown) return onServer == Answer::kYes;
+  struct statfs status;
+  onServer = Answer::kNo;
+  if (Retry([&] { return ::fstatfs(file, &status); }) != 0) return false;
+  for (const unsigned magic : {unsigned{NFS_SUPER_MAGIC}, unsigned{CIFS_SUPER_MAGIC}, unsigned{SMB2_SUPER_MAGIC},
+                               unsigned{FUSE_SUPER_MAGIC}, kCephMagic}) {
+    if (static_cast<unsigned>(status.f_type) == magic) onServer = Answer::kYes;
+  }
+  return onServer == Answer::kYes;
+}
+
+std::byte* DataCopier::Buffer() {
+  if (!buffer) buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
+  return buffer.get();
+}
+
+}  // namespace darwin

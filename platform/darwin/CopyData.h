@@ -1,0 +1,47 @@
+// Copying what is in a file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "platform/darwin/TreeItem.h"
+#include "platform/darwin/TreeReport.h"
+
+namespace darwin {
+
+/// For the files of one tree: what the file systems refused once is not asked for again.
+///
+/// The ladder: a clone, which shares the blocks; where a server can copy for us, copy_file_range; else reading and
+/// writing, which is faster than copy_file_range on local disks. Each goes on where the one before stopped.
+class DataCopier {
+ public:
+  explicit DataCopier(TreeReport& listener) noexcept : report(listener) {}
+
+  /// Copies everything in the open file \p from, whatever size \p source claims, to the new empty file \p to. Holes
+  /// stay holes. 0 or the errno; ECANCELED when the observer stops it.
+  int Copy(int from, const TreeItem& source, int to);
+
+ private:
+  struct Range {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+  };
+
+  bool Clone(int from, int to);
+  int CopyToEnd(int from, const TreeItem& source, int to);
+  int CopyExtents(int from, const TreeItem& source, int to);
+  int CopyRange(int from, int to, Range range, std::uint64_t& reached);
+  bool CopyOnServer(int from, int to, Range range, std::uint64_t& reached);
+  bool IsOnServer(int file);
+  std::byte* Buffer();
+
+  enum class Answer { kUnknown, kNo, kYes };
+
+  TreeReport& report;
+  std::unique_ptr<std::byte[]> buffer;
+  bool mayClone = true;
+  Answer onServer = Answer::kUnknown;
+};
+
+}  // namespace darwin

@@ -17,8 +17,9 @@ struct EquivalentForms {
   std::vector<std::string> others;
 };
 
-/// More spellings than this, the name's own among them, are many.
-inline constexpr std::size_t kFewSpellings = 64;
+/// More spellings than this, the name's own among them, are many: probing them all is then more work than reading most
+/// directories.
+inline constexpr std::size_t kFewSpellings = 128;
 
 /// Work is bounded by the length of the name, whatever is in it.
 EquivalentForms EquivalentFormsOf(std::string_view name);

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+
 #include "platform/darwin/DirectoryReader.h"
 #include "platform/darwin/EquivalentForms.h"
 #include "platform/darwin/Normalization.h"
@@ -56,7 +58,7 @@ class DirectorySearch {
   std::string prefix;
 };
 
-/// A path whose components have been looked for, one after another.
+/// A path whose components are looked for, one after another.
 struct ResolvedPath {
   std::string path;
   bool changed = false;
@@ -64,25 +66,47 @@ struct ResolvedPath {
   bool missing = false;
 };
 
+/// The beginning of \p path that ends with its last component that can have another form; empty when none can.
+std::string_view SearchablePart(std::string_view path) {
+  for (std::string_view part = path; !part.empty();) {
+    const std::size_t slash = part.rfind('/');
+    const std::size_t name = slash == part.npos ? 0 : slash + 1;
+    if (HasOtherForm(part.substr(name))) return part;
+    part = part.substr(0, slash == part.npos ? 0 : slash);
+  }
+  return {};
+}
+
+/// Looks for \p name in the directory that has been resolved so far, and adds it in the form in which it stands there.
+void ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolved) {
+  const DirectorySearch search(AT_FDCWD, resolved.path);
+  const int error = knownMissing ? ENOENT : search.ProbeName(name);
+  const auto equivalent = MayStandUnderAnotherName(error) ? search.FindEquivalent(name) : std::nullopt;
+  resolved.changed |= equivalent.has_value();
+  resolved.missing = error != 0 && !equivalent;
+  resolved.path += equivalent ? std::string_view(*equivalent) : name;
+}
+
 ResolvedPath Resolve(std::string_view path) {
+  const std::string_view searchable = SearchablePart(path);
+  // One call tells whether all of it is there as given. Another error than a missing name is the kernel's answer for
+  // the first component at which it stopped, and all before it are there as given.
+  const int error = searchable.empty() ? 0 : Probe(AT_FDCWD, std::string(searchable));
+  if (!MayStandUnderAnotherName(error)) return {std::string(path)};
+
   ResolvedPath resolved;
-  for (std::size_t position = 0; position < path.size();) {
+  for (std::size_t position = 0; position < searchable.size();) {
     const std::size_t end = std::min(path.find('/', position), path.size());
     const std::string_view name = path.substr(position, end - position);
-    position = std::min(end + 1, path.size());
-    const std::string_view slash = path.substr(end, position - end);
     if (!resolved.missing && HasOtherForm(name)) {
-      const DirectorySearch search(AT_FDCWD, resolved.path);
-      const int error = search.ProbeName(name);
-      const auto equivalent = MayStandUnderAnotherName(error) ? search.FindEquivalent(name) : std::nullopt;
-      resolved.changed |= equivalent.has_value();
-      resolved.missing = error != 0 && !equivalent;
-      resolved.path += equivalent ? std::string_view(*equivalent) : name;
+      ResolveName(name, /*knownMissing=*/end == searchable.size() && !resolved.changed, resolved);
     } else {
       resolved.path += name;
     }
-    resolved.path += slash;
+    if (end < searchable.size()) resolved.path += '/';
+    position = end + 1;
   }
+  resolved.path += path.substr(searchable.size());
   return resolved;
 }
 

@@ -18,6 +18,7 @@ namespace darwin {
 
 /// The name under which an item equivalent to \p name stands in \p directory (a descriptor, or AT_FDCWD); nullopt when
 /// no other form of the name stands there. Never asked for the exact bytes: the caller has found these missing.
+/// \p name holds neither a slash nor NUL.
 std::optional<std::string> EquivalentNameAt(int directory, std::string_view name);
 
 /// \p path with every component that exists only in another form replaced by that form; nullopt when nothing would
@@ -25,8 +26,9 @@ std::optional<std::string> EquivalentNameAt(int directory, std::string_view name
 std::optional<std::string> EquivalentPath(const char* path);
 
 /// \p path for an item that is to be created: as it is, or with the components (the last one included) that exist only
-/// in another form replaced, so that a creation meets the item that it would meet on an Apple file system. Costs no
-/// call for an ASCII path without a missing parent.
+/// in another form replaced, so that a creation meets the item that it would meet on an Apple file system. From a
+/// component on that is missing in every form the path is left as it is. Costs no call when no component can have
+/// another form, and one when each of these stands there as given. Empty for null.
 std::string PathForCreation(const char* path);
 
 /// errno says that another form of the name may still be there.

@@ -1,0 +1,161 @@
+#include "platform/darwin/Normalization.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <fstream>
+#include <memory>
+#include <random>
+#include <set>
+#include <sstream>
+#include <vector>
+
+namespace darwin {
+namespace {
+
+/// The lines of the Unicode character database's own test file; empty where it is not installed (Debian: unicode-data).
+std::istringstream ConformanceData() {
+  const char* const kCommands[] = {"cat /usr/share/unicode/NormalizationTest.txt 2>/dev/null",
+                                   "bzip2 -dc /usr/share/unicode/NormalizationTest.txt.bz2 2>/dev/null"};
+  std::string text;
+  for (const char* command : kCommands) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command, "r"), ::pclose);
+    char buffer[4096];
+    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) text.append(buffer, got);
+  }
+  return std::istringstream(text);
+}
+
+std::string FromHexadecimal(const std::string& field) {
+  std::string text;
+  std::istringstream input(field);
+  for (int character; input >> std::hex >> character;) AppendCharacter(text, character);
+  return text;
+}
+
+void ExpectForms(const std::string& text, const std::string& composed, const std::string& decomposed) {
+  EXPECT_EQ(composed, FormC(text)) << text;
+  EXPECT_EQ(decomposed, FormD(text)) << text;
+}
+
+/// The texts of a test one after another, so long together that long runs are taken care of.
+struct LongText {
+  void Add(const std::string& part, const std::string& partComposed, const std::string& partDecomposed) {
+    text += part + "\n";  // the line feed touches nothing
+    composed += partComposed + "\n";
+    decomposed += partDecomposed + "\n";
+  }
+  std::string text, composed, decomposed;
+};
+
+void ExpectForms(const LongText& all) {
+  EXPECT_GT(all.text.size(), 50000u);
+  EXPECT_TRUE(FormC(all.text) == all.composed);
+  EXPECT_TRUE(FormD(all.text) == all.decomposed);
+}
+
+TEST(Normalization, ConformsToTheUnicodeTest) {
+  std::istringstream data = ConformanceData();
+  std::set<std::string> listed;
+  LongText all;
+  bool singleCharacters = false;
+  for (std::string line; std::getline(data, line) && !HasFailure();) {
+    if (line.starts_with("@Part")) singleCharacters = line.starts_with("@Part1");
+    if (line.empty() || line[0] == '@' || line[0] == '#') continue;
+    std::istringstream fields(line);
+    std::vector<std::string> columns(5);
+    for (std::string& column : columns) {
+      std::getline(fields, column, ';');
+      column = FromHexadecimal(column);
+    }
+    for (std::size_t i = 0; i < 5; ++i) {
+      ExpectForms(columns[i], columns[i < 3 ? 1 : 3], columns[i < 3 ? 2 : 4]);
+      all.Add(columns[i], columns[i < 3 ? 1 : 3], columns[i < 3 ? 2 : 4]);
+    }
+    if (singleCharacters) listed.insert(columns[0]);
+  }
+  if (listed.empty()) GTEST_SKIP() << "the Unicode character database is not installed";
+  std::string unlisted;
+  for (int character = 0; character <= 0x10FFFF; ++character) {
+    if (character == 0xD800) character = 0xE000;
+    std::string text;
+    AppendCharacter(text, character);
+    if (listed.contains(text)) continue;
+    all.Add(text, text, text);
+    unlisted += text + "\n";
+    if (unlisted.size() < 900 && character < 0x10FFFF) continue;
+    ExpectForms(unlisted, unlisted, unlisted);
+    unlisted.clear();
+  }
+  ExpectForms(all);
+}
+
+TEST(Normalization, KeepsBytesThatAreNotUTF8) {
+  struct Row {
+    std::string text, composed, decomposed;
+  };
+  const Row rows[] = {
+      {"", "", ""},
+      {"\xFF", "\xFF", "\xFF"},
+      {"e\xFF\xCC\x81", "e\xFF\xCC\x81", "e\xFF\xCC\x81"},  // composes with nothing across the byte
+      {"e\xCC\x81\xE2\x82", "\xC3\xA9\xE2\x82", "e\xCC\x81\xE2\x82"},
+      {"\xC3\xA9\xCC", "\xC3\xA9\xCC", "e\xCC\x81\xCC"},
+      {"\xC0\xAF\xE0\x80\xAF\xC3\xA9", "\xC0\xAF\xE0\x80\xAF\xC3\xA9", "\xC0\xAF\xE0\x80\xAF\x65\xCC\x81"},  // overlong
+      {"\xED\xA0\x80\xED\xB0\x80", "\xED\xA0\x80\xED\xB0\x80", "\xED\xA0\x80\xED\xB0\x80"},  // surrogates
+      {"\xF4\x90\x80\x80\xE2\x84\xAA", "\xF4\x90\x80\x80K", "\xF4\x90\x80\x80K"},
+      {std::string("a\0\xE2\x84\xAB", 5), std::string("a\0\xC3\x85", 4), std::string("a\0\x41\xCC\x8A", 5)},
+  };
+  for (const Row& row : rows) ExpectForms(row.text, row.composed, row.decomposed);
+}
+
+TEST(Normalization, IsStableForAnyBytes) {
+  const unsigned seed = std::random_device{}();
+  SCOPED_TRACE("seed " + std::to_string(seed));
+  std::mt19937 random(seed);
+  const char* const kParts[] = {"a",        "e",      "\u0301", "\u0323", "\u0344",    "\u1E69",     "\uAC00",
+                                "\u1161",   "\u11A7", "\u0958", "\u0BC6", "\u0BBE",    "\U0001D15E", "\xFF",
+                                "\xE2\x84", "\xCC",   "\x81",   "\u212B", "\U0001F600"};
+  LongText all;
+  for (int round = 0; round < 5000; ++round) {
+    std::string text;
+    for (auto length = random() % 12; length > 0; --length) text += kParts[random() % std::size(kParts)];
+    const std::string composed = FormC(text);
+    const std::string decomposed = FormD(text);
+    ExpectForms(composed, composed, decomposed);
+    ExpectForms(decomposed, composed, decomposed);
+    all.Add(text, composed, decomposed);
+  }
+  ExpectForms(all);
+}
+
+std::string Repeated(std::string_view text, std::size_t count) {
+  std::string result;
+  while (count-- > 0) result += text;
+  return result;
+}
+
+/// Seconds of processor time for the normalization of so many pairs of marks in the worst order; the best of three.
+double SecondsForMarks(std::size_t pairs) {
+  const std::string text = "e" + Repeated("\u0301\u0323", pairs);
+  const std::string above = Repeated("\u0301", pairs);
+  double best = 1e9;
+  for (int i = 0; i < 3; ++i) {
+    const std::clock_t before = std::clock();
+    const std::string composed = FormC(text);
+    const std::string decomposed = FormD(text);
+    best = std::min(best, static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC);
+    EXPECT_TRUE(composed == "\u1EB9" + Repeated("\u0323", pairs - 1) + above);
+    EXPECT_TRUE(decomposed == "e" + Repeated("\u0323", pairs) + above);
+  }
+  return best;
+}
+
+TEST(Normalization, TakesLinearTimeForLongRunsOfMarks) {
+  // 16 times the length is 16 times the work; it was 256 times.
+  EXPECT_LT(SecondsForMarks(1 << 18), 80 * SecondsForMarks(1 << 14));
+}
+
+}  // namespace
+}  // namespace darwin

@@ -93,7 +93,7 @@ int FindItemToCopy(const char* text, TreePath& path, TreeItem& item) {
   }
   path.parent = OpenForLookup(text);
   if (!path.parent) return errno;
-  path.name = ".";
+  path.name.assign(1, '.');  // and not from a literal, at which g++ 12 sees an overlap that is not there
   return FindItem(path, item);
 }
 

@@ -2,6 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <cctype>
+#include <iostream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -34,6 +37,16 @@ std::string Guarded(std::string argument) {
 std::string Unguarded(const std::string& argument) {
   return argument.starts_with(kGuard) ? argument.substr(1) : argument;
 }
+
+class HelpFormatter final : public CLI::Formatter {
+ public:
+  HelpFormatter() {
+    label("SUBCOMMAND", "COMMAND");
+    label("OPTIONS", "OPTION...");
+  }
+  /// The usage line names them already, and there is no more to say.
+  std::string make_positionals(const CLI::App*) const override { return {}; }
+};
 
 /// A command as the parser knows it.
 struct Declared {
@@ -112,41 +125,56 @@ int ReportUnknown(std::string_view word, const std::vector<Declared>& commands) 
   return kExitUsage;
 }
 
-int ReportUsage(const CLI::App& program, const CLI::ParseError& error) {
-  std::ostringstream help, message;
-  const int status = program.exit(error, help, message);
-  if (status == 0) {
-    Output output;
-    (void)output.Print(help.str());  // Finish tells of a failure
+/// Prints help that was asked for; anything else is wrong usage.
+int Report(const CLI::App& program, const CLI::ParseError& error) {
+  std::ostringstream help, unused;
+  if (program.exit(error, help, unused) == 0) {
     Session session;
+    (void)session.output.Print(help.str() + '\n');  // Finish tells of a failure
     return session.Finish();
   }
-  std::cerr << message.str();
+  std::string reason = Printable(error.what());
+  const auto letter = [&reason](std::size_t index) { return static_cast<unsigned char>(reason[index]); };
+  const bool beginsSentence = reason.size() > 1 && std::isupper(letter(0)) && !std::isupper(letter(1));
+  if (beginsSentence) reason[0] = static_cast<char>(std::tolower(letter(0)));
+  const auto chosen = program.get_subcommands();
+  const std::string command = chosen.empty() ? std::string() : chosen[0]->get_name() + ' ';
+  std::cerr << "quillfs: " << reason << "\nrun quillfs " << command << "--help for the usage\n";
   return kExitUsage;
+}
+
+void Describe(CLI::App& program) {
+  program.set_version_flag("--version", "quillfs " QUILLFS_VERSION, "print the version and exit");
+  program.set_help_flag("-h,--help", "print this help and exit");
+  program.formatter(std::make_shared<HelpFormatter>());
+  program.footer(kFooter);
+  program.require_subcommand(1);  // and never a second one, so that a file may be called as a command is
+}
+
+std::vector<Declared> DeclareAll(CLI::App& program, const std::vector<CommandGroup>& groups) {
+  std::vector<Declared> commands;
+  for (const CommandGroup& group : groups) {
+    for (const CommandRow& row : group.commands) commands.push_back(Declare(program, row, group.title));
+  }
+  return commands;
 }
 
 }  // namespace
 
 int RunProgram(int argumentCount, char** arguments) {
-  CLI::App program(kDescription, "quillfs");
-  program.set_version_flag("--version", "quillfs " QUILLFS_VERSION);
-  program.footer(kFooter);
-  program.require_subcommand(1);
-
   const std::vector<CommandGroup> groups = {QuestionCommands(), ListingCommands(), ContentCommands(), TreeCommands(),
                                             NameCommands(),     PlaceCommands(),   PropertyCommands()};
-  std::vector<Declared> commands;
-  for (const CommandGroup& group : groups) {
-    for (const CommandRow& row : group.commands) commands.push_back(Declare(program, row, group.title));
-  }
-
+  CLI::App program(kDescription, "quillfs");
+  Describe(program);
+  const std::vector<Declared> commands = DeclareAll(program, groups);
   if (argumentCount > 1 && !IsKnown(arguments[1], commands)) return ReportUnknown(arguments[1], commands);
+
   std::vector<std::string> reversed;
   for (int index = argumentCount - 1; index > 0; --index) reversed.push_back(Guarded(arguments[index]));
   try {
     program.parse(reversed);
   } catch (const CLI::ParseError& error) {
-    return ReportUsage(program, error);
+    return Report(program, error);
   }
   const auto chosen =
       std::find_if(commands.begin(), commands.end(), [](const Declared& command) { return command.app->parsed(); });

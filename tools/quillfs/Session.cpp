@@ -15,6 +15,9 @@ std::string Reason(int code) {
   return QuillErrText(code) + (" (" + std::to_string(code) + ")");
 }
 
+/// What a message is about, so that nothing is seen where there is nothing.
+std::string Quoted(std::string_view subject) { return subject.empty() ? "\"\"" : Printable(subject); }
+
 }  // namespace
 
 QuillFileString PathOf(std::string_view text) {
@@ -27,10 +30,10 @@ std::string_view TextOf(const QuillFileString& path) {
   return path.getUTF8() ? std::string_view(path.getUTF8()) : std::string_view();
 }
 
-void Session::Fail(std::string_view subject, int code) { Report(Printable(subject), Reason(code)); }
+void Session::Fail(std::string_view subject, int code) { Report(Quoted(subject), Reason(code)); }
 
 void Session::Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to) {
-  const std::string subject = std::string(operation) + ' ' + Printable(TextOf(from)) + " to " + Printable(TextOf(to));
+  const std::string subject = std::string(operation) + ' ' + Quoted(TextOf(from)) + " to " + Quoted(TextOf(to));
   Report(subject, Reason(manager.GetLastError()));
 }
 

@@ -1,4 +1,4 @@
-// The base directories in which programs keep their own things (XDG Base Directory Specification 0.8), and the name
+// The base directories in which programs keep their own things (XDG base directories 0.8), and the name
 // under which this program has its share of them.
 #pragma once
 

@@ -1,4 +1,4 @@
-// Where users keep their things: the password database and the environment, the XDG Base Directory Specification 0.8,
+// Where users keep their things: the password database and the environment, the XDG base directories 0.8,
 // and the file user-dirs.dirs (user-dirs.dirs(5)).
 //
 // Paths are absolute, without "/" at the end, and need not exist. Every call asks again. As with any use of the

@@ -1,4 +1,4 @@
-// The user's trash, as desktops keep it (freedesktop.org, Trash Specification 1.0).
+// The user's trash, as desktops keep it (freedesktop.org, Trash 1.0).
 //
 // An item goes to the home trash, $XDG_DATA_HOME/Trash, when it lies on that volume, else to the trash of its own
 // volume: .Trash/$uid at the volume's root, where the administrator has made .Trash for it, or .Trash-$uid, which is

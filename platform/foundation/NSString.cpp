@@ -24,13 +24,13 @@ void NSString::operator delete(void* memory) noexcept { ::operator delete(memory
 
 RetainPtr<NSString> NSString::WithLength(std::size_t length) {
   void* const memory = ::operator new(sizeof(NSString) + length + 1);
-  const auto string = RetainPtr<NSString>::Adopt(::new (memory) NSString(length));
+  auto string = RetainPtr<NSString>::Adopt(::new (memory) NSString(length));
   string->MutableBytes()[length] = '\0';
   return string;
 }
 
 RetainPtr<NSString> NSString::Joined(std::string_view head, std::string_view middle, std::string_view tail) {
-  const auto string = WithLength(head.size() + middle.size() + tail.size());
+  auto string = WithLength(head.size() + middle.size() + tail.size());
   char* end = std::copy(head.begin(), head.end(), string->MutableBytes());
   end = std::copy(middle.begin(), middle.end(), end);
   std::copy(tail.begin(), tail.end(), end);

@@ -117,7 +117,8 @@ std::optional<std::string> EquivalentNameAt(int directory, std::string_view name
 }
 
 std::optional<std::string> EquivalentPath(const char* path) {
-  if (!path) return std::nullopt;
+  // Most missing paths end here, before anything is allocated.
+  if (!path || !HasOtherForm(path)) return std::nullopt;
   ResolvedPath resolved = Resolve(path);
   if (!resolved.changed || resolved.missing) return std::nullopt;
   return std::move(resolved.path);

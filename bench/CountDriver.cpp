@@ -1,0 +1,242 @@
+// Does every operation once between two marks that a tracer of system calls can see, and counts the allocations in
+// between itself. The marks are writes to a descriptor that cannot be; counts.sh reads them. Each operation runs once
+// unmeasured first, so that neither the allocator nor the library has anything left to set up.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "host/QuillFileBase.h"
+#include "platform/foundation/NSString.h"
+#include "standalone/StandaloneFileManager.h"
+
+// glibc's own allocator under the names that it keeps for programs that put theirs in front.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+
+static unsigned long allocations = 0;
+
+void* malloc(std::size_t size) noexcept {
+  ++allocations;
+  return __libc_malloc(size);
+}
+void* calloc(std::size_t count, std::size_t size) noexcept {
+  ++allocations;
+  return __libc_calloc(count, size);
+}
+void* realloc(void* memory, std::size_t size) noexcept {
+  ++allocations;
+  return __libc_realloc(memory, size);
+}
+}
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Stands for a cost that is told but not limited.
+constexpr unsigned long kStated = 999999;
+
+struct Budget {
+  unsigned long calls;
+  unsigned long allocations;
+};
+
+void Mark(const char* text) { (void)::write(-1, text, std::strlen(text)); }
+
+void Require(bool worked, const char* what) {
+  if (worked) return;
+  std::fprintf(stderr, "count driver: %s failed\n", what);
+  std::exit(1);
+}
+
+/// Runs \p operation, which covers \p items, twice: once to warm up and once between the marks.
+template <typename Operation>
+void Count(const char* name, unsigned long items, Budget budget, Operation operation) {
+  operation();
+  char text[160];
+  std::snprintf(text, sizeof text, "begin|%s|%lu|%lu|%lu", name, items, budget.calls, budget.allocations);
+  Mark(text);
+  const unsigned long before = allocations;
+  operation();
+  const unsigned long made = allocations - before;
+  std::snprintf(text, sizeof text, "end|%lu", made);
+  Mark(text);
+  std::printf("%s|%lu|%lu\n", name, made, budget.allocations);
+}
+
+QuillFileString PathString(const fs::path& path) {
+  QuillFileString result;
+  result.setUTF8(path.c_str());
+  return result;
+}
+
+void MakeFile(const fs::path& path, std::size_t size) { std::ofstream(path) << std::string(size, 'q'); }
+
+using ReadOnly = std::unique_ptr<IQuillFileReadOnly>;
+using ReadWrite = std::unique_ptr<IQuillFileReadWriteTemp>;
+
+class Driver {
+ public:
+  explicit Driver(fs::path scratch) : base(std::move(scratch)), file(base / "file"), path(PathString(file)) {
+    MakeFile(file, kFileSize);
+  }
+
+  void Run() {
+    Questions();
+    Names();
+    FileObject();
+    Writing();
+    Listing();
+    Directories();
+    Trees();
+  }
+
+ private:
+  void Questions() {
+    long long size = 0;
+    double created = 0;
+    double modified = 0;
+    Count("existence", 1, {1, 1}, [&] { Require(manager.FileExists(path), "FileExists"); });
+    Count("kind", 1, {1, 1}, [&] { Require(!manager.FileIsDir(path), "FileIsDir"); });
+    Count("size", 1, {1, 1}, [&] { Require(manager.FileGetSize(path, size), "FileGetSize"); });
+    Count("dates", 1, {1, 1}, [&] { Require(manager.FileGetDates(path, created, modified), "FileGetDates"); });
+    Count("platform string of a path", 1, {0, 1},
+          [&] { Require(static_cast<bool>(foundation::NSString::stringWithUTF8String(path.getUTF8())), "NSString"); });
+  }
+
+  void Names() {
+    const fs::path composed = base / "caf\u00e9";
+    MakeFile(composed, 1);
+    const auto found = PathString(composed);
+    const auto ascii = PathString(base / "missing");
+    const auto formless = PathString(base / "\u6771\u4eac");
+    Count("existence, composed name as given", 1, {1, 1}, [&] { Require(manager.FileExists(found), "FileExists"); });
+    Count("existence, missing ASCII name", 1, {1, 1}, [&] { Require(!manager.FileExists(ascii), "a missing file"); });
+    Count("existence, missing name of one form", 1, {1, kStated},
+          [&] { Require(!manager.FileExists(formless), "a missing file"); });
+    Count("existence, missing composed name", 1, {kStated, kStated}, [&] {
+      const auto missing = PathString(base / "th\u00e9");
+      Require(!manager.FileExists(missing), "a missing file");
+    });
+  }
+
+  void FileObject() {
+    ReadOnly open;
+    Count("open for reading", 1, {5, 3}, [&] {
+      (void)open.release();  // the warm-up's stays open until the end
+      open.reset(manager.FileOpenReadOnly(path));
+      Require(static_cast<bool>(open), "FileOpenReadOnly");
+    });
+    long long number = 0;
+    Count("tell", 1, {0, 0}, [&] { Require(open->Tell(number), "Tell"); });
+    Count("size of an open file", 1, {0, 0}, [&] { Require(open->Size(number), "Size"); });
+    Count("seek", 1, {0, 0}, [&] { Require(open->Seek(0, kQuillFileSeekBegin, number), "Seek"); });
+    char bytes[16];
+    unsigned long got = 0;
+    Count("sequential read", 1, {1, 0}, [&] { Require(open->Read(bytes, sizeof bytes, got) && got > 0, "Read"); });
+    Count("read after seek", 1, {2, 0},
+          [&] { Require(open->Seek(8, kQuillFileSeekBegin, number) && open->Read(bytes, sizeof bytes, got), "Read"); });
+    ReadOnly other(manager.FileOpenReadOnly(path));
+    Count("close", 1, {1, 0}, [&] {
+      other.reset();
+      other.swap(open);
+    });
+  }
+
+  void Writing() {
+    const ReadWrite open(manager.FileOpen(PathString(base / "written"), 0x13));
+    Require(static_cast<bool>(open), "FileOpen");
+    auto* const whole = static_cast<QuillFileBase*>(open.get());
+    Count("write at the end", 1, {2, 0}, [&] { Require(whole->prvWrite("bytes", 5), "prvWrite"); });
+    Count("append", 1, {3, 0}, [&] { Require(whole->prvAppend("bytes", 5), "prvAppend"); });
+  }
+
+  unsigned long List(const QuillFileString& directory) {
+    FindFileInfo info;
+    unsigned long entries = 0;
+    QuillFileFindRef* const handle = manager.FindFirst(directory, info);
+    for (bool more = handle; more; more = manager.FindNext(handle, info)) ++entries;
+    (void)manager.FindClose(handle);
+    return entries;
+  }
+
+  void Listing() {
+    const fs::path files = base / "files";
+    const fs::path links = base / "links";
+    fs::create_directory(files);
+    fs::create_directory(links);
+    for (unsigned long entry = 0; entry < kEntries; ++entry) {
+      MakeFile(files / ("entry" + std::to_string(entry)), 1);
+      fs::create_symlink(file, links / ("entry" + std::to_string(entry)));
+    }
+    const auto ofFiles = PathString(files);
+    const auto ofLinks = PathString(links);
+    // Existence, opening and closing; the path, the reader, its buffer and the iterators.
+    constexpr unsigned long kFixed = 4;
+    constexpr unsigned long kFixedHeap = 6;
+    Count("list files", kEntries, {kFixed, kEntries + kFixedHeap},
+          [&] { Require(List(ofFiles) == kEntries, "a listing"); });
+    Count("list links", kEntries, {kEntries + kFixed, kEntries + kFixedHeap},
+          [&] { Require(List(ofLinks) == kEntries, "a listing"); });
+  }
+
+  void Directories() {
+    int round = 0;
+    const auto existing = static_cast<unsigned long>(std::distance(base.begin(), base.end()));
+    // Is it there; each level that is; the ownership to hand down; and for a missing level: make it, look at it.
+    Count("ensure a directory, missing levels", kLevels, {1 + existing + 1 + 2 * kLevels + 1, kStated}, [&] {
+      fs::path deep = base / ("ensured" + std::to_string(round++));
+      for (unsigned long level = 1; level < kLevels; ++level) deep /= "level";
+      Require(manager.DirEnsure(PathString(deep)), "DirEnsure");
+    });
+    Count("create a temporary file", 1, {4, kStated}, [&] {
+      QuillFileString made;
+      Require(manager.FileCreateTemp(made), "FileCreateTemp");
+    });
+  }
+
+  void Trees() {
+    const fs::path tree = base / "tree";
+    fs::create_directory(tree);
+    for (unsigned long entry = 0; entry < kEntries; ++entry) MakeFile(tree / std::to_string(entry), kFileSize);
+    const auto source = PathString(tree);
+    int round = 0;
+    const auto copyName = [&](int number) { return PathString(base / ("copy" + std::to_string(number))); };
+    Count("copy a tree of small files", kEntries, {10 * kEntries + 4 * kTreeCalls, kStated},
+          [&] { Require(manager.FileOrDirCopy(source, copyName(round++), /*clobber=*/false), "FileOrDirCopy"); });
+    Count("remove a tree of files", kEntries, {kEntries + kTreeCalls, kStated},
+          [&] { Require(manager.DirDeleteWithContents(copyName(--round)), "DirDeleteWithContents"); });
+  }
+
+  static constexpr std::size_t kFileSize = 4096;
+  static constexpr unsigned long kEntries = 200;
+  static constexpr unsigned long kLevels = 12;
+  /// What the root of a tree costs by itself.
+  static constexpr unsigned long kTreeCalls = 16;
+
+  StandaloneFileManager manager;
+  fs::path base;
+  fs::path file;
+  QuillFileString path;
+};
+
+}  // namespace
+
+int main() {
+  std::string scratch = fs::temp_directory_path() / "quill-cost.XXXXXX";
+  Require(::mkdtemp(scratch.data()), "mkdtemp");
+  ::umask(022);
+  Require(::chmod(scratch.c_str(), 0755) == 0 && ::setenv("TMPDIR", scratch.c_str(), 1) == 0, "setting up");
+  Driver(scratch).Run();
+  fs::remove_all(scratch);
+}

@@ -1,0 +1,7 @@
+#include "bench/Support.h"
+
+namespace bench {
+
+void RegisterGLib() {}
+
+}  // namespace bench

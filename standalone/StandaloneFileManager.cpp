@@ -13,6 +13,7 @@
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "standalone/BaseDirectories.h"
 #include "standalone/HiddenNames.h"
+#include "standalone/NotingFailures.h"
 #include "standalone/Trash.h"
 
 namespace {
@@ -27,14 +28,21 @@ bool SetPath(const std::string& bytes, QuillFileString& path) {
 
 StandaloneFileManager::~StandaloneFileManager() = default;
 
+/// Makes a platform call, which answers 0 or the errno, with a path's text.
+template <typename Call>
+bool StandaloneFileManager::Calling(const char* name, const QuillFileString& path, Call call) {
+  return Noting(name, path, [&] {
+    const char* text = path.getUTF8();
+    return text && Succeeded(call(text));
+  });
+}
+
 bool StandaloneFileManager::DirIsEmpty(const QuillFileString& directory, bool& empty) {
-  const char* text = directory.getUTF8();
-  return text && Succeeded(darwin::IsEmptyDirectory(text, empty));
+  return Calling("DirIsEmpty", directory, [&](const char* text) { return darwin::IsEmptyDirectory(text, empty); });
 }
 
 bool StandaloneFileManager::DirSetCurrent(const QuillFileString& directory) {
-  const char* text = directory.getUTF8();
-  return text && Succeeded(darwin::SetCurrentDirectory(text));
+  return Calling("DirSetCurrent", directory, [&](const char* text) { return darwin::SetCurrentDirectory(text); });
 }
 
 bool StandaloneFileManager::DirGetDownloads(QuillFileString& directory) {
@@ -44,10 +52,10 @@ bool StandaloneFileManager::DirGetDownloads(QuillFileString& directory) {
 }
 
 bool StandaloneFileManager::FileGetCanonicalPath(const QuillFileString& path, QuillFileString& canonical) {
-  const char* text = path.getUTF8();
-  if (!text) return false;
   std::string resolved;
-  return Succeeded(darwin::CanonicalPath(text, resolved)) && SetPath(resolved, canonical);
+  return Calling("FileGetCanonicalPath", path,
+                 [&](const char* text) { return darwin::CanonicalPath(text, resolved); }) &&
+         SetPath(resolved, canonical);
 }
 
 bool StandaloneFileManager::FileIsHidden(const QuillFileString& path) { return IsHiddenName(*this, path); }
@@ -57,26 +65,24 @@ bool StandaloneFileManager::DirGetAppData(QuillFileString& directory) {
 }
 
 bool StandaloneFileManager::FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) {
-  const char* text = path.getUTF8();
-  if (!text) return false;
-  const darwin::TreeObserverScope scope(treeObserver);
-  std::string place;
-  return Succeeded(MoveToTrash(*this, text, place)) && SetPath(place, trashed);
+  return NotingTree("FileOrDirMoveToTrash", path, {}, [&] {
+    const char* text = path.getUTF8();
+    std::string place;
+    return text && Succeeded(MoveToTrash(*this, text, place)) && SetPath(place, trashed);
+  });
 }
 
 bool StandaloneFileManager::VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) {
-  const char* text = path.getUTF8();
-  return text && Succeeded(darwin::IsReadOnlyVolume(text, readOnly));
+  return Calling("VolumeIsReadOnly", path, [&](const char* text) { return darwin::IsReadOnlyVolume(text, readOnly); });
 }
 
 bool StandaloneFileManager::FileSetModificationDate(const QuillFileString& path, double modified) {
-  const char* text = path.getUTF8();
-  return text && Succeeded(darwin::SetModificationTime(text, modified));
+  return Calling("FileSetModificationDate", path,
+                 [&](const char* text) { return darwin::SetModificationTime(text, modified); });
 }
 
 bool StandaloneFileManager::FileSetReadOnly(const QuillFileString& path, bool readOnly) {
-  const char* text = path.getUTF8();
-  return text && Succeeded(darwin::SetReadOnly(text, readOnly));
+  return Calling("FileSetReadOnly", path, [&](const char* text) { return darwin::SetReadOnly(text, readOnly); });
 }
 
 bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
@@ -97,28 +103,9 @@ bool StandaloneFileManager::DirGetTemp(QuillFileString& directory) {
   return true;
 }
 
-bool StandaloneFileManager::FileRename(const QuillFileString& newName, const QuillFileString& path) {
-  const darwin::TreeObserverScope scope(treeObserver);
-  return OSXFileManager::FileRename(newName, path);
-}
-
-bool StandaloneFileManager::DirDeleteWithContents(const QuillFileString& path) {
-  const darwin::TreeObserverScope scope(treeObserver);
-  return OSXFileManager::DirDeleteWithContents(path);
-}
-
-bool StandaloneFileManager::FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination,
-                                          bool clobber) {
-  const darwin::TreeObserverScope scope(treeObserver);
-  return OSXFileManager::FileOrDirCopy(source, destination, clobber);
-}
-
-bool StandaloneFileManager::FileOrDirMove(const QuillFileString& source, const QuillFileString& destination,
-                                          bool clobber) {
-  const darwin::TreeObserverScope scope(treeObserver);
-  return OSXFileManager::FileOrDirMove(source, destination, clobber);
-}
-
 bool StandaloneFileManager::Succeeded(int posixError) {
-  return posixError == 0 || Fail(OSXFileSystemUtils::_PosixErrToQuillErr(posixError));
+  if (posixError == 0) return true;
+  (void)Fail(OSXFileSystemUtils::_PosixErrToQuillErr(posixError));  // is false
+  errno = posixError;
+  return false;
 }

@@ -16,10 +16,10 @@ namespace {
 
 constexpr std::size_t kChunkSize = 128 * 1024;
 
-/// Opening some things fails without a code: they cannot be read in order, as a directory.
+/// Opening fails without a code for what cannot be read in order, as a directory.
 void FailToOpen(Session& session, const QuillFileString& path) {
-  const int code = session.manager.GetLastError();
-  session.Fail(TextOf(path), code != kQuillErrNone ? code : static_cast<int>(kQuillErrNotAFile));
+  const bool hasReason = session.manager.GetLastError() != kQuillErrNone;
+  hasReason ? session.Fail(path) : session.Fail(TextOf(path), kQuillErrNotAFile);
 }
 
 /// Runs what may raise the platform's exception; reports that as a failure of \p path.

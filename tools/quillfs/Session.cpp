@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "standalone/ErrorText.h"
@@ -10,10 +11,7 @@
 
 namespace {
 
-std::string Reason(int code) {
-  if (code == kQuillErrNone) return "failed without a reason";
-  return QuillErrText(code) + (" (" + std::to_string(code) + ")");
-}
+std::string CodeText(int code) { return QuillErrText(code) + (" (" + std::to_string(code) + ")"); }
 
 /// What a message is about, so that nothing is seen where there is nothing.
 std::string Quoted(std::string_view subject) { return subject.empty() ? "\"\"" : Printable(subject); }
@@ -30,11 +28,32 @@ std::string_view TextOf(const QuillFileString& path) {
   return path.getUTF8() ? std::string_view(path.getUTF8()) : std::string_view();
 }
 
-void Session::Fail(std::string_view subject, int code) { Report(Quoted(subject), Reason(code)); }
+void Session::Begin() {
+  manager.SetLastError(kQuillErrNone);
+  manager.ForgetFailure();
+}
+
+void Session::Fail(std::string_view subject) { Report(Quoted(subject), Reason()); }
 
 void Session::Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to) {
   const std::string subject = std::string(operation) + ' ' + Quoted(TextOf(from)) + " to " + Quoted(TextOf(to));
-  Report(subject, Reason(manager.GetLastError()));
+  Report(subject, Reason());
+}
+
+void Session::Fail(std::string_view subject, int code) { Report(Quoted(subject), CodeText(code)); }
+
+// The code says what a program should know; what the system said is added where it tells more.
+std::string Session::Reason() {
+  const OperationFailure& failure = manager.LastFailure();
+  const int translated = OSXFileSystemUtils::_PosixErrToQuillErr(failure.posixError);
+  int code = manager.GetLastError();
+  if (code == kQuillErrNone && failure.posixError != 0) code = translated;
+  std::string reason = code == kQuillErrNone ? "failed without a reason" : CodeText(code);
+
+  const bool tellsMore = failure.posixError != 0 && (code != translated || code == kQuillErrIO);
+  if (tellsMore) reason += ", " + std::generic_category().message(failure.posixError);
+  if (!failure.entry.empty() && failure.entry != TextOf(failure.path)) reason += ", at " + Printable(failure.entry);
+  return reason;
 }
 
 void Session::Report(std::string_view subject, std::string_view reason) {

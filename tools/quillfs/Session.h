@@ -20,20 +20,23 @@ class Session {
   StandaloneFileManager manager;
   Output output;
 
-  /// Forgets the code of an earlier failure, so that a failure that records nothing is told as one.
-  void Begin() { manager.SetLastError(kQuillErrNone); }
+  /// Forgets an earlier failure, so that one that records nothing is told as one.
+  void Begin();
 
-  /// Reports on standard error that the operation on \p subject failed, with the code that it recorded.
-  void Fail(std::string_view subject) { Fail(subject, manager.GetLastError()); }
-  void Fail(std::string_view subject, int code);
+  /// Reports on standard error that the operation on \p subject failed, with the code that it recorded and what the
+  /// system said.
+  void Fail(std::string_view subject);
   void Fail(const QuillFileString& path) { Fail(TextOf(path)); }
   /// The same for an operation on two paths, which is named too.
   void Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to);
+  /// The same with a code of the caller's.
+  void Fail(std::string_view subject, int code);
 
   /// Prints what is left and gives the status with which the program ends.
   int Finish();
 
  private:
+  std::string Reason();
   void Report(std::string_view subject, std::string_view reason);
 
   int status = kExitSuccess;

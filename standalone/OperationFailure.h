@@ -1,0 +1,19 @@
+// What is known about a failed operation beside its code.
+#pragma once
+
+#include <string>
+
+#include "host/QuillFileString.h"
+
+struct OperationFailure {
+  /// The operation as it stands in the table, "FileOrDirCopy"; empty while nothing has failed.
+  const char* operation = "";
+  /// What it was called with; without text where it takes no path.
+  QuillFileString path;
+  QuillFileString secondPath;
+  /// In a tree, the entry at which it failed, relative to the tree; empty for other operations.
+  std::string entry;
+  /// The errno of the tree's first failure, else of the last system call that failed during the operation; 0 when none
+  /// did.
+  int posixError = 0;
+};

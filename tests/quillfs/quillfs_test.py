@@ -1,0 +1,283 @@
+#!/usr/bin/env python3
+"""The command line, spawned as a user would: exit codes, messages, JSON, names of every kind, terminals, signals.
+
+Usage: quillfs_test.py QUILLFS [unittest arguments]
+"""
+import json
+import os
+import pty
+import re
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+QUILLFS = os.path.abspath(sys.argv.pop(1))
+ODD_NAMES = [b"[a,b]", b"[]", b"{}", b"%%", b"stat", b"-x", b"--", b"--help", b"\x01[", b"a b", b"new\nline", b"\x1b[31mred",
+             "caf\u00e9 \u65e5\u672c \U0001f600".encode(), b"back\\slash", b"'\"", b"\xc2\x9bcontrol", b"x" * 255]
+
+
+def run(*arguments, **options):
+    """Status, standard output and standard error."""
+    options.setdefault("stdin", subprocess.DEVNULL)
+    if "input" in options:
+        del options["stdin"]
+    options.setdefault("stdout", subprocess.PIPE)
+    done = subprocess.run([QUILLFS, *arguments], stderr=subprocess.PIPE, timeout=120, **options)
+    return done.returncode, done.stdout, done.stderr.decode()
+
+
+def on_terminal(*arguments, **variables):
+    """What a terminal would receive."""
+    environment = {**os.environ, "TERM": "xterm", **variables}
+    leader, follower = pty.openpty()
+    with subprocess.Popen([QUILLFS, *arguments], stdin=follower, stdout=follower, stderr=follower, env=environment):
+        os.close(follower)
+        received = b""
+        while True:
+            try:
+                block = os.read(leader, 65536)
+            except OSError:  # the other side has closed
+                break
+            if not block:
+                break
+            received += block
+    os.close(leader)
+    return received
+
+
+class CommandLine(unittest.TestCase):
+    def setUp(self):
+        self.root = tempfile.mkdtemp(prefix="quillfs-test.")
+        self.before = os.getcwd()
+        os.chdir(self.root)
+
+    def tearDown(self):
+        os.chdir(self.before)
+        shutil.rmtree(self.root)
+
+    def succeeds(self, *arguments, **options):
+        status, output, messages = run(*arguments, **options)
+        self.assertEqual((0, ""), (status, messages), arguments)
+        return output
+
+    def write(self, name, contents=b""):
+        with open(name, "wb") as file:
+            file.write(contents)
+
+    def test_reports_failures_and_goes_on(self):
+        self.write("f", b"contents")
+        os.mkdir("d")
+        self.write("d/inside")
+        os.symlink("nowhere", "dangling")
+        rows = [
+            (["cat", "none", "f"], b"contents", "none: not found (3003)"),
+            (["cat", "d"], b"", "d: not permitted on this kind of item (3006)"),
+            (["cat", "dangling"], b"", "dangling: not found (3003)"),
+            (["stat", "none"], b"", "none: not found (3003)"),
+            (["size", "none", "f"], b"8  f\n", "none: not found (3003)"),
+            (["rm", "d"], b"", "d: not permitted on this kind of item (3006)"),
+            (["rmdir", "d"], b"", "d: directory not empty (3010)"),
+            (["readlink", "f"], b"", "f: path not acceptable (3000)"),
+            (["write", "none/f", "x"], b"", "none/f: input/output error (2038), No such file or directory"),
+            (["cp", "f", "d"], b"", "copy f to d: destination is occupied (3012)"),
+            (["mv", "d", "d/sub"], b"", "move d to d/sub: path not acceptable (3000)"),
+            (["rename", "f", "d"], b"", "rename f to d: already exists (3011)"),
+            (["stat", "a\nb\x1b[1m"], b"", "a\\nb\\x1b[1m: not found (3003)"),
+            (["size", ""], b"", '"": not found (3003)'),
+        ]
+        for arguments, output, message in rows:
+            self.assertEqual((1, output, "quillfs: " + message + "\n"), run(*arguments), arguments)
+        self.assertEqual(b"contents", self.succeeds("cat", "f"))
+
+    def test_refuses_wrong_usage(self):
+        for arguments, expected in [
+            ([], "command"), (["sta"], 'did you mean "stat"?'), (["stat"], "PATH"), (["cp", "a"], "DESTINATION"), (["cp", "a", "b", "c"], "c"),
+            (["stat", "--jsn", "x"], "--jsn"), (["truncate", "-s", "-1", "f"], "-1"), (["truncate", "-s", "1k", "f"], "1k"),
+            (["touch", "--date", "soon", "f"], "soon"), (["pwd", "x"], "x"), (["qqq"], "not a command\n"),
+        ]:
+            status, output, message = run(*arguments)
+            self.assertEqual((2, b""), (status, output), arguments)
+            self.assertTrue(message.startswith("quillfs: "), message)
+            self.assertIn(expected, message)
+        self.assertEqual([], os.listdir())
+
+    def test_explains_every_command(self):
+        overview = self.succeeds("--help").decode()
+        commands = re.findall(r"^  ([a-z][a-z-]*)  ", overview, re.MULTILINE)
+        self.assertGreater(len(commands), 35)
+        for command in commands:
+            self.assertIn(f"Example:\n  ", self.succeeds(command, "--help").decode(), command)
+        self.assertRegex(self.succeeds("--version").decode(), r"^quillfs \d+\.\d+\.\d+\n$")
+
+    def test_takes_every_name_as_it_is(self):
+        for name in ODD_NAMES:
+            self.succeeds("write", "--", name, b"in " + name)
+            self.assertEqual(b"in " + name, self.succeeds("cat", "--", name))
+        self.assertEqual(sorted(ODD_NAMES), sorted(os.listdir(os.fsencode(self.root))))
+        self.assertEqual(sorted(ODD_NAMES), self.succeeds("ls", "-0").split(b"\0")[:-1])
+        listed = [json.loads(line)["name"] for line in self.succeeds("ls", "--json").splitlines()]
+        self.assertEqual(sorted(ODD_NAMES), [os.fsencode(name) for name in listed])
+        stats = self.succeeds("stat", "--json", "--", *ODD_NAMES).splitlines()
+        self.assertEqual([os.fsdecode(name) for name in ODD_NAMES], [json.loads(line)["path"] for line in stats])
+        self.succeeds("rm", "--", *ODD_NAMES)
+        self.assertEqual([], os.listdir())
+
+    def test_lists_names_that_are_no_text(self):
+        self.write(b"\xff\xfe")
+        self.assertEqual(b"\xff\xfe\n", self.succeeds("ls"))
+        listed = json.loads(self.succeeds("ls", "--json"))["name"]
+        self.assertEqual("\udcff\udcfe", listed)
+        self.assertEqual(b"\xff\xfe", os.fsencode(listed))
+        self.assertIn(b"\\xff\\xfe", on_terminal("ls"))
+
+    def test_keeps_terminals_clean(self):
+        for name in ODD_NAMES[:-1]:
+            self.write(name)
+        os.mkdir("directory")
+        for arguments in ["ls"], ["ls", "-l"], ["ls", "-1"], ["stat", "--", *ODD_NAMES[:-1]]:
+            received = on_terminal(*arguments, NO_COLOR="1").replace(b"\r\n", b"").decode()
+            self.assertFalse(any(ord(character) < 32 or 127 <= ord(character) < 160 for character in received), received)
+        self.assertIn(b"\x1b[1;34mdirectory\x1b[0m", on_terminal("ls"))
+        self.assertIn(b"\x1b[1;34mdirectory\x1b[0m", on_terminal("ls", "-l"))
+        self.assertNotIn(b"\x1b", self.succeeds("ls", "directory"))
+
+    def test_tells_when_output_is_lost(self):
+        self.write("f", b"x" * 300000)
+        for arguments in ["cat", "f"], ["--help"], ["stat", "f"], ["ls", "/usr/bin"], ["--version"]:
+            with open("/dev/full", "wb") as full:
+                status, _, message = run(*arguments, stdout=full)
+            self.assertEqual((1, "quillfs: standard output: no space left (3004)\n"), (status, message), arguments)
+        closed = subprocess.run(["sh", "-c", f'exec "{QUILLFS}" cat f >&-'], stderr=subprocess.PIPE, check=False)
+        self.assertEqual(1, closed.returncode)
+        self.assertIn(b"standard output", closed.stderr)
+        with subprocess.Popen([QUILLFS, "cat", "f"], stdout=subprocess.PIPE, stderr=subprocess.PIPE) as cut_short:
+            cut_short.stdout.read(1)
+            cut_short.stdout.close()
+            self.assertEqual(b"", cut_short.stderr.read())
+        self.assertNotEqual(0, cut_short.returncode)
+
+    def test_reads_and_writes_contents(self):
+        large = bytes(range(256)) * 4000
+        self.succeeds("write", "f", "-", input=large)
+        self.assertEqual(large, self.succeeds("cat", "f"))
+        self.succeeds("write", "--at", "3", "f", "XYZ")
+        self.succeeds("append", "f", input=b"tail")
+        self.assertEqual(large[:3] + b"XYZ" + large[6:] + b"tail", self.succeeds("cat", "f"))
+        self.succeeds("write", "--sync", "f", "short")
+        self.assertEqual(b"short", self.succeeds("cat", "f"))
+        self.succeeds("truncate", "-s", "7", "f")
+        self.assertEqual(b"short\0\0", self.succeeds("cat", "f"))
+        self.succeeds("append", "--empty", "f", "new")
+        self.assertEqual(b"3\n", self.succeeds("size", "--lsize", "f"))
+        self.assertEqual(large, self.succeeds("spool", input=large))
+        self.assertEqual(["f"], os.listdir())
+        self.assertEqual(1, run("truncate", "none")[0])
+        self.succeeds("truncate", "--create", "none")
+        self.assertEqual(0, os.path.getsize("none"))
+
+    def test_prints_large_files_with_little_memory(self):
+        with open("large", "wb") as file:
+            file.truncate(10 << 30)
+        limited = f'ulimit -v 65536; exec "{QUILLFS}" cat large'
+        with subprocess.Popen(["sh", "-c", limited], stdout=subprocess.PIPE) as process:
+            left = 1 << 30  # a part is enough: what grows has grown by then
+            while left > 0 and (block := process.stdout.read(1 << 20)):
+                left -= len(block)
+            self.assertLessEqual(left, 0)
+            process.stdout.close()
+
+    def test_changes_trees(self):
+        self.succeeds("mkdir", "a/b/c")
+        self.succeeds("write", "a/b/f", "x")
+        self.succeeds("ln", "b/f", "a/link")
+        self.succeeds("cp", "a", "copy/of/a")
+        self.assertEqual("b/f", os.readlink("copy/of/a/link"))
+        self.succeeds("mv", "copy/of/a", "moved")
+        self.succeeds("rename", "moved/b/f", "g")
+        self.assertEqual(b"x", self.succeeds("cat", "moved/b/g"))
+        self.succeeds("cp", "--clobber", "a", "moved")
+        self.assertTrue(os.path.exists("moved/b/f"))
+        self.succeeds("rm", "-r", "a", "moved", "copy")
+        self.assertEqual([], os.listdir())
+
+    def test_makes_temporary_items(self):
+        for arguments, is_directory, mode in [
+            (["mktemp"], False, 0o644), (["mktemp", "-d"], True, 0o755), (["mktemp", "--private"], False, 0o600),
+            (["mktemp", "--in", "made"], False, 0o644), (["mktemp", "-d", "--in", "made"], True, 0o755),
+        ]:
+            path = self.succeeds(*arguments, env={**os.environ, "TMPDIR": self.root}).decode().strip()
+            self.assertEqual(is_directory, os.path.isdir(path))
+            self.assertEqual(mode, os.stat(path).st_mode & 0o7777, arguments)
+
+    def test_sets_properties(self):
+        self.write("f")
+        self.succeeds("touch", "--date", "@1234567890.5", "f")
+        self.assertEqual(1234567890.5, os.stat("f").st_mtime)
+        self.succeeds("touch", "--date", "2026-01-31 12:30", "f", env={**os.environ, "TZ": "XXX-2"})
+        self.assertEqual(1769855400, os.stat("f").st_mtime)
+        self.succeeds("readonly", "f")
+        self.assertEqual(0, os.stat("f").st_mode & 0o222)
+        self.assertEqual(b"no\n", self.succeeds("downloaded", "f"))
+
+    def test_converts_names(self):
+        os.mkdir("d")
+        os.symlink("d", "link")
+        for arguments, output in [
+            (["url", "/a b/\u00e9"], "file:///a%20b/%C3%A9"), (["path", "file:///a%20b/%C3%A9"], "/a b/\u00e9"),
+            (["readlink", "link"], "d"), (["canonical", "link/."], os.path.realpath("d")), (["posix", "a:b"], "/a/b"),
+            (["pwd"], os.getcwd()), (["roots"], "/"), (["is-link", "link"], "yes"), (["resolve", "link"], "d"),
+        ]:
+            self.assertEqual(output + "\n", self.succeeds(*arguments).decode(), arguments)
+
+    def test_leaves_nothing_half_made_when_interrupted(self):
+        os.mkdir("tree")
+        for number in range(6000):
+            self.write(f"tree/{number}", b"x" * 5000)
+        before = set(os.listdir())
+        for delay in (0.05, 0.02, 0.1, 0.01, 0.005):
+            with subprocess.Popen([QUILLFS, "cp", "tree", "copy"], stderr=subprocess.PIPE) as process:
+                time.sleep(delay)
+                process.send_signal(signal.SIGINT)
+                message = process.stderr.read()
+            if process.returncode == 130:
+                break
+            self.assertIn(process.returncode, (0, -signal.SIGINT))  # too late, or before it could listen
+            shutil.rmtree("copy", ignore_errors=True)
+        self.assertEqual((130, b""), (process.returncode, message))
+        self.assertEqual(before, set(os.listdir()))
+
+    def test_agrees_with_the_systems_tools(self):
+        paths = []
+        for top in "/etc", "/usr/share":
+            for directory, _, files in os.walk(top):
+                paths += [os.path.join(directory, name) for name in sorted(files)[:2]]
+        readable = [path for path in paths if os.path.isfile(path) and os.access(path, os.R_OK)]
+        sample = readable[:: max(1, len(readable) // 300)]
+        self.assertGreater(len(sample), 50)
+        told = [json.loads(line) for line in self.succeeds("stat", "--json", *sample).splitlines()]
+        expected = subprocess.run(["stat", "-L", "-c", "%s %.3Y", *sample], stdout=subprocess.PIPE, check=True).stdout
+        for path, answer, line in zip(sample, told, expected.decode().splitlines(), strict=True):
+            size, modified = line.split()
+            self.assertEqual((path, int(size)), (answer["path"], answer["size"]))
+            self.assertEqual("file", answer["kind"])
+            self.assertAlmostEqual(float(modified), answer["modified"] / 1000, delta=0.002)
+        contents = subprocess.run(["cat", *sample], stdout=subprocess.PIPE, check=True).stdout
+        self.assertEqual(contents, self.succeeds("cat", *sample))
+        for option in [], ["--lsize"]:
+            sizes = self.succeeds("size", *option, *sample).splitlines()
+            self.assertEqual([os.path.getsize(path) for path in sample], [int(line.split()[0]) for line in sizes])
+        for directory in sorted({os.path.dirname(path) for path in sample}):
+            self.assertEqual(sorted(os.listdir(os.fsencode(directory))), self.succeeds("ls", "-0", directory).split(b"\0")[:-1])
+        volume = json.loads(self.succeeds("df", "--json", "/usr"))
+        columns = subprocess.run(["df", "-B1", "--output=size,avail", "/usr"], stdout=subprocess.PIPE, check=True).stdout
+        size, available = map(int, columns.split()[-2:])
+        self.assertEqual(size, volume["total"])
+        self.assertLess(abs(available - volume["free"]), size / 50)  # others write meanwhile
+
+
+if __name__ == "__main__":
+    unittest.main()

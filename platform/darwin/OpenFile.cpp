@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "platform/darwin/FileSizeLimit.h"
+#include "platform/darwin/ItemStatus.h"
 #include "platform/darwin/NameLookup.h"
 #include "platform/darwin/Retry.h"
 
@@ -19,6 +20,13 @@ FileDescriptor Open(const char* path, int flags) {
       OnItem(path, [flags](const char* name) { return Retry([=] { return ::open(name, flags | kAlways); }); }));
 }
 
+// Asked before opening: even an open that is given up at once would be felt at the other end of a FIFO.
+bool MayBePositioned(const char* path) {
+  ItemStatus status;
+  if (GetItemStatus(path, FinalLink::kTarget, status) != 0) return true;  // opening tells why not
+  return !S_ISDIR(status.mode) && !S_ISFIFO(status.mode) && !S_ISSOCK(status.mode);
+}
+
 bool IsDirectory(int descriptor) noexcept {
   struct stat status;
   return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
@@ -27,6 +35,10 @@ bool IsDirectory(int descriptor) noexcept {
 }  // namespace
 
 FileDescriptor OpenPositionable(const char* path, int access, long long& end) {
+  if (!MayBePositioned(path)) {
+    errno = ESPIPE;
+    return {};
+  }
   if (access != O_RDONLY) SurviveFileSizeLimit();
   FileDescriptor file = Open(path, access);
   if (!file) return file;

@@ -29,7 +29,8 @@ class FILEWrapper;
 
 namespace foundation {
 class NSFileManager;
-}
+class NSString;
+}  // namespace foundation
 
 class QUILL_EXPORT OSXFileManager : public CoreFileManager {
  public:
@@ -101,6 +102,7 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
 
  private:
   FILEWrapper* _FileOpen(const QuillFileString& path, unsigned int flags);
+  void RecordWhyNoHandle(const foundation::NSString* path, unsigned int flags);
   bool PrepareDestination(const QuillFileString& source, const QuillFileString& destination, bool clobber);
   bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
   bool _FileOrDirCreateTemp(QuillFileString& result, bool directory);

@@ -85,20 +85,22 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
     SetLastError(kQuillErrIO);
     return nullptr;
   }
-  if (!fileManager->fileExistsAtPath(text.get())) {
-    SetLastError(kQuillErrNotFound);
-    return nullptr;
-  }
 
   const auto handle = OpenHandle(text.get(), flags);
   if (!handle) {
-    const bool refused = ((flags & kQuillOpenRead) && !fileManager->isReadableFileAtPath(text.get())) ||
-                         ((flags & kQuillOpenWrite) && !fileManager->isWritableFileAtPath(text.get()));
-    if (refused) SetLastError(kQuillErrAccessDenied);
+    RecordWhyNoHandle(text.get(), flags);
     return nullptr;
   }
   if (flags & kQuillOpenAppend) (void)handle->seekToEndOfFile();
   return new FILEWrapper(*this, path, handle.get(), /*removeAtEnd=*/false);
+}
+
+// What could be opened exists, so whether it does is asked only now. Many reasons have no code.
+void OSXFileManager::RecordWhyNoHandle(const NSString* path, unsigned int flags) {
+  if (!fileManager->fileExistsAtPath(path)) return SetLastError(kQuillErrNotFound);
+  const bool refused = ((flags & kQuillOpenRead) && !fileManager->isReadableFileAtPath(path)) ||
+                       ((flags & kQuillOpenWrite) && !fileManager->isWritableFileAtPath(path));
+  if (refused) SetLastError(kQuillErrAccessDenied);
 }
 
 bool OSXFileManager::FileGetPOSIXPath(const QuillFileString& path, QuillFileString& result) {

@@ -30,9 +30,7 @@ icu::UnicodeSet DecomposingCharacters() {
   return characters;
 }
 
-bool BeginsBefore(const CanonicalComposite& a, const CanonicalComposite& b) {
-  return a.decomposition.front() < b.decomposition.front();
-}
+int FirstCharacter(const CanonicalComposite& composite) { return composite.decomposition.front(); }
 
 class Table {
  public:
@@ -42,13 +40,14 @@ class Table {
       for (int i = characters.getRangeStart(range); i <= characters.getRangeEnd(range); ++i) Add(i);
     }
     AddTrailingJamo();
-    std::stable_sort(composites.begin(), composites.end(), BeginsBefore);
+    std::stable_sort(composites.begin(), composites.end(),
+                     [](const auto& a, const auto& b) { return FirstCharacter(a) < FirstCharacter(b); });
     std::sort(trailing.begin(), trailing.end());
   }
 
   std::span<const CanonicalComposite> BeginningWith(int character) const {
-    const auto [first, last] =
-        std::equal_range(composites.begin(), composites.end(), CanonicalComposite{0, {character}}, BeginsBefore);
+    const auto first = std::ranges::lower_bound(composites, character, {}, FirstCharacter);
+    const auto last = std::ranges::lower_bound(first, composites.end(), character + 1, {}, FirstCharacter);
     return {first, last};
   }
 

@@ -108,6 +108,11 @@ void Append(const std::vector<std::string>& choices, std::vector<std::string>& s
   for (std::size_t i = 0; i < count; ++i) spellings[i] += choices.front();
 }
 
+/// The segment is one character that nothing else is equivalent to, as nearly all are.
+bool HasOneSpelling(std::span<const DecomposedCharacter> segment) {
+  return segment.size() == 1 && CompositesBeginningWith(segment.front().character).empty();
+}
+
 /// Every spelling of \p name, which must be UTF-8; nullopt when there are more than kFewSpellings.
 std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
   const std::vector<DecomposedCharacter> characters = Decompose(name);
@@ -115,6 +120,10 @@ std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
   for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
     const auto segment = TakeSegment(rest);
     if (segment.size() > kLongestSegment) return std::nullopt;
+    if (HasOneSpelling(segment)) {
+      for (std::string& spelling : spellings) AppendCharacter(spelling, segment.front().character);
+      continue;
+    }
     const SegmentSpellings choices(segment, kFewSpellings / spellings.size());
     if (choices.Found().size() * spellings.size() > kFewSpellings) return std::nullopt;
     Append(choices.Found(), spellings);
@@ -126,6 +135,7 @@ bool HasOtherFormInText(std::string_view text) {
   const std::vector<DecomposedCharacter> characters = Decompose(text);
   for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
     const auto segment = TakeSegment(rest);
+    if (HasOneSpelling(segment)) continue;
     if (segment.size() > kLongestSegment || SegmentSpellings(segment, 1).Found().size() > 1) return true;
   }
   return false;

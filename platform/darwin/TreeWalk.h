@@ -54,7 +54,7 @@ class TreeVisitor {
 
 class TreeWalk {
  public:
-  explicit TreeWalk(TreeVisitor& guest) noexcept : visitor(guest) {}
+  explicit TreeWalk(TreeVisitor& guest) : visitor(guest) {}
 
   /// Visits \p name in \p parent and, if the visitor wants it, everything below.
   void Run(int parent, const char* name);

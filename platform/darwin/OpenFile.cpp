@@ -20,10 +20,7 @@ FileDescriptor Open(const char* path, int flags) {
       OnItem(path, [flags](const char* name) { return Retry([=] { return ::open(name, flags | kAlways); }); }));
 }
 
-// Asked before opening: even an open that is given up at once would be felt at the other end of a FIFO.
-bool MayBePositioned(const char* path) {
-  ItemStatus status;
-  if (GetItemStatus(path, FinalLink::kTarget, status) != 0) return true;  // opening tells why not
+bool MayBePositioned(const ItemStatus& status) noexcept {
   return !S_ISDIR(status.mode) && !S_ISFIFO(status.mode) && !S_ISSOCK(status.mode);
 }
 
@@ -35,19 +32,25 @@ bool IsDirectory(int descriptor) noexcept {
 }  // namespace
 
 FileDescriptor OpenPositionable(const char* path, int access, long long& end) {
-  if (!MayBePositioned(path)) {
-    errno = ESPIPE;
+  // Asked before opening: even an open that is given up at once would be felt at the other end of a FIFO.
+  ItemStatus status;
+  int error = GetItemStatus(path, FinalLink::kTarget, status);
+  if (error == 0 && !MayBePositioned(status)) error = ESPIPE;
+  if (error != 0) {
+    errno = error;
     return {};
   }
+
   if (access != O_RDONLY) SurviveFileSizeLimit();
   FileDescriptor file = Open(path, access);
   if (!file) return file;
-  if (access == O_RDONLY && IsDirectory(file.get())) {
+  const off_t found = ::lseek(file.get(), 0, SEEK_END);
+  if (found < 0) return {};
+  // An end that is not where it was may be that of a directory, put there meanwhile.
+  if (found != status.size && IsDirectory(file.get())) {
     errno = EISDIR;
     return {};
   }
-  const off_t found = ::lseek(file.get(), 0, SEEK_END);
-  if (found < 0) return {};
   end = found;
   return file;
 }

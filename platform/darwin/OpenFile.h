@@ -10,8 +10,7 @@ namespace darwin {
 
 /// Opens an existing file that can be positioned: no directory, FIFO, socket or terminal. A device counts when the
 /// kernel lets it be positioned, as it does /dev/null. \p access is O_RDONLY, O_WRONLY or O_RDWR. The file pointer
-/// stands at the end, which \p end tells. Four calls for reading; writing refuses directories by itself and takes
-/// three.
+/// stands at the end, which \p end tells. Three calls.
 FileDescriptor OpenPositionable(const char* path, int access, long long& end);
 
 enum class ExistingContents { kKeep, kEmpty };

@@ -1,0 +1,96 @@
+// Another process exchanges directories for links to a bait and back, as fast as it can, while trees are copied, moved
+// and removed.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+
+#include "standalone/StandaloneFileManager.h"
+#include "tests/sweeps/SweepTest.h"
+
+namespace quill_sweep {
+namespace {
+
+namespace fs = std::filesystem;
+using quill_test::Path;
+using std::chrono::steady_clock;
+
+const std::vector<Operation> kOperations = {
+    {Verb::kCopy, "copy", {}},
+    {Verb::kMove, "move", {}, /*clobbers=*/false, /*crosses=*/true},
+    {Verb::kMove, "move", {}, /*clobbers=*/false, /*crosses=*/true, /*returns=*/true},
+    {Verb::kRemove, "remove", {}},
+};
+constexpr const char* kVictims[] = {"", "/nested", "/nested/deep", "/empty", "/locked"};
+
+/// Exchanges the victims for links until it is destroyed.
+class Storm {
+ public:
+  explicit Storm(const Scene& scene) {
+    for (const char* victim : kVictims) {
+      pairs.emplace_back(scene.source + victim, scene.source + ".link" + std::to_string(pairs.size()));
+      fs::create_symlink(scene.bait + victim, pairs.back().second);
+    }
+    process = ::fork();
+    for (std::size_t i = 0; process == 0; ++i) {
+      const auto& [victim, link] = pairs[i / 2 % pairs.size()];
+      (void)::renameat2(AT_FDCWD, victim.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+    }
+  }
+  ~Storm() {
+    ::kill(process, SIGKILL);
+    ::waitpid(process, nullptr, 0);
+  }
+
+ private:
+  std::vector<std::pair<std::string, std::string>> pairs;
+  pid_t process;
+};
+
+bool Run(const Scene& scene) {
+  StandaloneFileManager manager;
+  if (scene.operation.verb == Verb::kCopy)
+    return manager.FileOrDirCopy(Path(scene.source), Path(scene.destination), /*clobber=*/false);
+  if (scene.operation.verb == Verb::kMove)
+    return manager.FileOrDirMove(Path(scene.source), Path(scene.destination), /*clobber=*/false);
+  return manager.DirDeleteWithContents(Path(scene.source));
+}
+
+bool HoldsBait(const std::string& root) {
+  for (const auto& [path, item] : Describe(root))
+    if (item.substance == "file \"BAIT\"") return true;
+  return false;
+}
+
+void Rage(Scene& scene) {
+  Findings findings("storm, " + TitleOf(scene.operation));
+  scene.Build();
+  const Snapshot bait = Describe(scene.bait);
+  const auto end = steady_clock::now() + std::chrono::seconds(IsFullSweep() ? 10 : 2);
+  int succeeded = 0;
+  while (steady_clock::now() < end) {
+    scene.Build();
+    {
+      const Storm storm(scene);
+      succeeded += Run(scene) ? 1 : 0;
+    }
+    findings.CountPoint();
+    if (const auto difference = Difference(bait, Describe(scene.bait), Scope::kIdentity); !difference.empty())
+      return findings.Add("the bait", "changed:" + difference);
+    if (HoldsBait(scene.destinationParent)) findings.Add("the bait", "was copied");
+  }
+  std::cout << succeeded << " of them succeeded" << std::endl;
+}
+
+class StormOfSwaps : public SweepTest {};
+
+TEST_F(StormOfSwaps, LeavesTheBaitAlone) { ForEach(kOperations, Rage); }
+
+}  // namespace
+}  // namespace quill_sweep

@@ -1,0 +1,72 @@
+// A program that is stopped at each of its system calls, to fail one, to kill it there, or to change the disk
+// meanwhile.
+//
+// Counted are the calls that can fail, from the program's first SIGSTOP to its second; of a program that does not stop
+// itself, from its start to its end. Linux on x86-64.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quill_sweep {
+
+/// How the program ended.
+struct Outcome {
+  /// The exit status, or -1 when a signal ended it.
+  int status = -1;
+  int signal = 0;
+  std::string output;
+};
+
+enum class Window { kBetweenStops, kWholeProgram };
+
+class Tracee {
+ public:
+  Tracee(const std::vector<std::string>& command, Window window);
+  Tracee(const Tracee&) = delete;
+  Tracee& operator=(const Tracee&) = delete;
+  ~Tracee();
+
+  /// Runs to the entry of the next counted call; false when there is none.
+  bool Next();
+
+  // About the call at whose entry the program stands.
+  /// Its name and the path that it was given, for messages.
+  std::string Describe() const;
+  /// POSIX lets it be interrupted, and repeating it is safe.
+  bool MayBeRepeated() const;
+  /// It makes data durable or releases a descriptor that data was written through, so that its failure is a lost write.
+  bool EndsWriting() const;
+  bool Is(const char* name) const;
+  /// It can only fail for want of memory.
+  bool OnlyTakesMemory() const;
+
+  /// Makes that call fail without being carried out; a close is carried out and fails, as close does.
+  void Fail(int error);
+  void Kill();
+  /// Runs to the end. A program that comes to none is ended by SIGALRM, or killed after very many calls.
+  Outcome Finish();
+
+ private:
+  void Resume(int request);
+  bool EnterCall();
+  std::string TextAt(std::uint64_t address) const;
+
+  pid_t process = -1;
+  int outputEnd = -1;
+  bool counting = false;
+  bool inCall = false;
+  bool ended = false;
+  int waitStatus = 0;
+  int signalToDeliver = 0;
+  int pendingError = 0;
+  int callsMade = 0;
+  long number = -1;
+  std::uint64_t arguments[6]{};
+};
+
+}  // namespace quill_sweep

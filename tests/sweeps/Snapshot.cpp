@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -15,9 +14,11 @@ namespace {
 
 using Twins = std::map<std::pair<dev_t, ino_t>, std::string>;
 
-std::string Bytes(const std::string& path) {
+std::string Bytes(const std::string& path, off_t size) {
+  std::string bytes(static_cast<std::size_t>(size), '\0');
   std::ifstream file(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  file.read(bytes.data(), size);
+  bytes.resize(static_cast<std::size_t>(file.gcount()));
   if (bytes.size() < 200) return "\"" + bytes + "\"";
   return std::to_string(bytes.size()) + " bytes, hash " + std::to_string(std::hash<std::string>{}(bytes));
 }
@@ -38,7 +39,7 @@ std::string Attributes(const std::string& path) {
 
 std::string Substance(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) return "directory";
-  if (S_ISREG(status.st_mode)) return "file " + Bytes(path);
+  if (S_ISREG(status.st_mode)) return "file " + Bytes(path, status.st_size);
   if (S_ISLNK(status.st_mode)) return "link to " + std::filesystem::read_symlink(path).string();
   return "special " + std::to_string(status.st_mode & S_IFMT) + " " + std::to_string(status.st_rdev);
 }

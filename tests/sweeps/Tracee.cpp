@@ -82,15 +82,15 @@ constexpr CallName kCallNames[] = {
     {SYS_ioctl, "ioctl", -1, false},
     {SYS_fcntl, "fcntl", -1, false},
     {SYS_mmap, "mmap", -1, false},
-    {SYS_brk, "brk", -1, false},
 };
 
-// Calls that cannot fail in a correct program, and those by which it ends or stops itself.
+// Calls that cannot fail in a correct program, those by which it ends or stops itself, and brk, which answers a failure
+// with the old end.
 constexpr long kCannotFail[] = {
-    SYS_munmap,        SYS_mprotect, SYS_madvise, SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn,
-    SYS_futex,         SYS_gettid,   SYS_getpid,  SYS_getuid,       SYS_geteuid,        SYS_getgid,
-    SYS_getegid,       SYS_umask,    SYS_tgkill,  SYS_sched_yield,  SYS_exit,           SYS_exit_group,
-    SYS_clock_gettime, SYS_alarm,    SYS_execve,  SYS_sigaltstack,
+    SYS_munmap,      SYS_mprotect,    SYS_madvise, SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn, SYS_futex,
+    SYS_gettid,      SYS_getpid,      SYS_getuid,  SYS_geteuid,      SYS_getgid,         SYS_getegid,      SYS_umask,
+    SYS_tgkill,      SYS_sched_yield, SYS_exit,    SYS_exit_group,   SYS_clock_gettime,  SYS_alarm,        SYS_execve,
+    SYS_sigaltstack, SYS_brk,
 };
 
 const CallName* NameOf(long number) {
@@ -220,7 +220,7 @@ bool Tracee::Is(const char* name) const {
   return known && std::strcmp(known->name, name) == 0;
 }
 
-bool Tracee::OnlyTakesMemory() const { return number == SYS_mmap || number == SYS_brk; }
+bool Tracee::OnlyTakesMemory() const { return number == SYS_mmap; }
 
 bool Tracee::EndsWriting() const {
   if (number == SYS_fsync || number == SYS_fdatasync || number == SYS_syncfs) return true;

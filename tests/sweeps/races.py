@@ -1,0 +1,41 @@
+#!/usr/bin/env python3
+"""Several processes at once: races.py QUILLFS DRIVER [case]..."""
+
+import os
+import subprocess
+
+from stage import IS_FULL, Stage, main
+
+PROCESSES = 16
+ITEMS = 1000 if IS_FULL else 100
+
+
+class Races(Stage):
+    def at_once(self, *words, umask=-1):
+        children = [subprocess.Popen((self.driver,) + words, stdout=subprocess.PIPE, umask=umask) for _ in range(PROCESSES)]
+        outputs = [child.communicate()[0].decode() for child in children]
+        self.assertEqual([0] * PROCESSES, [child.returncode for child in children])
+        return outputs
+
+    def test_ensure(self):
+        parent = self.make_directory("parent")
+        os.chmod(parent, 0o2775)
+        for number in range(50 if IS_FULL else 10):
+            chain = os.path.join(parent, str(number), *("chain",) * 30)
+            self.at_once("ensure", chain)
+            while chain != parent:
+                self.assertEqual(0o2775, os.stat(chain).st_mode & 0o7777, chain)
+                chain = os.path.dirname(chain)
+
+    def test_temporaries(self):
+        for umask in (0o022, 0o777):
+            place = self.make_directory(f"place{umask:o}")
+            outputs = self.at_once("temporaries", place, str(ITEMS // 2), umask=umask)
+            made = "".join(outputs).split()
+            self.assertEqual(PROCESSES * ITEMS, len(made))
+            self.assertEqual(sorted(made), sorted(os.path.join(place, name) for name in os.listdir(place)), "not unique")
+            self.assertFalse([path for path in made if os.stat(path).st_mode & 0o077], "open to others")
+
+
+if __name__ == "__main__":
+    main()

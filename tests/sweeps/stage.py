@@ -1,0 +1,98 @@
+"""What the scripts beside this file share: a stage of their own, running the command line under limits, comparing trees."""
+
+import os
+import resource
+import shutil
+import stat
+import subprocess
+import sys
+import tempfile
+import unittest
+
+QUILLFS, DRIVER = (os.path.abspath(path) for path in sys.argv[1:3])
+IS_FULL = os.environ.get("QUILL_SWEEP") == "full"
+NOBODY = 65534
+
+
+class Result:
+    def __init__(self, status, errors, peak_kib):
+        self.status, self.errors, self.peak_kib = status, errors, peak_kib
+
+
+def run(*words, limits=(), ordinary=False, umask=None, seconds=300):
+    """Runs a program; the status is negative for a signal. `ordinary` drops to a user without privileges."""
+
+    def prepare():
+        for which, value in limits:
+            resource.setrlimit(which, (value, value))
+        if umask is not None:
+            os.umask(umask)
+        if ordinary and os.geteuid() == 0:
+            os.setgroups([])
+            os.setgid(NOBODY)
+            os.setuid(NOBODY)
+
+    with tempfile.TemporaryFile() as errors:
+        child = subprocess.Popen(("timeout", "-k", "1", str(seconds)) + words, stderr=errors, stdin=subprocess.DEVNULL,
+                                 stdout=subprocess.DEVNULL, preexec_fn=prepare)
+        _, status, usage = os.wait4(child.pid, 0)
+        child.returncode = os.waitstatus_to_exitcode(status)
+        errors.seek(0)
+        return Result(child.returncode, errors.read().decode(errors="replace"), usage.ru_maxrss)
+
+
+def describe(root):
+    """Every item below root, by its path in bytes: kind, mode, owner, modification time, and bytes or link text."""
+    found = {}
+    pending = [os.fsencode(root)]
+    while pending:
+        path = pending.pop()
+        status = os.lstat(path)
+        kind = stat.S_IFMT(status.st_mode)
+        inside = b""
+        if stat.S_ISREG(kind):
+            with open(path, "rb") as file:
+                inside = file.read()
+        elif stat.S_ISLNK(kind):
+            inside = os.readlink(path)
+        elif stat.S_ISDIR(kind):
+            pending += [os.path.join(path, name) for name in os.listdir(path)]
+        mode = 0 if stat.S_ISLNK(kind) else stat.S_IMODE(status.st_mode)
+        device = status.st_rdev if stat.S_ISCHR(kind) or stat.S_ISBLK(kind) else 0
+        found[os.path.relpath(path, os.fsencode(root))] = (kind, mode, status.st_uid, status.st_mtime_ns, device, inside)
+    return found
+
+
+def write(path, content=b"content"):
+    with open(path, "wb") as file:
+        file.write(content)
+
+
+class Stage(unittest.TestCase):
+    """Each case gets a fresh directory, in which the programs stand too, where any user can reach them."""
+
+    def setUp(self):
+        self.root = tempfile.mkdtemp(prefix="quill-stage.")
+        os.chmod(self.root, 0o755)
+        self.addCleanup(self.clear)
+        self.quillfs, self.driver = (shutil.copy(program, self.root) for program in (QUILLFS, DRIVER))
+
+    def clear(self):
+        subprocess.run(["rm", "-rf", self.root], check=True)
+
+    def at(self, *names):
+        return os.path.join(self.root, *names)
+
+    def make_directory(self, *names):
+        os.makedirs(self.at(*names), exist_ok=True)
+        return self.at(*names)
+
+    def expect(self, status, result):
+        self.assertEqual(status, result.status, result.errors)
+
+    def expect_only(self, names, directory):
+        self.assertEqual(sorted(names), sorted(os.listdir(directory)), "strays in " + directory)
+
+
+def main():
+    unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)

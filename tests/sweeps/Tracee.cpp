@@ -203,11 +203,15 @@ std::string Tracee::TextAt(std::uint64_t address) const {
   return text;
 }
 
+std::string Tracee::Path() const {
+  const auto* name = NameOf(number);
+  return name && name->pathArgument >= 0 ? TextAt(arguments[name->pathArgument]) : "";
+}
+
 std::string Tracee::Describe() const {
   const auto* name = NameOf(number);
   if (!name) return "system call " + std::to_string(number);
-  if (name->pathArgument < 0) return name->name;
-  return std::string(name->name) + "(\"" + TextAt(arguments[name->pathArgument]) + "\")";
+  return name->pathArgument < 0 ? name->name : std::string(name->name) + "(\"" + Path() + "\")";
 }
 
 bool Tracee::MayBeRepeated() const {

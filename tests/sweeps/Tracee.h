@@ -37,6 +37,8 @@ class Tracee {
   // About the call at whose entry the program stands.
   /// Its name and the path that it was given, for messages.
   std::string Describe() const;
+  /// The path that it was given, "" for none.
+  std::string Path() const;
   /// POSIX lets it be interrupted, and repeating it is safe.
   bool MayBeRepeated() const;
   /// It makes data durable or releases a descriptor that data was written through, so that its failure is a lost write.

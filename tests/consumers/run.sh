@@ -22,14 +22,10 @@ run_example() {
   echo "$2: works"
 }
 
-# install <shared|static>: leaves the library in $scratch/moved.
+# install <preset>: builds it and leaves the library in $scratch/moved.
 install() {
-  local shared=OFF
-  [[ $1 == static ]] || shared=ON
   rm -rf "$scratch/moved"
-  quietly cmake -S "$top" -B "$scratch/$CXX-$1" -G Ninja -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=$shared \
-    -DCMAKE_INSTALL_PREFIX="$scratch/prefix" -DQUILL_BUILD_TESTS=OFF -DQUILL_BUILD_BENCHMARKS=OFF -DQUILL_BUILD_TOOLS=OFF
-  quietly cmake --build "$scratch/$CXX-$1" --target install
+  (cd "$top" && quietly build_preset "$1" && quietly cmake --install "build/$1" --prefix "$scratch/prefix")
   mv "$scratch/prefix" "$scratch/moved"
 }
 
@@ -56,12 +52,22 @@ build_with_pkg_config() {
   LD_LIBRARY_PATH=$(pkg-config --variable=libdir quillfilesystem) run_example "$scratch/program" "$CXX, pkg-config $1"
 }
 
-for CXX in g++ clang++; do
-  export CXX
-  for kind in shared static; do
-    install "$kind"
-    build_with_cmake "find_package $kind" -DCMAKE_PREFIX_PATH="$scratch/moved" -DQUILL_KIND="$kind"
-    build_with_pkg_config "$kind"
-  done
-  build_with_cmake "add_subdirectory" -DQUILL_SOURCE_DIR="$top"
-done
+# try_installed <shared|static>
+try_installed() {
+  build_with_cmake "find_package $1" -DCMAKE_PREFIX_PATH="$scratch/moved" -DQUILL_KIND="$1"
+  build_with_pkg_config "$1"
+}
+
+export CXX=g++
+install debug
+try_installed static
+install package
+try_installed shared
+build_with_cmake add_subdirectory -DQUILL_SOURCE_DIR="$top"
+
+export CXX=clang++
+install clang
+try_installed static
+install clang-shared
+try_installed shared
+build_with_cmake add_subdirectory -DQUILL_SOURCE_DIR="$top"

@@ -20,8 +20,8 @@ make_packages() {
 
 # Functions, objects and tables of the project's own; what templates of the standard library leave behind is not ours.
 exported_symbols() {
-  nm --dynamic --demangle --defined-only "$1" | cut -d ' ' -f 3- | grep -vE '(^| )std::|^void std::|^_(init|fini)$' |
-    LC_ALL=C sort -u
+  nm --dynamic --defined-only "$1" | cut -d ' ' -f 3 | grep -vE '^_Z(T[ISV])?N?K?(S[a-z]|9__gnu_cxx)|^_(init|fini)$' |
+    c++filt | LC_ALL=C sort -u
 }
 
 check_symbols() {

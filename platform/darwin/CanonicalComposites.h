@@ -20,7 +20,7 @@ struct CanonicalComposite {
   std::vector<int> decomposition;
 };
 
-/// The characters of \p text, which must be UTF-8, in Form D.
+/// The characters of \p text in Form D; a byte that is not UTF-8 is its negative value.
 std::vector<DecomposedCharacter> Decompose(std::string_view text);
 
 /// Takes from the front of \p text its first segment: across the end of a segment nothing composes or changes places.

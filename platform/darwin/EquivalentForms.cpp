@@ -113,7 +113,7 @@ bool HasOneSpelling(std::span<const DecomposedCharacter> segment) {
   return segment.size() == 1 && CompositesBeginningWith(segment.front().character).empty();
 }
 
-/// Every spelling of \p name, which must be UTF-8; nullopt when there are more than kFewSpellings.
+/// Every spelling of \p name; nullopt when there are more than kFewSpellings.
 std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
   const std::vector<DecomposedCharacter> characters = Decompose(name);
   std::vector<std::string> spellings(1);
@@ -131,16 +131,6 @@ std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
   return spellings;
 }
 
-bool HasOtherFormInText(std::string_view text) {
-  const std::vector<DecomposedCharacter> characters = Decompose(text);
-  for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
-    const auto segment = TakeSegment(rest);
-    if (HasOneSpelling(segment)) continue;
-    if (segment.size() > kLongestSegment || SegmentSpellings(segment, 1).Found().size() > 1) return true;
-  }
-  return false;
-}
-
 void AddIfNew(std::vector<std::string>& spellings, std::string_view name, std::string spelling) {
   if (spelling == name || std::find(spellings.begin(), spellings.end(), spelling) != spellings.end()) return;
   spellings.push_back(std::move(spelling));
@@ -150,10 +140,11 @@ void AddIfNew(std::vector<std::string>& spellings, std::string_view name, std::s
 
 bool HasOtherForm(std::string_view name) {
   if (IsASCII(name)) return name.find_first_of(kAmbiguousASCII) != name.npos;
-  while (!name.empty()) {
-    const std::string_view stretch = UTF8Prefix(name);
-    if (HasOtherFormInText(stretch)) return true;
-    name.remove_prefix(std::min(stretch.size() + 1, name.size()));
+  const std::vector<DecomposedCharacter> characters = Decompose(name);
+  for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
+    const auto segment = TakeSegment(rest);
+    if (HasOneSpelling(segment)) continue;
+    if (segment.size() > kLongestSegment || SegmentSpellings(segment, 1).Found().size() > 1) return true;
   }
   return false;
 }
@@ -163,7 +154,7 @@ EquivalentForms EquivalentFormsOf(std::string_view name) {
   if (!HasOtherForm(name)) return forms;
   AddIfNew(forms.others, name, FormC(name));
   AddIfNew(forms.others, name, FormD(name));
-  auto spellings = IsUTF8(name) ? FewSpellings(name) : std::nullopt;
+  auto spellings = FewSpellings(name);
   forms.extent = spellings ? EquivalentForms::Extent::kFew : EquivalentForms::Extent::kMany;
   if (!spellings) return forms;
   std::sort(spellings->begin(), spellings->end());

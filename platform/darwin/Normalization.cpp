@@ -36,13 +36,16 @@ const icu::Normalizer2& DecomposingNormalizer() {
   return *normalizer;
 }
 
-void AppendNormalized(const icu::Normalizer2& normalizer, std::string_view text, std::string& result) {
+/// Bytes that are not UTF-8 touch nothing in ICU's eyes either, and come through unchanged.
+std::string Normalized(const icu::Normalizer2& normalizer, std::string_view text) {
   if (text.size() > std::numeric_limits<std::int32_t>::max()) throw std::length_error("text too long to normalize");
   const auto size = static_cast<std::int32_t>(text.size());
+  std::string result;
   UErrorCode error = U_ZERO_ERROR;
   icu::StringByteSink<std::string> sink(&result, size);
   normalizer.normalizeUTF8(0, icu::StringPiece(text.data(), size), sink, nullptr, error);
   Require(error);
+  return result;
 }
 
 /// Form D in time that grows with the length: ICU inserts each mark of a run at its place from the end of the run,
@@ -105,31 +108,6 @@ std::string DecomposeLong(std::string_view text) {
   return decomposition.Finish();
 }
 
-void AppendFormC(std::string_view text, std::string& result) {
-  if (text.size() < kLongText) return AppendNormalized(ComposingNormalizer(), text, result);
-  AppendNormalized(ComposingNormalizer(), DecomposeLong(text), result);
-}
-
-void AppendFormD(std::string_view text, std::string& result) {
-  if (text.size() < kLongText) return AppendNormalized(DecomposingNormalizer(), text, result);
-  result += DecomposeLong(text);
-}
-
-/// Normalizes the stretches that are UTF-8 and carries the bytes between them over, which ICU would replace.
-template <typename AppendStretch>
-std::string ByStretches(std::string_view text, AppendStretch append) {
-  std::string result;
-  while (!text.empty()) {
-    const std::string_view stretch = UTF8Prefix(text);
-    if (!stretch.empty()) append(stretch, result);
-    text.remove_prefix(stretch.size());
-    if (text.empty()) break;
-    result += text.front();
-    text.remove_prefix(1);
-  }
-  return result;
-}
-
 /// Every character is below U+0300, where the first one stands that Form C may change: no byte is 0xCC or more.
 /// Bytes that are not UTF-8 stay as they are in any case.
 bool EndsBelowCombiningMarks(std::string_view text) noexcept {
@@ -149,12 +127,14 @@ bool EndsBelowCombiningMarks(std::string_view text) noexcept {
 
 std::string FormC(std::string_view text) {
   if (EndsBelowCombiningMarks(text)) return std::string(text);
-  return ByStretches(text, AppendFormC);
+  if (text.size() < kLongText) return Normalized(ComposingNormalizer(), text);
+  return Normalized(ComposingNormalizer(), DecomposeLong(text));
 }
 
 std::string FormD(std::string_view text) {
   if (IsASCII(text)) return std::string(text);
-  return ByStretches(text, AppendFormD);
+  if (text.size() < kLongText) return Normalized(DecomposingNormalizer(), text);
+  return DecomposeLong(text);
 }
 
 }  // namespace darwin

@@ -24,12 +24,16 @@ std::size_t SkipASCIIWords(std::string_view bytes, std::size_t position) noexcep
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wconversion"  // inside the macros, in GCC's eyes
 int NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
+  const std::size_t start = position;
   UChar32 character;
   U8_NEXT(bytes.data(), position, bytes.size(), character);
-  return character;
+  if (character >= 0) return character;
+  position = start + 1;
+  return -static_cast<unsigned char>(bytes[start]);
 }
 
 void AppendCharacter(std::string& text, int character) {
+  if (character < 0) return text.push_back(static_cast<char>(-character));
   char bytes[U8_MAX_LENGTH];
   std::size_t length = 0;
   U8_APPEND_UNSAFE(bytes, length, character);
@@ -43,17 +47,14 @@ bool IsASCII(std::string_view bytes) noexcept {
   return position == bytes.size();
 }
 
-std::string_view UTF8Prefix(std::string_view bytes) noexcept {
+bool IsUTF8(std::string_view bytes) noexcept {
   std::size_t position = SkipASCIIWords(bytes, 0);
   while (position < bytes.size()) {
-    const std::size_t start = position;
-    const UChar32 character = NextCharacter(bytes, position);
-    if (character < 0) return bytes.substr(0, start);
+    const int character = NextCharacter(bytes, position);
+    if (character < 0) return false;
     if (character < 0x80) position = SkipASCIIWords(bytes, position);
   }
-  return bytes;
+  return true;
 }
-
-bool IsUTF8(std::string_view bytes) noexcept { return UTF8Prefix(bytes).size() == bytes.size(); }
 
 }  // namespace darwin

@@ -77,7 +77,8 @@ TEST(EquivalentForms, HaveAnExtent) {
       {"a\u0301\u0301", Extent::kFew},
       {"\u00F6\u00F6\u00F6\u00F6\u00F6\u00F6\u00F6", Extent::kFew},
       {"\u00F6\u00F6\u00F6\u00F6\u00F6\u00F6\u00F6\u00F6", Extent::kMany},
-      {"caf\xE9\u00E9", Extent::kMany},  // not UTF-8 as a whole
+      {"caf\xE9\u00E9\xCC", Extent::kFew},
+      {"\xE9\u0301\u0323", Extent::kFew},
       {marks, Extent::kMany},
       {many, Extent::kMany},
   };

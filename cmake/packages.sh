@@ -1,7 +1,7 @@
 # The Debian packages that the scripts need, and their installation. Sourced by run, check and .ci/run.
 
 kToolPackages=(cmake g++ libcli11-dev libicu-dev ninja-build)
-kCheckPackages=("${kToolPackages[@]}" file git libbenchmark-dev libgtest-dev pkgconf strace unicode-data)
+kCheckPackages=("${kToolPackages[@]}" file git libbenchmark-dev libgtest-dev pkgconf python3 strace unicode-data)
 kCiPackages=("${kCheckPackages[@]}" abigail-tools clang clang-format clang-tidy lintian man-db)
 
 # require_packages <package>...: installs what is missing, as root; names it otherwise.

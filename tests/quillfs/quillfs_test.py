@@ -113,6 +113,19 @@ class CommandLine(unittest.TestCase):
             self.assertIn(f"Example:\n  ", self.succeeds(command, "--help").decode(), command)
         self.assertRegex(self.succeeds("--version").decode(), r"^quillfs \d+\.\d+\.\d+\n$")
 
+    def test_writes_documents_that_their_readers_understand(self):
+        for arguments, reader in [(["completion", "bash"], ["bash", "-n"]), (["completion", "zsh"], ["zsh", "-n"]),
+                                  (["completion", "fish"], ["fish", "-n"]), (["manual"], ["groff", "-man", "-ww", "-z"])]:
+            self.write("document", self.succeeds(*arguments))
+            if shutil.which(reader[0]):
+                read = subprocess.run([*reader, "document"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+                self.assertEqual((0, b""), (read.returncode, read.stdout), arguments)
+        offered = subprocess.run(
+            ["bash", "-c", f'source <("{QUILLFS}" completion bash); COMP_WORDS=(quillfs cp --c); COMP_CWORD=2; _quillfs; echo "${{COMPREPLY[@]}}"'],
+            stdout=subprocess.PIPE, check=True).stdout
+        self.assertEqual(b"--clobber\n", offered)
+        self.assertEqual(1, run("completion", "tcsh")[0])
+
     def test_takes_every_name_as_it_is(self):
         for name in ODD_NAMES:
             self.succeeds("write", "--", name, b"in " + name)

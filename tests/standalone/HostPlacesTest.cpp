@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cmath>
 #include <filesystem>
+#include <functional>
 #include <limits>
 #include <string>
 
@@ -228,6 +229,55 @@ TEST_F(HostTest, RefusesPathsWithoutText) {
   EXPECT_FALSE(manager.MarkDownloadedFileAsUnsafeOrSafe(none, none, none, true));
   EXPECT_FALSE(manager.GetDownloadedStatus(none));
   EXPECT_EQ("nothing", manager.Reason());
+}
+
+TEST_F(HostTest, NotesWhatFailedBesideItsCode) {
+  std::filesystem::create_directories(In("tree/sub"));
+  WriteFile(In("f"), "");
+  EXPECT_STREQ("", manager.LastFailure().operation);
+  double created = 0, modified = 0;
+  long long size = 0;
+  const QuillFileString none = Path(In("none")), file = Path(In("f")), inFile = Path(In("f/x")),
+                        tree = Path(In("tree")), inTree = Path(In("tree/sub/x"));
+  const struct {
+    std::function<bool()> fails;
+    const char* operation;
+    const QuillFileString &path, &second;
+    int error;
+  } rows[] = {
+      {[&] { return manager.FileGetSize(none, size); }, "FileGetSize", none, result, ENOENT},  // records no code
+      {[&] { return manager.FileGetDates(inFile, created, modified); }, "FileGetDates", inFile, result, ENOTDIR},
+      {[&] { return manager.FileOpenReadOnly(none) != nullptr; }, "FileOpenReadOnly", none, result, ENOENT},
+      {[&] { return manager.FileOpen(inFile, 0x12) != nullptr; }, "FileOpen", inFile, result, ENOTDIR},
+      {[&] { return manager.FileDelete(tree); }, "FileDelete", tree, result, EPERM},
+      {[&] { return manager.DirSetCurrent(file); }, "DirSetCurrent", file, result, ENOTDIR},
+      {[&] { return manager.FileRename(file, tree); }, "FileRename", tree, file, EEXIST},
+      {[&] { return manager.FileCreateSymLink(none, file); }, "FileCreateSymLink", file, none, EEXIST},
+      {[&] { return manager.FileOrDirMove(tree, inTree, false); }, "FileOrDirMove", tree, inTree, EINVAL},
+  };
+  for (const auto& row : rows) {
+    manager.ForgetFailure();
+    EXPECT_FALSE(row.fails()) << row.operation;
+    const OperationFailure& failure = manager.LastFailure();
+    EXPECT_STREQ(row.operation, failure.operation);
+    EXPECT_EQ(Text(row.path), Text(failure.path)) << row.operation;
+    EXPECT_EQ(Text(row.second), Text(failure.secondPath)) << row.operation;
+    EXPECT_EQ(row.error, failure.posixError) << row.operation;
+  }
+  errno = ERANGE;
+  EXPECT_TRUE(manager.FileGetSize(file, size));
+  EXPECT_EQ(ERANGE, errno);
+  EXPECT_STREQ("FileOrDirMove", manager.LastFailure().operation);
+}
+
+TEST_F(HostTest, NotesTheEntryAtWhichATreeFailed) {
+  std::filesystem::create_directories(In("tree/sub"));
+  const Mount mount("tmpfs", In("tree/sub"), "size=64k");
+  if (!mount) GTEST_SKIP() << mount.WhyNot();
+  EXPECT_FALSE(manager.DirDeleteWithContents(Path(In("tree"))));
+  EXPECT_EQ("3013 recorded", manager.Reason());
+  EXPECT_EQ("sub", manager.LastFailure().entry);
+  EXPECT_EQ(EBUSY, manager.LastFailure().posixError);
 }
 
 }  // namespace

@@ -40,6 +40,8 @@ void OnEach(Session& session, const Arguments& arguments) {
   }
 }
 
+std::vector<CommandGroup> AllCommands();
+
 CommandGroup QuestionCommands();
 CommandGroup ContentCommands();
 CommandGroup TreeCommands();

@@ -162,8 +162,7 @@ std::vector<Declared> DeclareAll(CLI::App& program, const std::vector<CommandGro
 }  // namespace
 
 int RunProgram(int argumentCount, char** arguments) {
-  const std::vector<CommandGroup> groups = {QuestionCommands(), ListingCommands(), ContentCommands(), TreeCommands(),
-                                            NameCommands(),     PlaceCommands(),   PropertyCommands()};
+  const std::vector<CommandGroup> groups = AllCommands();
   CLI::App program(kDescription, "quillfs");
   Describe(program);
   const std::vector<Declared> commands = DeclareAll(program, groups);

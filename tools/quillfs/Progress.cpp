@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <string>
+#include <system_error>
 
 #include "tools/quillfs/Text.h"
 
@@ -15,10 +16,30 @@ constexpr auto kQuietTime = 1s;
 constexpr auto kLineInterval = 100ms;
 constexpr char kClearLine[] = "\r\033[K";
 
+const char* MetadataName(darwin::TreeMetadata what) {
+  switch (what) {
+    case darwin::TreeMetadata::kOwner:
+      return "owner";
+    case darwin::TreeMetadata::kPermissions:
+      return "permissions";
+    case darwin::TreeMetadata::kTimes:
+      return "dates";
+    case darwin::TreeMetadata::kExtendedAttributes:
+      return "extended attributes";
+    case darwin::TreeMetadata::kHardLink:
+      return "hard link";
+  }
+  return "something";
+}
+
 }  // namespace
 
-Progress::Progress(Session& running, std::string_view verbText)
-    : session(running), verb(verbText), isTerminal(::isatty(STDERR_FILENO) == 1), nextLine(Clock::now() + kQuietTime) {
+Progress::Progress(Session& running, std::string_view verbText, bool wantsLosses)
+    : session(running),
+      verb(verbText),
+      tellsLosses(wantsLosses),
+      isTerminal(::isatty(STDERR_FILENO) == 1),
+      nextLine(Clock::now() + kQuietTime) {
   session.manager.SetTreeObserver(this);
 }
 
@@ -38,6 +59,14 @@ bool Progress::Advanced(const darwin::TreeProgress& progress) {
   Show(progress);
   nextLine = Clock::now() + kLineInterval;
   return true;
+}
+
+void Progress::MetadataNotKept(const char* entry, darwin::TreeMetadata what, int error) {
+  if (!tellsLosses) return;
+  Clear();
+  const std::string message = "quillfs: " + Printable(entry) + ": " + MetadataName(what) + " not kept, " +
+                              std::generic_category().message(error) + '\n';
+  (void)std::fputs(message.c_str(), stderr);
 }
 
 void Progress::Show(const darwin::TreeProgress& progress) {

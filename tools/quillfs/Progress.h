@@ -9,16 +9,17 @@
 #include "tools/quillfs/Session.h"
 
 /// Watches every tree operation of the session's manager while it lives. Shows nothing unless standard error is a
-/// terminal and the work has lasted for a second.
+/// terminal and the work has lasted for a second; what a copy could not keep is told when that is wanted.
 class Progress final : public darwin::TreeObserver {
  public:
   /// \p verb says what is being done: "copied".
-  Progress(Session& session, std::string_view verb);
+  Progress(Session& session, std::string_view verb, bool tellsLosses = false);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
   bool Advanced(const darwin::TreeProgress& progress) override;
+  void MetadataNotKept(const char* entry, darwin::TreeMetadata what, int error) override;
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -29,6 +30,7 @@ class Progress final : public darwin::TreeObserver {
   InterruptionScope interruption;
   Session& session;
   std::string_view verb;
+  bool tellsLosses;
   bool isTerminal;
   bool isShown = false;
   Clock::time_point nextLine;

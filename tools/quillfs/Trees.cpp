@@ -6,13 +6,14 @@
 
 namespace {
 
+constexpr OptionRow kVerbose{"-v,--verbose", OptionKind::kFlag, "tell what could not be kept: owners, dates and so on"};
 constexpr OptionRow kClobber{"-f,--clobber", OptionKind::kFlag, "delete what stands at the destination first"};
 
 /// Runs an operation on trees under the eyes of the user; reports nothing.
 template <typename Operation>
-bool Watched(Session& session, const char* verb, Operation operation) {
+bool Watched(Session& session, const char* verb, Operation operation, bool tellsLosses = false) {
   session.Begin();
-  const Progress progress(session, verb);
+  const Progress progress(session, verb, tellsLosses);
   return operation(session.manager);
 }
 
@@ -35,17 +36,23 @@ void Rename(Session& session, const Arguments& arguments) {
 
 void Copy(Session& session, const Arguments& arguments) {
   const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
-  const bool copied = Watched(session, "copied", [&](StandaloneFileManager& manager) {
-    return manager.FileOrDirCopy(source, destination, arguments.Has("--clobber"));
-  });
+  const bool copied = Watched(
+      session, "copied",
+      [&](StandaloneFileManager& manager) {
+        return manager.FileOrDirCopy(source, destination, arguments.Has("--clobber"));
+      },
+      arguments.Has("--verbose"));
   if (!copied) session.Fail("copy", source, destination);
 }
 
 void Move(Session& session, const Arguments& arguments) {
   const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
-  const bool moved = Watched(session, "moved", [&](StandaloneFileManager& manager) {
-    return manager.FileOrDirMove(source, destination, arguments.Has("--clobber"));
-  });
+  const bool moved = Watched(
+      session, "moved",
+      [&](StandaloneFileManager& manager) {
+        return manager.FileOrDirMove(source, destination, arguments.Has("--clobber"));
+      },
+      arguments.Has("--verbose"));
   if (!moved) session.Fail("move", source, destination);
 }
 
@@ -87,13 +94,13 @@ CommandGroup TreeCommands() {
            "SOURCE DESTINATION",
            "copy a file or a whole tree to a new name",
            "quillfs cp --clobber photos /mnt/backup/photos",
-           {kClobber},
+           {kClobber, kVerbose},
            Copy},
           {"mv",
            "SOURCE DESTINATION",
            "move a file or a whole tree to a new name",
            "quillfs mv draft.txt done/final.txt",
-           {kClobber},
+           {kClobber, kVerbose},
            Move},
           {"rename",
            "PATH NAME",

@@ -1,6 +1,7 @@
 #include "platform/darwin/EquivalentForms.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <optional>
 #include <span>
 
@@ -24,7 +25,7 @@ class SegmentSpellings {
  public:
   /// Finds one more than \p most when there are so many.
   SegmentSpellings(std::span<const DecomposedCharacter> characters, std::size_t most)
-      : segment(characters), limit(most), taken(characters.size()) {
+      : segment(characters), limit(most), untaken(~0u >> (kLongestSegment - characters.size())) {
     Continue();
   }
 
@@ -34,18 +35,19 @@ class SegmentSpellings {
   bool IsComplete() const noexcept { return found.size() > limit; }
 
   void Continue() {
-    const auto first = static_cast<std::size_t>(std::find(taken.begin(), taken.end(), false) - taken.begin());
-    if (first == segment.size()) return found.push_back(spelling);
-    for (std::size_t i = first; i < segment.size() && !IsComplete(); ++i) {
-      if (!taken[i] && MayComeNext(i)) TakeEachWay(i);
+    if (untaken == 0) return found.push_back(spelling);
+    for (std::size_t i = 0; i < segment.size() && !IsComplete(); ++i) {
+      if (IsUntaken(i) && MayComeNext(i)) TakeEachWay(i);
     }
   }
+
+  bool IsUntaken(std::size_t index) const noexcept { return (untaken >> index & 1) != 0; }
 
   bool MayComeNext(std::size_t index) const noexcept {
     const int own = segment[index].combiningClass;
     for (std::size_t i = 0; i < index; ++i) {
       const int other = segment[i].combiningClass;
-      if (!taken[i] && (own == 0 || other == 0 || own == other)) return false;
+      if (IsUntaken(i) && (own == 0 || other == 0 || own == other)) return false;
     }
     return true;
   }
@@ -73,28 +75,29 @@ class SegmentSpellings {
 
   /// Goes on with \p character, if the characters of which it consists can be taken.
   void Take(int character, std::span<const int> parts) {
-    const std::vector<bool> before = taken;
+    const std::uint32_t before = untaken;
     if (std::all_of(parts.begin(), parts.end(), [this](int part) { return TakePart(part); })) {
       const std::size_t size = spelling.size();
       AppendCharacter(spelling, character);
       Continue();
       spelling.resize(size);
     }
-    taken = before;
+    untaken = before;
   }
 
   bool TakePart(int character) {
     for (std::size_t i = 0; i < segment.size(); ++i) {
-      if (taken[i] || segment[i].character != character) continue;
-      taken[i] = MayComeNext(i);
-      return taken[i];
+      if (!IsUntaken(i) || segment[i].character != character) continue;
+      if (!MayComeNext(i)) return false;
+      untaken &= ~(std::uint32_t{1} << i);
+      return true;
     }
     return false;
   }
 
   const std::span<const DecomposedCharacter> segment;
   const std::size_t limit;
-  std::vector<bool> taken;
+  std::uint32_t untaken;  // a bit for each character of the segment
   std::string spelling;
   std::vector<std::string> found;
 };

@@ -15,7 +15,6 @@
 namespace darwin {
 namespace {
 
-constexpr std::size_t kBufferSize = 256 * 1024;
 constexpr std::uint64_t kLongestServerCopy = 64 << 20;  // between two reports
 constexpr unsigned kCephMagic = 0x00c36400;             // not in linux/magic.h
 
@@ -52,19 +51,19 @@ bool DataCopier::Clone(int from, int to) {
 /// Reads without positions, so that it suits files that have none.
 int DataCopier::CopyToEnd(int from, const TreeItem& source, int to) {
   std::uint64_t total = 0;
-  if (source.size > kBufferSize && IsOnServer(from)) {
+  if (source.size > sizeof(Block) && IsOnServer(from)) {
     if (!CopyOnServer(from, to, {0, source.size}, total)) return ECANCELED;
     if (Seek(from, total, SEEK_SET) == -1 || Seek(to, total, SEEK_SET) == -1) return errno;
   }
   for (;;) {
-    const ssize_t got = Retry([&] { return ::read(from, Buffer(), kBufferSize); });
+    const ssize_t got = Retry([&] { return ::read(from, Buffer(), sizeof(Block)); });
     if (got <= 0) return got == 0 ? 0 : errno;
     const auto size = static_cast<std::size_t>(got);
     if (const int error = WriteAll(to, Buffer(), size, 0, /*positioned=*/false)) return error;
     if (!report.Wrote(size)) return ECANCELED;
     total += size;
     // It has kept its word: no further read to see the end. Files of /proc and /sys do not.
-    if (total == source.size && size < kBufferSize) return 0;
+    if (total == source.size && size < sizeof(Block)) return 0;
   }
 }
 
@@ -73,12 +72,12 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
   while (position < source.size) {
     const off_t data = Seek(from, position, SEEK_DATA);
     if (data < 0 && errno == ENXIO) break;  // a hole up to the end
-    const off_t hole = data < 0 ? -1 : Seek(from, static_cast<std::uint64_t>(data), SEEK_HOLE);
-    if (hole < 0 && position == 0) {
+    if (data < 0 && errno == EINVAL && position == 0) {
       // A file system that knows nothing about holes.
       if (Seek(from, 0, SEEK_SET) == -1) return errno;
       return CopyToEnd(from, source, to);
     }
+    const off_t hole = data < 0 ? -1 : Seek(from, static_cast<std::uint64_t>(data), SEEK_HOLE);
     if (hole < 0) return errno;
     const Range extent{static_cast<std::uint64_t>(data), std::min(static_cast<std::uint64_t>(hole), source.size)};
     if (const int error = CopyRange(from, to, extent, position)) return error;
@@ -90,11 +89,11 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
 
 int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached) {
   reached = range.begin;
-  if (range.end - range.begin > kBufferSize && IsOnServer(from) && !CopyOnServer(from, to, range, reached)) {
+  if (range.end - range.begin > sizeof(Block) && IsOnServer(from) && !CopyOnServer(from, to, range, reached)) {
     return ECANCELED;
   }
   while (reached < range.end) {
-    const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, kBufferSize);
+    const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, sizeof(Block));
     const auto position = static_cast<off_t>(reached);
     const ssize_t got = Retry([&] { return ::pread(from, Buffer(), wanted, position); });
     if (got <= 0) return got == 0 ? 0 : errno;
@@ -134,8 +133,8 @@ bool DataCopier::IsOnServer(int file) {
 }
 
 std::byte* DataCopier::Buffer() {
-  if (!buffer) buffer = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
-  return buffer.get();
+  if (!buffer) buffer = std::make_unique_for_overwrite<Block>();
+  return buffer->bytes;
 }
 
 }  // namespace darwin

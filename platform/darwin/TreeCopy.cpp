@@ -216,16 +216,22 @@ class Remains {
   Remains(const Remains&) = delete;
   Remains& operator=(const Remains&) = delete;
   ~Remains() {
-    try {
-      TreeReport nobody(nullptr);
-      RemoveTreeAt(container.descriptor(), container.name(), "", nobody, RemovalMode::kOwnCopy);
-      RemoveTreeAt(container.descriptor(), HardLinks::kDirectoryName, "", nobody);
-    } catch (...) {
-      // Memory is gone too: the rest stays, under a name of its own.
-    }
+    // A failure that passes is survived here too.
+    if (!Remove(container.name())) (void)Remove(container.name());
+    if (!Remove(HardLinks::kDirectoryName)) (void)Remove(HardLinks::kDirectoryName);
   }
 
  private:
+  bool Remove(const char* name) const {
+    try {
+      TreeReport nobody(nullptr);
+      RemoveTreeAt(container.descriptor(), name, "", nobody, RemovalMode::kOwnCopy);
+      return nobody.error() == 0;
+    } catch (...) {
+      return false;  // without memory the rest may stay, under a name of its own
+    }
+  }
+
   const PrivateDirectory& container;
 };
 

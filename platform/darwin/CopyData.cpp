@@ -31,7 +31,9 @@ int WriteAll(int to, const std::byte* data, std::size_t size, std::uint64_t posi
   return 0;
 }
 
-off_t Seek(int file, std::uint64_t position, int whence) { return ::lseek(file, static_cast<off_t>(position), whence); }
+off_t Seek(int file, std::uint64_t position, int whence) {
+  return Retry([&] { return ::lseek(file, static_cast<off_t>(position), whence); });
+}
 
 }  // namespace
 

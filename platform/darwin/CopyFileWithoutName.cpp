@@ -27,7 +27,7 @@ class Witness final : public MetadataWitness {
 
 /// The errors that only show when a file is closed, while the file can still be given up.
 int CloseDuplicate(int file) {
-  FileDescriptor duplicate(::fcntl(file, F_DUPFD_CLOEXEC, 0));
+  FileDescriptor duplicate(Retry([&] { return ::fcntl(file, F_DUPFD_CLOEXEC, 0); }));
   return duplicate ? duplicate.Close() : errno;
 }
 

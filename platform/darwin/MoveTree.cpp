@@ -73,7 +73,8 @@ bool HasEntry(int directory, const std::string& name) {
 int Respell(const Move& move) {
   const int directory = move.from.parent.get();
   TreeItem there;
-  if (move.standing == move.from.name || ReadItem(directory, move.standing.c_str(), there) != 0) return EEXIST;
+  if (move.standing != move.to.name || move.standing == move.from.name) return EEXIST;
+  if (ReadItem(directory, move.standing.c_str(), there) != 0) return EEXIST;
   if (!there.IsSameAs(move.item) || HasEntry(directory, move.to.name)) return EEXIST;
   std::string between;
   if (const int error = ChooseName(between)) return error;

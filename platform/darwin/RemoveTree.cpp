@@ -59,7 +59,7 @@ class Removal final : public TreeVisitor {
     if (error == ENOENT) return Next::kGoOn;
     // It was exchanged for something else since its type was read.
     if (error == ENOTDIR || error == ELOOP) return only ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
-    if (mode == RemovalMode::kOwnCopy && error == EACCES && GiveRights(in, name)) return Next::kGoInto;
+    if (mode == RemovalMode::kOwnCopy && GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
     if (!only && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
     return Fail(error);

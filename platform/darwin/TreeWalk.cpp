@@ -54,9 +54,8 @@ bool TreeWalk::Enter(const char* name) {
   if (error != 0) {
     const auto next = visitor.Shut(in, name, error);
     if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
-    directory = Open(in.descriptor(), name, kOpenDirectory);
-    error = directory ? ReadItem(directory.get(), item) : errno;
-    if (error != 0) return Lose(error);
+    if (!directory) directory = Open(in.descriptor(), name, kOpenDirectory);
+    if (!directory) return Lose(errno);
   }
 
   TreeLevel& entered = levels.emplace_back();

@@ -1,12 +1,17 @@
-// The manager's conversions between paths and URLs: an absolute path comes back from its URL, and a conversion that
-// fails touches nothing.
+// The manager's conversions between paths and URLs: an absolute path comes back from its URL, a conversion that fails
+// touches nothing, and the short ways give what the long one gives.
 #include <algorithm>
 #include <string>
 
 #include "fuzz/Fuzz.h"
 #include "platform/darwin/UTF8.h"
+#include "platform/foundation/NSCharacterSet.h"
+#include "platform/foundation/NSURL.h"
 #include "standalone/StandaloneFileManager.h"
 
+using foundation::NSCharacterSet;
+using foundation::NSString;
+using foundation::NSURL;
 using fuzz::Require;
 
 namespace {
@@ -43,6 +48,26 @@ void CheckAnyInput(CoreFileManager& manager, Conversion convert, const std::stri
   Require(darwin::IsUTF8(Text(result)));
 }
 
+/// From a URL to its path by every step: decoded, encoded, \p from replaced by \p to, parsed.
+std::string PathByEveryStep(const std::string& url, const NSCharacterSet& allowed, const char* from, const char* to) {
+  const auto text = NSString::stringWithUTF8String(url.c_str());
+  const auto decoded = text && text->containsString("%") ? text->stringByRemovingPercentEncoding() : text;
+  if (!decoded) return "before";
+  const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(allowed);
+  const auto parsed = NSURL::URLWithString(encoded->stringByReplacingOccurrencesOfString(from, to).get());
+  return parsed ? parsed->path()->UTF8String() : "(none)";
+}
+
+void CheckShortWays(CoreFileManager& manager, const std::string& url) {
+  constexpr auto kFileAllowed =
+      NSCharacterSet::characterSetWithCharactersInString(" %<>\\^`\"{|}[];?:@&=+$,#").invertedSet();
+  QuillFileString path = Path("before"), earlier = Path("before");
+  (void)manager.FileGetUrlPath(Path(url), path);
+  (void)manager.FileGetUrlPathPreVeranda(Path(url), earlier);
+  Require(Text(path) == PathByEveryStep(url, kFileAllowed, "%3A//", "://"));
+  Require(Text(earlier) == PathByEveryStep(url, NSCharacterSet::URLQueryAllowedCharacterSet(), "?", "%3F"));
+}
+
 }  // namespace
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -52,8 +77,13 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
                                    &CoreFileManager::FileGetUrlPathPreVeranda}) {
     CheckAnyInput(manager, convert, text);
   }
+  CheckShortWays(manager, text);
+  CheckShortWays(manager, "file:///" + text);
+  QuillFileString url;
   if (!HasControlCharacter(text)) {
     CheckRoundTrip(manager, &CoreFileManager::FileGetPathUrl, &CoreFileManager::FileGetUrlPath, "/" + text);
+  } else if (manager.FileGetPathUrl(Path("/" + text), url)) {
+    Require(!url.getUTF8());
   }
   // The earlier pair asks the file system, which has nothing below a device.
   CheckRoundTrip(manager, &CoreFileManager::FileGetPathUrlPreVeranda, &CoreFileManager::FileGetUrlPathPreVeranda,

@@ -8,14 +8,15 @@
 namespace darwin {
 namespace {
 
-/// Where the run of ASCII that begins at \p position ends, to within a word: what follows is judged byte by byte.
-std::size_t SkipASCIIWords(std::string_view bytes, std::size_t position) noexcept {
+/// Where the run of ASCII that begins at \p position ends.
+std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::uint64_t word;
   for (; bytes.size() - position >= sizeof word; position += sizeof word) {
     std::memcpy(&word, bytes.data() + position, sizeof word);
     if (word & kHighBits) break;
   }
+  while (position < bytes.size() && U8_IS_SINGLE(bytes[position])) ++position;
   return position;
 }
 
@@ -41,18 +42,13 @@ void AppendCharacter(std::string& text, int character) {
 }
 #pragma GCC diagnostic pop
 
-bool IsASCII(std::string_view bytes) noexcept {
-  std::size_t position = SkipASCIIWords(bytes, 0);
-  while (position < bytes.size() && U8_IS_SINGLE(bytes[position])) ++position;
-  return position == bytes.size();
-}
+bool IsASCII(std::string_view bytes) noexcept { return SkipASCII(bytes, 0) == bytes.size(); }
 
 bool IsUTF8(std::string_view bytes) noexcept {
-  std::size_t position = SkipASCIIWords(bytes, 0);
+  std::size_t position = SkipASCII(bytes, 0);
   while (position < bytes.size()) {
-    const int character = NextCharacter(bytes, position);
-    if (character < 0) return false;
-    if (character < 0x80) position = SkipASCIIWords(bytes, position);
+    if (NextCharacter(bytes, position) < 0) return false;
+    position = SkipASCII(bytes, position);
   }
   return true;
 }

@@ -56,6 +56,12 @@ class QUILL_EXPORT NSString final : public NSObject {
   /// Null when an escape is malformed, or the result is not UTF-8 or holds NUL.
   RetainPtr<NSString> stringByRemovingPercentEncoding() const;
 
+  /// The same two of text of which no string was made yet; null for null and for text that is not UTF-8. \p prefix
+  /// stands in front of the encoded text as it is.
+  static RetainPtr<NSString> stringByAddingPercentEncodingToUTF8String(const char* text, const NSCharacterSet& allowed,
+                                                                       std::string_view prefix);
+  static RetainPtr<NSString> stringByRemovingPercentEncodingFromUTF8String(const char* text);
+
  private:
   explicit NSString(std::size_t size) noexcept : length(size) {}
   ~NSString() override = default;
@@ -72,6 +78,10 @@ class QUILL_EXPORT NSString final : public NSObject {
 
   const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
   char* MutableBytes() noexcept { return reinterpret_cast<char*>(this + 1); }
+  void Shorten(std::size_t bytes) noexcept {
+    length = bytes;
+    MutableBytes()[bytes] = '\0';
+  }
 
   // Unsized: the allocation is larger than the object, as it holds the bytes too.
   static void operator delete(void* memory) noexcept;

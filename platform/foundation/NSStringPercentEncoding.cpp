@@ -1,4 +1,5 @@
-// Percent-encoding, RFC 3986, section 2.1. Each direction measures first, so that a result is one allocation.
+// Percent-encoding, RFC 3986, section 2.1. A result is one allocation: encoding measures first, and decoded text is
+// never longer than encoded text.
 #include <algorithm>
 
 #include "platform/darwin/UTF8.h"
@@ -32,17 +33,19 @@ char* Encode(std::string_view text, const NSCharacterSet& allowed, char* output)
 
 char* Append(std::string_view text, char* output) noexcept { return std::copy(text.begin(), text.end(), output); }
 
-/// False when an escape is malformed or stands for NUL. The output is shorter by two bytes for each escape.
-bool Decode(std::string_view encoded, char* output) noexcept {
-  for (;;) {
-    const std::size_t run = std::min(encoded.find('%'), encoded.size());
-    output = Append(encoded.substr(0, run), output);
-    if (run == encoded.size()) return true;
-    const int byte = EscapedByte(encoded, run);
-    if (byte <= 0) return false;
+/// The end of the output, which is at most as long as the input; null when an escape is malformed or stands for NUL.
+char* Decode(std::string_view encoded, char* output) noexcept {
+  for (std::size_t position = 0; position < encoded.size(); ++position) {
+    if (encoded[position] != '%') {
+      *output++ = encoded[position];
+      continue;
+    }
+    const int byte = EscapedByte(encoded, position);
+    if (byte <= 0) return nullptr;
     *output++ = static_cast<char>(byte);
-    encoded.remove_prefix(run + kEscapeLength);
+    position += kEscapeLength - 1;
   }
+  return output;
 }
 
 }  // namespace
@@ -56,18 +59,29 @@ RetainPtr<NSString> NSString::PercentEncoded(std::string_view head, std::string_
 }
 
 RetainPtr<NSString> NSString::PercentDecoded(std::string_view encoded) {
-  const auto escapes = static_cast<std::size_t>(std::count(encoded.begin(), encoded.end(), '%'));
-  if (escapes * kEscapeLength > encoded.size()) return nullptr;
-  auto result = WithLength(encoded.size() - escapes * (kEscapeLength - 1));
-  if (!Decode(encoded, result->MutableBytes()) || !darwin::IsUTF8(result->view())) return nullptr;
+  auto result = WithLength(encoded.size());
+  const char* const end = Decode(encoded, result->MutableBytes());
+  if (!end) return nullptr;
+  result->Shorten(static_cast<std::size_t>(end - result->Bytes()));
+  if (!darwin::IsUTF8(result->view())) return nullptr;
   return result;
 }
 
 RetainPtr<NSString> NSString::stringByAddingPercentEncodingWithAllowedCharacters(const NSCharacterSet& allowed) const {
-  if (!darwin::IsUTF8(view())) return nullptr;
-  return PercentEncoded({}, view(), allowed, {});
+  return stringByAddingPercentEncodingToUTF8String(UTF8String(), allowed, {});
 }
 
 RetainPtr<NSString> NSString::stringByRemovingPercentEncoding() const { return PercentDecoded(view()); }
+
+RetainPtr<NSString> NSString::stringByAddingPercentEncodingToUTF8String(const char* text, const NSCharacterSet& allowed,
+                                                                        std::string_view prefix) {
+  if (!text || !darwin::IsUTF8(text)) return nullptr;
+  return PercentEncoded(prefix, text, allowed, {});
+}
+
+RetainPtr<NSString> NSString::stringByRemovingPercentEncodingFromUTF8String(const char* text) {
+  if (!text || !darwin::IsUTF8(text)) return nullptr;
+  return PercentDecoded(text);
+}
 
 }  // namespace foundation

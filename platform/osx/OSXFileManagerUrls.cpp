@@ -5,6 +5,9 @@
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/PlatformString.h"
 
+#include <cstring>
+#include <string_view>
+
 using foundation::NSCharacterSet;
 using foundation::NSString;
 using foundation::NSURL;
@@ -12,24 +15,46 @@ using foundation::RetainPtr;
 
 namespace {
 
-constexpr const char* kFileScheme = "file://";
+constexpr std::string_view kFileScheme = "file://";
 
-// What would change the meaning of a URL, or may not stand in one.
-const NSCharacterSet& AllowedInFileUrls() {
-  static const auto allowed =
-      NSCharacterSet::characterSetWithCharactersInString(" %<>\\^`\"{|}[];?:@&=+$,#").invertedSet();
-  return allowed;
+// Everything but what would change the meaning of a URL, or may not stand in one.
+constexpr auto kAllowedInFileUrls =
+    NSCharacterSet::characterSetWithCharactersInString(" %<>\\^`\"{|}[];?:@&=+$,#").invertedSet();
+constexpr auto kAllowedInQueries = NSCharacterSet::URLQueryAllowedCharacterSet();
+
+RetainPtr<NSString> FileUrlText(const char* path) {
+  return NSString::stringByAddingPercentEncodingToUTF8String(path, kAllowedInFileUrls, kFileScheme);
 }
 
-const NSCharacterSet& AllowedInQueries() {
-  static const auto allowed = NSCharacterSet::URLQueryAllowedCharacterSet();
-  return allowed;
+// Null when the path has no text or its text is not UTF-8.
+RetainPtr<NSString> FileUrlText(const QuillFileString& path) {
+  const char* text = path.getUTF8();
+  if (!text || *text != '~') return FileUrlText(text);
+  const auto string = PlatformString(path);
+  return string ? FileUrlText(string->stringByExpandingTildeInPath()->UTF8String()) : nullptr;
 }
 
-// An input with a "%" is taken to be encoded; null when it is not well encoded.
-RetainPtr<NSString> Decoded(RetainPtr<NSString> url) {
-  if (!url || !url->containsString("%")) return url;
-  return url->stringByRemovingPercentEncoding();
+// An input with a "%" is taken to be encoded; null when it has no text or is not well encoded.
+RetainPtr<NSString> Decoded(const QuillFileString& url) {
+  const char* text = url.getUTF8();
+  if (!text || !std::strchr(text, '%')) return PlatformString(url);
+  return NSString::stringByRemovingPercentEncodingFromUTF8String(text);
+}
+
+// Without a way out and with nothing to convert, compilers turn this loop into vector instructions.
+bool HasControlCharacter(std::string_view text) {
+  int found = 0;
+  for (const unsigned char byte : text) found |= (byte < 0x20) | (byte == 0x7F);
+  return found != 0;
+}
+
+// The path in a decoded file URL without a host, if it stands there as it will be stored: encoding the whole and taking
+// it apart again, which is what it takes otherwise, would give the same. Null for any other URL.
+const char* PathInFileUrl(const NSString& decoded) {
+  const auto text = decoded.view();
+  if (!text.starts_with("file:///")) return nullptr;
+  const auto path = text.substr(kFileScheme.size());
+  return path == "/" || !path.ends_with('/') ? path.data() : nullptr;
 }
 
 // Text that is no URL leaves the path without text.
@@ -50,22 +75,22 @@ bool HasSuperfluousSlash(const NSString& url) {
 }  // namespace
 
 bool OSXFileManager::FileGetPathUrl(const QuillFileString& path, QuillFileString& url) {
-  const auto text = PlatformString(path);
-  if (!text) return false;
-  const auto encoded =
-      text->stringByExpandingTildeInPath()->stringByAddingPercentEncodingWithAllowedCharacters(AllowedInFileUrls());
-  if (!encoded) return false;
-  const auto whole = NSString::stringWithUTF8String(kFileScheme)->stringByAppendingString(encoded->view());
-  const auto parsed = NSURL::URLWithString(whole.get());
-  // A control character is left unencoded and makes no URL; the result then has no text.
-  url.setUTF8(parsed ? parsed->absoluteString()->UTF8String() : nullptr);
+  const auto whole = FileUrlText(path);
+  if (!whole) return false;
+  // A control character is left unencoded and makes no URL; the result then has no text. Anything else is a URL.
+  url.setUTF8(HasControlCharacter(whole->view()) ? nullptr : whole->UTF8String());
   return true;
 }
 
 bool OSXFileManager::FileGetUrlPath(const QuillFileString& url, QuillFileString& path) {
-  const auto decoded = Decoded(PlatformString(url));
+  const auto decoded = Decoded(url);
   if (!decoded) return false;
-  const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(AllowedInFileUrls());
+  const char* const plainPath = HasControlCharacter(decoded->view()) ? nullptr : PathInFileUrl(*decoded);
+  if (plainPath) {
+    path.setUTF8(plainPath);
+    return true;
+  }
+  const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInFileUrls);
   if (!encoded) return false;
   return StorePath(encoded->stringByReplacingOccurrencesOfString("%3A//", "://").get(), path);
 }
@@ -82,9 +107,13 @@ bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, Quill
 }
 
 bool OSXFileManager::FileGetUrlPathPreVeranda(const QuillFileString& url, QuillFileString& path) {
-  const auto decoded = Decoded(PlatformString(url));
+  const auto decoded = Decoded(url);
   if (!decoded) return false;
-  const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(AllowedInQueries());
+  if (const char* const plainPath = PathInFileUrl(*decoded)) {
+    path.setUTF8(plainPath);
+    return true;
+  }
+  const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInQueries);
   if (!encoded) return false;
   return StorePath(encoded->stringByReplacingOccurrencesOfString("?", "%3F").get(), path);
 }

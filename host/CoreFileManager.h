@@ -24,6 +24,7 @@
 #include "host/QuillFile.h"
 #include "host/QuillFileString.h"
 
+/// The table.
 class QUILL_EXPORT CoreFileManager {
  public:
   /// Whether files outside the program's own area may be written, on hosts that confine themselves.

@@ -6,6 +6,7 @@
 #include "host/Export.h"
 #include "host/QuillFileString.h"
 
+/// What a listing tells apart.
 enum EQuillFileType : int {
   /// A regular file, any other item that is not a directory, or a symbolic link whose target is missing.
   kQuillFileTypeFile = 0,
@@ -15,6 +16,7 @@ enum EQuillFileType : int {
 
 /// What one step of a listing delivers; the caller owns it.
 struct FindFileInfo {
+  /// What the entry is, or leads to.
   EQuillFileType type = kQuillFileTypeFile;
   /// The entry's name without its directory, in Normalization Form C; "/" for the root.
   QuillFileString path;

@@ -5,6 +5,7 @@
 // these; the layer neither produces nor tests them.
 #pragma once
 
+/// The codes; the gaps between their numbers mean nothing.
 enum QuillErr : int {
   /// No error; also what is recorded when the platform fails without giving a reason.
   kQuillErrNone = 0,

@@ -8,6 +8,7 @@
 
 class CoreFileManager;
 
+/// What all file objects are: readable, writable and appendable.
 class QUILL_EXPORT QuillFileBase : public IQuillFileReadWriteTemp, public IQuillFileAppendOnly {
  public:
   ~QuillFileBase() override;
@@ -28,5 +29,6 @@ class QUILL_EXPORT QuillFileBase : public IQuillFileReadWriteTemp, public IQuill
   /// \p owner is the manager that opened the file. It must outlive the object if the object is written to.
   explicit QuillFileBase(CoreFileManager& owner) noexcept : manager(&owner) {}
 
+  /// The owner; never null.
   CoreFileManager* manager;
 };

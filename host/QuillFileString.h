@@ -12,6 +12,7 @@
 
 #include "host/Export.h"
 
+/// A path: text, or none.
 class QUILL_EXPORT QuillFileString {
  public:
   /// An empty string without text: getUTF8 answers null until text is set.
@@ -19,6 +20,7 @@ class QUILL_EXPORT QuillFileString {
 
   /// An independent copy. A string without text gives one without text.
   QuillFileString(const QuillFileString& other);
+  /// Becomes such a copy.
   QuillFileString& operator=(const QuillFileString& other);
 
   ~QuillFileString();
@@ -37,6 +39,7 @@ class QUILL_EXPORT QuillFileString {
   /// between the two. An empty string becomes the leaf alone; an empty or null leaf changes nothing.
   /// The leaf may lie inside this very string.
   void appendLeaf(const char* leaf);
+  /// The same; a leaf without text changes nothing.
   void appendLeaf(const QuillFileString& leaf) { appendLeaf(leaf.getUTF8()); }
 
   /// Cuts the last component. A directory part is left: answers true, and \p parent, unless null, receives it too; the

@@ -5,11 +5,13 @@
 
 #include "host/QuillFileString.h"
 
+/// One failed operation.
 struct OperationFailure {
   /// The operation as it stands in the table, "FileOrDirCopy"; empty while nothing has failed.
   const char* operation = "";
   /// What it was called with; without text where it takes no path.
   QuillFileString path;
+  /// Its second path, where it takes two.
   QuillFileString secondPath;
   /// In a tree, the entry at which it failed, relative to the tree; empty for other operations.
   std::string entry;

@@ -12,6 +12,7 @@
 #include "platform/osx/OSXFileManager.h"
 #include "standalone/OperationFailure.h"
 
+/// A file manager that completes every operation of the table.
 class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
  public:
   StandaloneFileManager() noexcept = default;
@@ -63,6 +64,7 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
 
   /// The last operation of this manager that failed, whether or not it recorded a code. A success never changes it.
   const OperationFailure& LastFailure() const noexcept { return lastFailure; }
+  /// LastFailure then tells of none, until the next one.
   void ForgetFailure() noexcept { lastFailure = {}; }
 
  private:

@@ -45,6 +45,7 @@ class QUILL_EXPORT TreeObserver {
 /// Makes \p observer this thread's while it lives; the one before returns afterwards.
 class QUILL_EXPORT TreeObserverScope {
  public:
+  /// Null for nobody.
   explicit TreeObserverScope(TreeObserver* observer) noexcept;
   TreeObserverScope(const TreeObserverScope&) = delete;
   TreeObserverScope& operator=(const TreeObserverScope&) = delete;

@@ -10,6 +10,7 @@ namespace foundation {
 /// The code is the errno of the call that failed, in std::generic_category.
 class QUILL_EXPORT NSException : public std::system_error {
  public:
+  /// \p operation is the name of what failed.
   NSException(int posixError, const char* operation);
   ~NSException() override;
 };

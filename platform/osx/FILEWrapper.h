@@ -17,13 +17,16 @@ namespace foundation {
 class NSFileHandle;
 }
 
+/// The layer's file object, which every open operation gives.
 class QUILL_EXPORT FILEWrapper : public QuillFileBase {
  public:
   /// \p path is the name under which the non-null \p handle was opened. An exception leaves nothing behind.
   FILEWrapper(CoreFileManager& manager, const QuillFileString& path, foundation::NSFileHandle* handle, bool autoDelete);
   ~FILEWrapper() override;
 
+  /// File objects live in the host's memory.
   static void* operator new(std::size_t size);
+  /// Gives it back.
   static void operator delete(void* memory) noexcept;
 
   bool Tell(long long& position) override;

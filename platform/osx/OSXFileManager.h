@@ -32,6 +32,7 @@ class NSFileManager;
 class NSString;
 }  // namespace foundation
 
+/// The layer's file manager, from which a host derives its own.
 class QUILL_EXPORT OSXFileManager : public CoreFileManager {
  public:
   OSXFileManager();
@@ -39,6 +40,7 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
 
   /// Managers live in the host's memory.
   static void* operator new(std::size_t size);
+  /// Gives it back.
   static void operator delete(void* memory) noexcept;
 
   IQuillFileReadWriteTemp* FileOpenTemp() override;

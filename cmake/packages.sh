@@ -2,7 +2,7 @@
 
 kToolPackages=(cmake g++ libcli11-dev libicu-dev ninja-build)
 kCheckPackages=("${kToolPackages[@]}" file git libbenchmark-dev libgtest-dev pkgconf python3 strace unicode-data)
-kCiPackages=("${kCheckPackages[@]}" abigail-tools clang clang-format clang-tidy lintian man-db)
+kCiPackages=("${kCheckPackages[@]}" abigail-tools clang clang-format clang-tidy doxygen lintian man-db)
 
 # require_packages <package>...: installs what is missing, as root; names it otherwise.
 require_packages() {

@@ -56,6 +56,7 @@ build_with_pkg_config() {
 try_installed() {
   build_with_cmake "find_package $1" -DCMAKE_PREFIX_PATH="$scratch/moved" -DQUILL_KIND="$1"
   build_with_pkg_config "$1"
+  "$top/examples/check.sh" "$scratch/moved"
 }
 
 export CXX=g++

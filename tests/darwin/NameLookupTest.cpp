@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <random>
 
 #include "platform/darwin/EquivalentForms.h"
 #include "platform/darwin/FileDescriptor.h"
@@ -123,18 +122,6 @@ TEST_F(NameLookup, ResolvesPathsComponentByComponent) {
   EXPECT_EQ("/", PathForCreation("/"));
 }
 
-TEST_F(NameLookup, ResolvesRelativePaths) {
-  std::filesystem::create_directories(In("e\u0301"));
-  const std::string many = Repeated("\u00E9", 8);
-  WriteFile(In("e\u0301/" + many + "e\u0301"), "");
-  const std::filesystem::path before = std::filesystem::current_path();
-  std::filesystem::current_path(Root());
-  EXPECT_EQ("e\u0301/" + many + "e\u0301", EquivalentPath(("\u00E9/" + many + "\u00E9").c_str()));
-  std::filesystem::current_path(In("e\u0301"));
-  EXPECT_EQ(many + "e\u0301", EquivalentPath((many + "\u00E9").c_str()));
-  std::filesystem::current_path(before);
-}
-
 TEST_F(NameLookup, ProbesWithoutReadingTheDirectory) {
   WriteFile(In("\u00EA\u0323"), "");
   WriteFile(In(Repeated("e\u0301", 20)), "");
@@ -155,38 +142,6 @@ TEST_F(NameLookup, RunsACallOnTheItemThatIsMeant) {
   EXPECT_EQ(ENOENT, errno);
   EXPECT_EQ(-1, OnItem(nullptr, remove));
   EXPECT_EQ(EFAULT, errno);
-}
-
-TEST_F(NameLookup, FindsRandomSpellings) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const std::vector<std::vector<std::string>> kUnits = {
-      {"\u00E9", "e\u0301"},
-      {"\u1EC7", "\u1EB9\u0302", "\u00EA\u0323", "e\u0323\u0302", "e\u0302\u0323"},
-      {"\u00C5", "\u212B", "A\u030A"},
-      {"\uD55C", "\uD558\u11AB", "\u1112\u1161\u11AB"},
-      {"K", "\u212A"},
-      {"\u0958", "\u0915\u093C"},
-      {"\u0BCA", "\u0BC6\u0BBE"},
-      {"q"},
-      {"\U0001F600"},
-  };
-  for (int round = 0; round < 400 && !HasFailure(); ++round) {
-    std::string onDisk, asked;
-    for (auto length = 1 + random() % 10; length > 0; --length) {
-      const auto& spellings = kUnits[random() % kUnits.size()];
-      onDisk += spellings[random() % spellings.size()];
-      asked += spellings[random() % spellings.size()];
-    }
-    WriteFile(In(onDisk), "");
-    WriteFile(In(onDisk + "q"), "");
-    if (asked == onDisk) continue;
-    if (std::filesystem::exists(In(asked))) continue;
-    const auto found = EquivalentIn(asked);
-    ASSERT_TRUE(found) << asked << " for " << onDisk;
-    EXPECT_EQ(FormC(asked), FormC(*found));
-  }
 }
 
 }  // namespace

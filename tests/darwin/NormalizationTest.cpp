@@ -7,7 +7,6 @@
 #include <ctime>
 #include <fstream>
 #include <memory>
-#include <random>
 #include <set>
 #include <sstream>
 #include <vector>
@@ -108,26 +107,6 @@ TEST(Normalization, KeepsBytesThatAreNotUTF8) {
       {std::string("a\0\xE2\x84\xAB", 5), std::string("a\0\xC3\x85", 4), std::string("a\0\x41\xCC\x8A", 5)},
   };
   for (const Row& row : rows) ExpectForms(row.text, row.composed, row.decomposed);
-}
-
-TEST(Normalization, IsStableForAnyBytes) {
-  const unsigned seed = std::random_device{}();
-  SCOPED_TRACE("seed " + std::to_string(seed));
-  std::mt19937 random(seed);
-  const char* const kParts[] = {"a",        "e",      "\u0301", "\u0323", "\u0344",    "\u1E69",     "\uAC00",
-                                "\u1161",   "\u11A7", "\u0958", "\u0BC6", "\u0BBE",    "\U0001D15E", "\xFF",
-                                "\xE2\x84", "\xCC",   "\x81",   "\u212B", "\U0001F600"};
-  LongText all;
-  for (int round = 0; round < 5000; ++round) {
-    std::string text;
-    for (auto length = random() % 12; length > 0; --length) text += kParts[random() % std::size(kParts)];
-    const std::string composed = FormC(text);
-    const std::string decomposed = FormD(text);
-    ExpectForms(composed, composed, decomposed);
-    ExpectForms(decomposed, composed, decomposed);
-    all.Add(text, composed, decomposed);
-  }
-  ExpectForms(all);
 }
 
 std::string Repeated(std::string_view text, std::size_t count) {

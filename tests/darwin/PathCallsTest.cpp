@@ -15,12 +15,6 @@ using PathCallsTest = quill_test::DirectoryTest;
 constexpr const char* kDecomposed = "e\xCC\x81";
 constexpr const char* kComposed = "\xC3\xA9";
 
-TEST_F(PathCallsTest, UnlinkOfADirectoryIsNotPermitted) {
-  errno = 0;
-  EXPECT_EQ(-1, darwin::unlink(Root().c_str()));
-  EXPECT_EQ(EPERM, errno);
-}
-
 TEST_F(PathCallsTest, NullPathsAreRefused) {
   char buffer[8];
   EXPECT_EQ(-1, darwin::unlink(nullptr));
@@ -33,16 +27,6 @@ TEST_F(PathCallsTest, NullPathsAreRefused) {
   EXPECT_FALSE(darwin::IsSymbolicLink(nullptr));
   EXPECT_EQ(nullptr, darwin::freopen(nullptr, "w", stderr));
   EXPECT_EQ(EFAULT, errno);
-}
-
-TEST_F(PathCallsTest, ItemsAreFoundInAnotherForm) {
-  ASSERT_EQ(0, ::mkdir(In(kDecomposed).c_str(), 0777));
-  const std::string directory = In(kComposed);
-  ASSERT_EQ(0, darwin::symlink("target", (directory + "/link").c_str()));
-  EXPECT_TRUE(darwin::IsSymbolicLink((directory + "/link").c_str()));
-  EXPECT_EQ(0, darwin::unlink((directory + "/link").c_str()));
-  EXPECT_EQ(0, darwin::rmdir(directory.c_str()));
-  EXPECT_NE(0, ::access(In(kDecomposed).c_str(), F_OK));
 }
 
 TEST_F(PathCallsTest, TemporaryItemsAreMadeInADirectoryOfAnotherForm) {

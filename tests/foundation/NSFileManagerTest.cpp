@@ -2,14 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <map>
 
-#include "platform/foundation/NSDirectoryEnumerator.h"
 #include "tests/support/Fixture.h"
 #include "tests/support/Mount.h"
 
@@ -125,70 +122,6 @@ TEST_F(NSFileManagerTest, SetsWhatItMayWhenTheRestIsRefused) {
     EXPECT_EQ((NSSettableAttributes{::getegid(), ::geteuid(), 0640}), now);
   });
   EXPECT_TRUE(manager.setAttributesOfItemAtPath({}, Text(In("d/f")).get()));
-}
-
-TEST_F(NSFileManagerTest, CreatesOneLevelAndTellsWhyNot) {
-  RetainPtr<NSError> error;
-  EXPECT_TRUE(manager.createDirectoryAtPath(Text(In("d")).get(), &error));
-  EXPECT_FALSE(error);
-  const std::pair<RetainPtr<NSString>, int> rows[] = {
-      {Text(In("d")), EEXIST}, {Text(In("missing/d")), ENOENT}, {nullptr, ENOENT}};
-  for (const auto& [path, reason] : rows) {
-    EXPECT_FALSE(manager.createDirectoryAtPath(path.get(), nullptr));
-    EXPECT_FALSE(manager.createDirectoryAtPath(path.get(), &error));
-    EXPECT_EQ(reason, error->code());
-    EXPECT_EQ(NSPOSIXErrorDomain(), error->domain());
-  }
-}
-
-TEST_F(NSFileManagerTest, EnumeratesEveryNameWithItsKind) {
-  const std::map<std::string, bool> expected = {{"file", false},     {"directory", true}, {"link", true},
-                                                {"dangling", false}, {".hidden", false},  {"\xFF\xFE", true}};
-  EXPECT_FALSE(manager.directoryHasContentsAtPath(Text(Root()).get()));
-  WriteFile(In("file"), "");
-  WriteFile(In(".hidden"), "");
-  ASSERT_EQ(0, ::mkdir(In("directory").c_str(), 0777));
-  ASSERT_EQ(0, ::mkdir(In("\xFF\xFE").c_str(), 0777));
-  ASSERT_EQ(0, ::symlink("directory", In("link").c_str()));
-  ASSERT_EQ(0, ::symlink("missing", In("dangling").c_str()));
-
-  const auto enumerator = manager.enumeratorAtPath(Text(Root()).get());
-  ASSERT_TRUE(enumerator);
-  std::map<std::string, bool> found;
-  while (const auto name = enumerator->nextObject()) {
-    found.emplace(name->view(), enumerator->lastIsDirectory());
-    if (name->view() != "directory") continue;
-    ASSERT_EQ(0, ::rmdir(In("directory").c_str()));
-    EXPECT_FALSE(enumerator->lastIsDirectory()) << "it has vanished";
-    ASSERT_EQ(0, ::mkdir(In("directory").c_str(), 0777));
-  }
-  EXPECT_EQ(expected, found);
-  EXPECT_FALSE(enumerator->nextObject());
-  EXPECT_FALSE(enumerator->lastIsDirectory());
-  EXPECT_TRUE(manager.directoryHasContentsAtPath(Text(Root()).get()));
-  EXPECT_FALSE(manager.enumeratorAtPath(Text(In("file")).get()));
-}
-
-TEST_F(NSFileManagerTest, ReadsLinksOfAnyLength) {
-  for (const std::size_t length : {1u, 255u, 256u, 257u, 4095u}) {
-    const std::string target(length, 'x');
-    ASSERT_EQ(0, ::symlink(target.c_str(), In("link").c_str()));
-    const auto found = manager.destinationOfSymbolicLinkAtPath(Text(In("link")).get());
-    ASSERT_TRUE(found) << length;
-    EXPECT_EQ(target, found->view());
-    ASSERT_EQ(0, ::unlink(In("link").c_str()));
-  }
-  EXPECT_FALSE(manager.destinationOfSymbolicLinkAtPath(Text(Root()).get()));
-}
-
-TEST_F(NSFileManagerTest, ADeletedCurrentDirectoryIsNone) {
-  const auto before = std::filesystem::current_path();
-  EXPECT_EQ(before.string(), manager.currentDirectoryPath()->view());
-  ASSERT_EQ(0, ::mkdir(In("d").c_str(), 0777));
-  std::filesystem::current_path(In("d"));
-  ASSERT_EQ(0, ::rmdir(In("d").c_str()));
-  EXPECT_FALSE(manager.currentDirectoryPath());
-  std::filesystem::current_path(before);
 }
 
 }  // namespace

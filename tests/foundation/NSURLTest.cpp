@@ -1,6 +1,5 @@
 #include "platform/foundation/NSURL.h"
 
-#include <chrono>
 #include <filesystem>
 
 #include "tests/support/Fixture.h"
@@ -103,19 +102,6 @@ TEST(URLWithString, TakesReferencesApartByTheGrammar) {
     EXPECT_EQ(text, url->absoluteString()->view());
   }
   EXPECT_FALSE(NSURL::URLWithString(nullptr));
-}
-
-TEST(URLWithString, TakesTimeThatGrowsWithTheLength) {
-  constexpr std::size_t kSize = 256 * 1024;
-  const auto start = std::chrono::steady_clock::now();
-  for (const std::string_view unit : {"a", "/", "%41", ":", "@", "//", "[", "s://", "?", "~"}) {
-    std::string text = "s://";
-    while (text.size() < kSize) text += unit;
-    for (const std::size_t skipped : {0, 2, 3, 4}) {
-      (void)PathOf(NSURL::URLWithString(Platform(std::string_view(text).substr(skipped)).get()));
-    }
-  }
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(10));
 }
 
 TEST_F(FileURLTest, EncodesWhatMayNotStandInAPath) {

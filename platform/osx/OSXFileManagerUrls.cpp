@@ -44,7 +44,10 @@ RetainPtr<NSString> Decoded(const QuillFileString& url) {
 // Without a way out and with nothing to convert, compilers turn this loop into vector instructions.
 bool HasControlCharacter(std::string_view text) {
   int found = 0;
-  for (const unsigned char byte : text) found |= (byte < 0x20) | (byte == 0x7F);
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    found |= (byte < 0x20) | (byte == 0x7F);
+  }
   return found != 0;
 }
 

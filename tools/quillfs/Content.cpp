@@ -17,10 +17,7 @@ namespace {
 constexpr std::size_t kChunkSize = 128 * 1024;
 
 /// Opening fails without a code for what cannot be read in order, as a directory.
-void FailToOpen(Session& session, const QuillFileString& path) {
-  const bool hasReason = session.manager.GetLastError() != kQuillErrNone;
-  hasReason ? session.Fail(path) : session.Fail(TextOf(path), kQuillErrNotAFile);
-}
+void FailToOpen(Session& session, const QuillFileString& path) { session.FailOr(TextOf(path), kQuillErrNotAFile); }
 
 /// Runs what may raise the platform's exception; reports that as a failure of \p path.
 template <typename Call>

@@ -3,14 +3,14 @@
 
 namespace {
 
-/// An operation that turns each path into another text.
+/// An operation that turns each path into another text. Without a code it fails for text of the wrong form.
 template <bool (*convert)(StandaloneFileManager&, const Arguments&, const QuillFileString&, QuillFileString&)>
 void Convert(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
     QuillFileString result;
     convert(session.manager, arguments, path, result) ? (void)session.output.PrintNameLine(TextOf(result))
-                                                      : session.Fail(path);
+                                                      : session.FailOr(TextOf(path), kQuillErrIllegalPath);
   }
 }
 

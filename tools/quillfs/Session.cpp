@@ -40,18 +40,24 @@ void Session::Fail(std::string_view operation, const QuillFileString& from, cons
   Report(subject, Reason());
 }
 
+void Session::FailOr(std::string_view subject, int code) {
+  const bool hasReason = manager.GetLastError() != kQuillErrNone;
+  hasReason ? Fail(subject) : Fail(subject, code);
+}
+
 void Session::Fail(std::string_view subject, int code) { Report(Quoted(subject), CodeText(code)); }
 
-// The code says what a program should know; what the system said is added where it tells more.
+// The code says what a program should know; what the system said is added where the code is the vague one.
 std::string Session::Reason() {
   const OperationFailure& failure = manager.LastFailure();
-  const int translated = OSXFileSystemUtils::_PosixErrToQuillErr(failure.posixError);
   int code = manager.GetLastError();
-  if (code == kQuillErrNone && failure.posixError != 0) code = translated;
+  if (code == kQuillErrNone && failure.posixError != 0) {
+    code = OSXFileSystemUtils::_PosixErrToQuillErr(failure.posixError);
+  }
   std::string reason = code == kQuillErrNone ? "failed without a reason" : CodeText(code);
-
-  const bool tellsMore = failure.posixError != 0 && (code != translated || code == kQuillErrIO);
-  if (tellsMore) reason += ", " + std::generic_category().message(failure.posixError);
+  if (code == kQuillErrIO && failure.posixError != 0) {
+    reason += ", " + std::generic_category().message(failure.posixError);
+  }
   if (!failure.entry.empty() && failure.entry != TextOf(failure.path)) reason += ", at " + Printable(failure.entry);
   return reason;
 }

@@ -29,7 +29,9 @@ class Session {
   void Fail(const QuillFileString& path) { Fail(TextOf(path)); }
   /// The same for an operation on two paths, which is named too.
   void Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to);
-  /// The same with a code of the caller's.
+  /// The same with a code of the caller's, for an operation whose failure can only mean that and records nothing.
+  void FailOr(std::string_view subject, int code);
+  /// The same with a code of the caller's in any case.
   void Fail(std::string_view subject, int code);
 
   /// Prints what is left and gives the status with which the program ends.

@@ -27,6 +27,15 @@ void Remove(Session& session, const Arguments& arguments) {
   }
 }
 
+void EnsureDirectories(Session& session, const Arguments& arguments) {
+  for (const QuillFileString& path : arguments.Paths()) {
+    session.Begin();
+    if (session.manager.DirEnsure(path)) continue;
+    // Without a code, something that is no directory stands there or above.
+    session.FailOr(TextOf(path), session.manager.FileExists(path) ? kQuillErrAlreadyExists : kQuillErrNotADirectory);
+  }
+}
+
 void Rename(Session& session, const Arguments& arguments) {
   const QuillFileString path = arguments.Path(0), newName = arguments.Path(1);
   const bool renamed =
@@ -125,7 +134,7 @@ CommandGroup TreeCommands() {
            "make sure that directories exist, with every level above them",
            "quillfs mkdir a/b/c",
            {},
-           OnEach<&CoreFileManager::DirEnsure>},
+           EnsureDirectories},
           {"trash", "PATH...", "move items to the trash and print where they lie", "quillfs trash old.txt", {}, Trash},
           {"mktemp",
            "",

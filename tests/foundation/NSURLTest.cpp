@@ -37,65 +37,66 @@ class CurrentDirectory {
   std::filesystem::path before;
 };
 
+constexpr struct {
+  std::string_view text;
+  std::string_view path;
+} kReferences[] = {
+    {"", ""},
+    {"/", "/"},
+    {"a/b:c", "a/b:c"},
+    {"?q", ""},
+    {"#f", ""},
+    {"file:///tmp/a%20b", "/tmp/a b"},
+    {"file://localhost/tmp/a", "/tmp/a"},
+    {"file://docs/a.txt", "/a.txt"},
+    {"file://docs", ""},
+    {"file://%7Euser/x", "/x"},
+    {"file://a%3Ab%40c/x", "/x"},
+    {"file%3A/tmp/x", "file:/tmp/x"},
+    {"file:/tmp/x", "/tmp/x"},
+    {"mailto:a@b", "a@b"},
+    {"h+t-t.p9://u:p@h:80/p/q?/?#/?", "/p/q"},
+    {"s://h:/p", "/p"},
+    {"s://[::1]:8/p", "/p"},
+    {"s://[1:2:3:4:5:6:1.2.3.4]/p", "/p"},
+    {"s://u@[v1F.a:b]/p", "/p"},
+    {"////", "/"},
+    {"/a//", "/a"},
+    {"/a/;p=1/?", "/a/;p=1"},
+    {"/a%2F", "/a/"},
+    {"/a%00b", kNoPath},
+    {"/a%FF", kNoPath},
+    // No references:
+    {":a", kNoURL},
+    {"1a:b", kNoURL},
+    {"%41:b", kNoURL},
+    {"a@b:c", kNoURL},
+    {"/a b", kNoURL},
+    {"/a\x01", kNoURL},
+    {"/caf\xC3\xA9", kNoURL},
+    {"/%", kNoURL},
+    {"/%4", kNoURL},
+    {"/%4g", kNoURL},
+    {"s://h/?%", kNoURL},
+    {"#a#b", kNoURL},
+    {"?[", kNoURL},
+    {"s://u@v@h/", kNoURL},
+    {"s://h:8a/", kNoURL},
+    {"s://h:8:9/", kNoURL},
+    {"s://[::1/", kNoURL},
+    {"s://[::1]a/", kNoURL},
+    {"s://[1::2::3]/", kNoURL},
+    {"s://[0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0]/", kNoURL},
+    {"s://[v.a]/", kNoURL},
+    {"s://[v1.]/", kNoURL},
+};
+
 struct FileURLTest : quill_test::DirectoryTest {};
 
 }  // namespace
 
 TEST(URLWithString, TakesReferencesApartByTheGrammar) {
-  const struct {
-    std::string_view text;
-    std::string_view path;
-  } rows[] = {
-      {"", ""},
-      {"/", "/"},
-      {"a/b:c", "a/b:c"},
-      {"?q", ""},
-      {"#f", ""},
-      {"file:///tmp/a%20b", "/tmp/a b"},
-      {"file://localhost/tmp/a", "/tmp/a"},
-      {"file://docs/a.txt", "/a.txt"},
-      {"file://docs", ""},
-      {"file://%7Euser/x", "/x"},
-      {"file://a%3Ab%40c/x", "/x"},
-      {"file%3A/tmp/x", "file:/tmp/x"},
-      {"file:/tmp/x", "/tmp/x"},
-      {"mailto:a@b", "a@b"},
-      {"h+t-t.p9://u:p@h:80/p/q?/?#/?", "/p/q"},
-      {"s://h:/p", "/p"},
-      {"s://[::1]:8/p", "/p"},
-      {"s://[1:2:3:4:5:6:1.2.3.4]/p", "/p"},
-      {"s://u@[v1F.a:b]/p", "/p"},
-      {"////", "/"},
-      {"/a//", "/a"},
-      {"/a/;p=1/?", "/a/;p=1"},
-      {"/a%2F", "/a/"},
-      {"/a%00b", kNoPath},
-      {"/a%FF", kNoPath},
-      // No references:
-      {":a", kNoURL},
-      {"1a:b", kNoURL},
-      {"%41:b", kNoURL},
-      {"a@b:c", kNoURL},
-      {"/a b", kNoURL},
-      {"/a\x01", kNoURL},
-      {"/caf\xC3\xA9", kNoURL},
-      {"/%", kNoURL},
-      {"/%4", kNoURL},
-      {"/%4g", kNoURL},
-      {"s://h/?%", kNoURL},
-      {"#a#b", kNoURL},
-      {"?[", kNoURL},
-      {"s://u@v@h/", kNoURL},
-      {"s://h:8a/", kNoURL},
-      {"s://h:8:9/", kNoURL},
-      {"s://[::1/", kNoURL},
-      {"s://[::1]a/", kNoURL},
-      {"s://[1::2::3]/", kNoURL},
-      {"s://[0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0:0]/", kNoURL},
-      {"s://[v.a]/", kNoURL},
-      {"s://[v1.]/", kNoURL},
-  };
-  for (const auto& [text, path] : rows) {
+  for (const auto& [text, path] : kReferences) {
     const auto url = NSURL::URLWithString(Platform(text).get());
     EXPECT_EQ(path, PathOf(url)) << text;
     if (!url) continue;

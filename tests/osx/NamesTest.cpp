@@ -127,11 +127,12 @@ TEST_F(NamesTest, StandardDirectoriesComeComposed) {
   ASSERT_EQ(0, ::chdir("/"));
 }
 
+using Conversion = bool (CoreFileManager::*)(const QuillFileString&, QuillFileString&);
+constexpr Conversion kUrl = &CoreFileManager::FileGetPathUrl, kPath = &CoreFileManager::FileGetUrlPath,
+                     kEarlierUrl = &CoreFileManager::FileGetPathUrlPreVeranda,
+                     kEarlierPath = &CoreFileManager::FileGetUrlPathPreVeranda;
+
 TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
-  using Conversion = bool (CoreFileManager::*)(const QuillFileString&, QuillFileString&);
-  constexpr Conversion kUrl = &CoreFileManager::FileGetPathUrl, kPath = &CoreFileManager::FileGetUrlPath,
-                       kEarlierUrl = &CoreFileManager::FileGetPathUrlPreVeranda,
-                       kEarlierPath = &CoreFileManager::FileGetUrlPathPreVeranda;
   ASSERT_EQ(0, ::mkdir(In("dir").c_str(), 0755));
   ASSERT_EQ(0, ::chdir(Root().c_str()));
   ASSERT_EQ(0, ::setenv("HOME", "/home/me", 1));
@@ -180,13 +181,17 @@ TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
     EXPECT_EQ(wanted != refused, succeeded) << given;
     EXPECT_EQ(succeeded ? wanted : "untouched", Text(result)) << given;
   }
+  EXPECT_EQ("nothing", manager.Reason());
+  ASSERT_EQ(0, ::chdir("/"));
+}
+
+TEST_F(NamesTest, NoTextConvertsIntoNothing) {
   for (const Conversion conversion : {kUrl, kPath, kEarlierUrl, kEarlierPath}) {
     QuillFileString result = Path("untouched");
     EXPECT_FALSE((manager.*conversion)(QuillFileString(), result));
     EXPECT_EQ("untouched", Text(result));
   }
   EXPECT_EQ("nothing", manager.Reason());
-  ASSERT_EQ(0, ::chdir("/"));
 }
 
 }  // namespace

@@ -20,7 +20,7 @@ require_packages() {
   fi
   echo "Installing ${missing[*]}" >&2
   apt-get update -qq >&2
-  DEBIAN_FRONTEND=noninteractive apt-get install -qq -y --no-install-recommends "${missing[@]}" >&2
+  DEBIAN_FRONTEND=noninteractive apt-get install -qq -y --no-install-recommends "${missing[@]}" > /dev/null
 }
 
 # The compiler cache, where there is one, speeds up what was built before.

@@ -53,7 +53,7 @@ class HostileTrees(Stage):
         self.expect(0, copied)
         self.assertEqual((DEPTH, ["leaf"]), depth_of(self.at("copy")))
         self.expect(0, run(self.quillfs, "mv", self.at("copy"), self.at("moved"), limits=TIGHT))
-        removed = run(self.quillfs, "rm", self.at("moved"), limits=TIGHT)
+        removed = run(self.quillfs, "rm", "-r", self.at("moved"), limits=TIGHT)
         self.expect(0, removed)
         self.assertFalse(os.path.exists(self.at("moved")))
         print(f"{DEPTH} levels: copy {copied.peak_kib} KiB at the peak, remove {removed.peak_kib} KiB")
@@ -67,7 +67,7 @@ class HostileTrees(Stage):
             copied = run(self.quillfs, "cp", wide, self.at("copy"))
             self.expect(0, copied)
             self.assertEqual(count, len(os.listdir(self.at("copy"))))
-            removed = run(self.quillfs, "rm", self.at("copy"))
+            removed = run(self.quillfs, "rm", "-r", self.at("copy"))
             self.expect(0, removed)
             peaks[count] = (copied.peak_kib, removed.peak_kib)
             print(f"{count} entries: copy {copied.peak_kib} KiB at the peak, remove {removed.peak_kib} KiB")
@@ -84,9 +84,9 @@ class HostileTrees(Stage):
             write(os.path.join(tree, name, name), name)
         self.expect(0, run(self.quillfs, "cp", tree, self.at("copy")))
         self.assertEqual(describe(tree), describe(self.at("copy")))
-        self.expect(0, run(self.quillfs, "rm", os.path.join(tree, composed)))
+        self.expect(0, run(self.quillfs, "rm", "-r", os.path.join(tree, composed)))
         self.assertEqual(sorted(set(names) - {composed}), sorted(os.listdir(tree)), "the twin went as well")
-        self.expect(0, run(self.quillfs, "rm", self.at("copy")))
+        self.expect(0, run(self.quillfs, "rm", "-r", self.at("copy")))
 
     def test_kinds(self):
         tree = self.make_directory("kinds")
@@ -97,7 +97,9 @@ class HostileTrees(Stage):
         self.expect(0, run(self.quillfs, "cp", tree, self.at("links")))
         self.assertEqual(describe(tree), describe(self.at("links")))
         plain = describe(tree)
-        makers = {"fifo": lambda path: os.mkfifo(path), "socket": lambda path: socket.socket(socket.AF_UNIX).bind(path)}
+        listener = socket.socket(socket.AF_UNIX)
+        self.addCleanup(listener.close)
+        makers = {"fifo": os.mkfifo, "socket": listener.bind}
         if os.geteuid() == 0:
             makers["device"] = lambda path: os.mknod(path, 0o600 | 0o020000, os.makedev(1, 5))  # endless if it is read
         else:
@@ -129,7 +131,7 @@ class HostileTrees(Stage):
         self.assertEqual(describe(home + "/tree/readonly"), describe(home + "/copy"))
         self.expect(1, run(self.quillfs, "cp", home + "/tree", home + "/whole", ordinary=True))
         self.expect_only(["tree", "copy"], home)
-        removed = run(self.quillfs, "rm", home + "/tree", ordinary=True)
+        removed = run(self.quillfs, "rm", "-r", home + "/tree", ordinary=True)
         if removed.status == 0:  # an owner may open what is shut
             return self.assertFalse(os.path.exists(home + "/tree"))
         self.expect(1, removed)

@@ -64,7 +64,7 @@ class Limits(Stage):
         self.expect(0, run(self.quillfs, "cp", self.tree, disk + "/there"))
         mount("-o", "remount,ro", disk)
         before = describe(disk)
-        for words in (("cp", self.tree, disk + "/new"), ("cp", "--clobber", self.tree, disk + "/there"), ("rm", disk + "/there"),
+        for words in (("cp", self.tree, disk + "/new"), ("cp", "--clobber", self.tree, disk + "/there"), ("rm", "-r", disk + "/there"),
                       ("mv", self.tree, disk + "/new"), ("mkdir", disk + "/a/b"), ("mv", disk + "/there", disk + "/here"),
                       ("mv", disk + "/there", self.at("moved"))):
             with self.subTest(words=words):
@@ -79,7 +79,7 @@ class Limits(Stage):
         write(self.tree + "/inner/mounted/precious")
         self.expect(1, run(self.quillfs, "mv", self.tree + "/inner/mounted", self.at("elsewhere")))
         self.assertTrue(os.path.exists(self.tree + "/inner/mounted/precious"))
-        self.expect(1, run(self.quillfs, "rm", self.tree))
+        self.expect(1, run(self.quillfs, "rm", "-r", self.tree))
         self.assertEqual([b".", b"inner", b"inner/mounted", b"inner/mounted/precious"], sorted(describe(self.tree)))
 
     def test_into_itself_by_bind_mount(self):

@@ -10,12 +10,14 @@
 
 #include "platform/darwin/FileDescriptor.h"
 #include "platform/darwin/NameLookup.h"
+#include "platform/darwin/Retry.h"
 
 namespace darwin {
 namespace {
 
 FileDescriptor OpenPlace(const char* path, int flags) {
-  return FileDescriptor(OnItem(path, [=](const char* found) { return ::open(found, O_PATH | O_CLOEXEC | flags); }));
+  return FileDescriptor(OnItem(
+      path, [=](const char* found) { return Retry([=] { return ::open(found, O_PATH | O_CLOEXEC | flags); }); }));
 }
 
 bool GetStatus(const FileDescriptor& place, struct statx& status) {
@@ -49,7 +51,7 @@ bool WayUpMeets(FileDescriptor place, const struct statx& container) {
   if (!GetStatus(place, here)) return true;
   for (;;) {
     if (SameItem(here, container)) return true;
-    FileDescriptor above(::openat(place.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor above(Retry([&] { return ::openat(place.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC); }));
     struct statx next {};
     if (!GetStatus(above, next)) return true;
     if (SameItem(here, next) && here.stx_mnt_id == next.stx_mnt_id) return false;  // the root is its own parent

@@ -125,7 +125,9 @@ int Rename(const Move& move, TreeReport& report) {
   if (error == 0) (void)report.Finished(1);  // there is nothing left to stop
   if (error != EINVAL && error != ENOSYS) return error;
   if (move.item.IsDirectory() && Holds(move.item, toDirectory)) return EINVAL;
-  return PlaceItem(fromDirectory, move.from.name.c_str(), toDirectory, move.to.name.c_str(), move.item.IsDirectory());
+  const char* from = move.from.name.c_str();
+  const int placed = PlaceItem(fromDirectory, from, toDirectory, move.to.name.c_str(), move.item.IsDirectory());
+  return placed == EXDEV ? MoveAcross(move, report) : placed;  // a union of file systems tells only now
 }
 
 int Run(const char* fromText, const char* toText, TreeReport& report) {

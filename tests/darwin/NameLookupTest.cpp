@@ -6,7 +6,6 @@
 
 #include <filesystem>
 
-#include "platform/darwin/EquivalentForms.h"
 #include "platform/darwin/FileDescriptor.h"
 #include "platform/darwin/Normalization.h"
 #include "tests/support/Fixture.h"
@@ -45,9 +44,7 @@ TEST_F(NameLookup, FindsEachFormByEachOther) {
       {"Kilo;`", "\u212Ailo;`", "Kilo\u037E`", "\u212Ailo\u037E\u1FEF"},
       {"\uD55C", "\uD558\u11AB", "\u1112\u1161\u11AB"},
       {"\u8C48", "\uF900"},
-      {"a\xFF\u00E9",
-       "a\xFF"
-       "e\u0301"},
+      {"\xFF\u00E9", "\xFF\u0065\u0301"},
       {Repeated("\u00E9", 50), Repeated("e\u0301", 50), Repeated("\u00E9", 49) + "e\u0301"},
       {Repeated("\u0958", 85)},  // 510 bytes in Form C: too long for any name
       {Repeated("\u00E9", 127), Repeated("\u00E9", 126) + "e\u0301"},
@@ -55,10 +52,9 @@ TEST_F(NameLookup, FindsEachFormByEachOther) {
   for (const auto& group : kGroups) {
     for (const std::string& onDisk : group) {
       WriteFile(In(onDisk), "");
-      for (const std::string& asked : group) {
-        if (asked != onDisk) ExpectFound(asked, onDisk);
-      }
-      for (const std::string& asked : {FormC(onDisk), FormD(onDisk)}) {
+      std::vector<std::string> names = group;
+      names.insert(names.end(), {FormC(onDisk), FormD(onDisk)});
+      for (const std::string& asked : names) {
         if (asked != onDisk) ExpectFound(asked, onDisk);
       }
       std::filesystem::remove(In(onDisk));
@@ -140,8 +136,6 @@ TEST_F(NameLookup, RunsACallOnTheItemThatIsMeant) {
   EXPECT_EQ(0, OnItem(In("\u00E9").c_str(), remove));
   EXPECT_EQ(-1, OnItem(In("\u00E9").c_str(), remove));
   EXPECT_EQ(ENOENT, errno);
-  EXPECT_EQ(-1, OnItem(nullptr, remove));
-  EXPECT_EQ(EFAULT, errno);
 }
 
 }  // namespace

@@ -16,14 +16,12 @@ namespace {
 
 /// The lines of the Unicode character database's own test file; empty where it is not installed (Debian: unicode-data).
 std::istringstream ConformanceData() {
-  const char* const kCommands[] = {"cat /usr/share/unicode/NormalizationTest.txt 2>/dev/null",
-                                   "bzip2 -dc /usr/share/unicode/NormalizationTest.txt.bz2 2>/dev/null"};
+  const std::string file = "/usr/share/unicode/NormalizationTest.txt";
+  const std::string command = "cat " + file + " 2>/dev/null || bzip2 -dc " + file + ".bz2 2>/dev/null";
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
   std::string text;
-  for (const char* command : kCommands) {
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command, "r"), ::pclose);
-    char buffer[4096];
-    for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) text.append(buffer, got);
-  }
+  char buffer[4096];
+  for (std::size_t got; (got = std::fread(buffer, 1, sizeof buffer, pipe.get())) > 0;) text.append(buffer, got);
   return std::istringstream(text);
 }
 

@@ -101,27 +101,6 @@ TEST_F(CopyTree, LeavesNothingWhenItFailsOrIsStopped) {
   EXPECT_GT(all, 10U);
 }
 
-TEST_F(CopyTree, SurvivesTheFileSizeLimitAndAFullDisk) {
-  MakeMixedTree(In("tree"));
-  std::fflush(nullptr);
-  const pid_t child = ::fork();
-  if (child == 0) {
-    const rlimit limit{500000, 500000};
-    ::_exit(::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? Copy("tree", "copy") : 255);
-  }
-  int status = 0;
-  ASSERT_EQ(child, ::waitpid(child, &status, 0));
-  EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EFBIG) << status;
-  EXPECT_EQ(1, CountItems());
-
-  fs::create_directory(In("small"));
-  const Mount mount("tmpfs", In("small"), "size=512k");
-  if (!mount) GTEST_SKIP() << "without the full disk, " << mount.WhyNot();
-  EXPECT_EQ(ENOSPC, Copy("tree", "small/copy"));
-  EXPECT_EQ(ENOSPC, Copy("tree/d/large", "small/copy"));
-  EXPECT_TRUE(fs::is_empty(In("small")));
-}
-
 TEST_F(CopyTree, ReadsToTheEndWhateverSizeIsClaimed) {
   ASSERT_EQ(0, darwin::CopyTree("/proc/cpuinfo", In("copy").c_str()));
   EXPECT_GT(fs::file_size(In("copy")), 0U);
@@ -180,54 +159,6 @@ TEST_F(CopyTree, InheritsNoAccess) {
   }
   ASSERT_EQ(0, Copy("open", "open2"));
   EXPECT_EQ(Describe(In("open")), Describe(In("open2")));
-}
-
-TEST_F(CopyTree, IsNotLimitedByDepth) {
-  fs::create_directory(In("fast"));
-  const Mount memory("tmpfs", In("fast"), "");  // only saves time
-  MakeDeepTree(In("fast/deep"), 20000);
-  WithNarrowLimits([this] { return Copy("fast/deep", "fast/copy"); });
-  EXPECT_EQ(0, darwin::RemoveTree(In("fast/deep").c_str()));
-  WithNarrowLimits([this] { return darwin::RemoveTree(In("fast/copy").c_str()); });
-  EXPECT_TRUE(fs::is_empty(In("fast")));
-}
-
-// Two mounts of one tree: no path shows that the copy would go into itself.
-TEST_F(CopyTree, SeesItselfThroughABindMount) {
-  fs::create_directories(In("tree/inside"));
-  for (const char* part : {"tree", "tree/inside"}) {
-    fs::create_directory(In("bound"));
-    if (::mount(In(part).c_str(), In("bound").c_str(), nullptr, MS_BIND, nullptr) != 0) {
-      GTEST_SKIP() << "mounting is not allowed here: " << std::strerror(errno);
-    }
-    EXPECT_EQ(EINVAL, Copy("tree", "bound/new")) << part;
-    EXPECT_EQ(0, ::umount2(In("bound").c_str(), MNT_DETACH));
-    fs::remove(In("bound"));
-    EXPECT_EQ(1, std::distance(fs::recursive_directory_iterator(In("tree")), fs::recursive_directory_iterator()))
-        << part;
-  }
-}
-
-TEST_F(CopyTree, IsNotLedAwayByAnExchange) {
-  MakeDeepTree(In("bait"), 2);
-  WriteFile(In("bait/secret"), "secret");
-  for (const std::uint64_t moment : {1, 2, 15, 16, 17, 29, 31, 45}) {
-    MakeDeepTree(In("tree"), 30);
-    const std::string victim = In("tree/" + std::string(20, 'd'));
-    RecordingObserver observer;
-    observer.meddle = [&](const darwin::TreeProgress& done) {
-      if (done.items != moment) return true;
-      fs::rename(victim, In("away"));
-      fs::create_directory_symlink(In("bait"), victim);
-      return true;
-    };
-    const darwin::TreeObserverScope scope(&observer);
-    const int error = Copy("tree", "copy");
-    EXPECT_EQ(error == 0, fs::exists(In("copy"))) << moment;
-    EXPECT_FALSE(fs::exists(In("copy/" + std::string(20, 'd') + "/secret"))) << moment;
-    for (const char* name : {"tree", "away", "copy"}) fs::remove_all(In(name));
-    EXPECT_EQ(1, CountItems()) << moment;
-  }
 }
 
 }  // namespace

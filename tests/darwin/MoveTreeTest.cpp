@@ -162,26 +162,6 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
   }
 }
 
-TEST_F(MoveTreeAcross, RemovesOnlyTheItemThatItCopied) {
-  for (const char* part : {"", "/file"}) {
-    MakeMixedTree(In("tree"));
-    fs::create_directory(In("bait"));
-    RecordingObserver observer;
-    observer.meddle = [&](const darwin::TreeProgress&) {
-      if (fs::exists(In("away"))) return true;
-      fs::rename(In("tree") + part, In("away"));
-      fs::create_directory_symlink(In("bait"), In("tree") + part);
-      return true;
-    };
-    const auto before = Describe(In("tree") + part);
-    const darwin::TreeObserverScope scope(&observer);
-    EXPECT_EQ(EBUSY, Move(std::string("tree") + part, "other/moved")) << part;
-    EXPECT_EQ(before.size(), Describe(In("away")).size()) << part;
-    EXPECT_TRUE(fs::is_symlink(In("tree") + part)) << part;
-    for (const char* name : {"tree", "away", "bait", "other/moved"}) fs::remove_all(In(name));
-  }
-}
-
 TEST_F(MoveTreeAcross, LeavesTheSourceWhenItIsStopped) {
   MakeMixedTree(In("tree"));
   const auto before = Describe(In("tree"));

@@ -91,43 +91,6 @@ TEST_F(RemoveTree, GoesOnPastWhatResists) {
   });
 }
 
-TEST_F(RemoveTree, LeavesAMountAlone) {
-  fs::create_directories(In("tree/mounted"));
-  WriteFile(In("tree/file"), "");
-  const Mount mount("tmpfs", In("tree/mounted"), "");
-  if (!mount) GTEST_SKIP() << mount.WhyNot();
-  WriteFile(In("tree/mounted/kept"), "kept");
-  for (const char* path : {"tree", "tree/mounted", "tree/mounted/"}) {
-    EXPECT_EQ(EBUSY, Remove(path)) << path;
-    EXPECT_EQ("kept", Contents(In("tree/mounted/kept"))) << path;
-  }
-  EXPECT_FALSE(fs::exists(In("tree/file")));
-}
-
-// A directory that is exchanged for a link while it is being emptied must not lead to what the link points to.
-TEST_F(RemoveTree, IsNotLedAwayByAnExchange) {
-  MakeDeepTree(In("bait"), 3);
-  const auto before = Describe(In("bait"));
-  for (const std::uint64_t moment : {1, 2, 14, 15, 16, 30, 31, 45, 57}) {
-    MakeDeepTree(In("tree"), 30);
-    const std::string victim = In("tree/" + std::string(20, 'd'));
-    RecordingObserver observer;
-    observer.meddle = [&](const darwin::TreeProgress& done) {
-      if (done.items != moment) return true;
-      std::error_code gone;
-      fs::rename(victim, In("away"), gone);
-      if (!gone) fs::create_directory_symlink(In("bait"), victim);
-      return true;
-    };
-    const darwin::TreeObserverScope scope(&observer);
-    const int error = Remove("tree");
-    EXPECT_EQ(error == 0, !fs::exists(fs::symlink_status(In("tree")))) << moment;
-    EXPECT_EQ(before, Describe(In("bait"))) << moment;
-    fs::remove_all(In("tree"));
-    fs::remove_all(In("away"));
-  }
-}
-
 TEST_F(RemoveTree, StopsWhenTold) {
   MakeDeepTree(In("tree"), 5);
   RecordingObserver observer;

@@ -206,16 +206,6 @@ TEST_F(HostTest, AsksDirectoriesAndVolumes) {
   EXPECT_EQ("3008 recorded", manager.Reason());
 }
 
-TEST_F(HostTest, EnsuresTheDirectoryThatIsToHoldAnItem) {
-  EXPECT_TRUE(manager.DirEnsureEnclosingDir(Path(In("a/b/c"))));
-  EXPECT_TRUE(std::filesystem::is_directory(In("a/b")));
-  EXPECT_FALSE(std::filesystem::exists(In("a/b/c")));
-  EXPECT_TRUE(manager.DirEnsureEnclosingDir(Path("bare")));
-  EXPECT_TRUE(manager.DirEnsureEnclosingDir(Path("/item")));
-  WriteFile(In("f"), "");
-  EXPECT_FALSE(manager.DirEnsureEnclosingDir(Path(In("f/g/h"))));
-}
-
 TEST_F(HostTest, RefusesPathsWithoutText) {
   const QuillFileString none;
   bool answer = false;

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr int kChangesOfEach = 100;
+constexpr int kChangesOfEach = 25;
 
 void Run(const std::string& bytes) {
   (void)LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());

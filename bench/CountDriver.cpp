@@ -132,7 +132,7 @@ class Driver {
 
   void FileObject() {
     ReadOnly open;
-    Count("open for reading", 1, {5, 3}, [&] {
+    Count("open for reading", 1, {3, 3}, [&] {
       (void)open.release();  // the warm-up's stays open until the end
       open.reset(manager.FileOpenReadOnly(path));
       Require(static_cast<bool>(open), "FileOpenReadOnly");

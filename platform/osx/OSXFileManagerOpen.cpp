@@ -18,6 +18,7 @@ using foundation::RetainPtr;
 namespace {
 
 constexpr unsigned int kAppendFlags = kQuillOpenWrite | kQuillOpenCreate | kQuillOpenAppend;
+constexpr unsigned int kChangingFlags = kQuillOpenCreate | kQuillOpenTruncate;
 constexpr unsigned int kTempFlags = kQuillOpenTemp | kQuillOpenCreate | kQuillOpenWrite | kQuillOpenRead;
 
 // A file that cannot be emptied is opened all the same.
@@ -71,7 +72,15 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
   if (!ValidateFileOpenFlags(flags)) return nullptr;
   if ((flags & kQuillOpenTemp) && !FileGetTempPath(path)) return nullptr;
 
+  const auto fileObject = [&](NSFileHandle& handle) {
+    if (flags & kQuillOpenAppend) (void)handle.seekToEndOfFile();
+    return new FILEWrapper(*this, path, &handle, /*removeAtEnd=*/false);
+  };
   auto text = PlatformString(path);
+  if (!(flags & kChangingFlags)) {
+    // What opens exists and need not be asked about; what does not open takes every step.
+    if (const auto handle = OpenHandle(text.get(), flags)) return fileObject(*handle);
+  }
   bool exists = fileManager->fileExistsAtPath(text.get());
   if (!exists && (flags & kQuillOpenRead) && !(flags & kQuillOpenWrite)) {
     QuillFileString posixPath;
@@ -91,8 +100,7 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
     RecordWhyNoHandle(text.get(), flags);
     return nullptr;
   }
-  if (flags & kQuillOpenAppend) (void)handle->seekToEndOfFile();
-  return new FILEWrapper(*this, path, handle.get(), /*removeAtEnd=*/false);
+  return fileObject(*handle);
 }
 
 // What could be opened exists, so whether it does is asked only now. Many reasons have no code.

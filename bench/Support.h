@@ -40,9 +40,10 @@ void Register(const std::string& name, Operation operation) {
 double ProcessorTime();
 
 /// As Register, with `prepare` run unmeasured before each piece of `work`. The counter "cpu" tells the seconds of the
-/// processor, which others on the machine disturb least.
+/// processor, which others on the machine disturb least. More
+/// settings may be made through the result.
 template <typename Prepare, typename Work>
-void RegisterPrepared(const std::string& name, Prepare prepare, Work work) {
+benchmark::internal::Benchmark* RegisterPrepared(const std::string& name, Prepare prepare, Work work) {
   const auto run = [prepare, work](benchmark::State& state) {
     double processor = 0;
     for (auto iteration : state) {
@@ -56,7 +57,7 @@ void RegisterPrepared(const std::string& name, Prepare prepare, Work work) {
     }
     state.counters["cpu"] = benchmark::Counter(processor, benchmark::Counter::kAvgIterations);
   };
-  benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime()->Unit(benchmark::kMicrosecond);
+  return benchmark::RegisterBenchmark(name.c_str(), run)->UseManualTime()->Unit(benchmark::kMicrosecond);
 }
 
 /// The path whose conversions are measured.

@@ -93,13 +93,13 @@ void RegisterCopy(const std::string& name, Source source, const Copy& copy) {
     (void)source();
     fs::remove_all(target);
   };
-  RegisterPrepared(name, prepare, [=] { copy(source(), target); });
+  RegisterPrepared(name, prepare, [=] { copy(source(), target); })->Iterations(1);
 }
 
 void RegisterRemoval(const std::string& name, const std::function<void(const fs::path&)>& remove) {
   const fs::path target = Scratch("removed");
   const auto prepare = [=] { CopyTreeByBareCalls(SmallFiles().c_str(), target.c_str()); };
-  RegisterPrepared(name, prepare, [=] { remove(target); });
+  RegisterPrepared(name, prepare, [=] { remove(target); })->Iterations(1);
 }
 
 void CopyByLayer(const fs::path& from, const fs::path& to) {

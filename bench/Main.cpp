@@ -24,6 +24,8 @@ class ScratchDirectory {
  public:
   ScratchDirectory() : place(std::filesystem::temp_directory_path() / "quill-bench.XXXXXX") {
     Require(::mkdtemp(place.data()), "mkdtemp");
+    // What is made below has the usual permissions, and so has nothing to inherit that it has not already.
+    std::filesystem::permissions(place, std::filesystem::perms(0755));
   }
   ScratchDirectory(const ScratchDirectory&) = delete;
   ScratchDirectory& operator=(const ScratchDirectory&) = delete;

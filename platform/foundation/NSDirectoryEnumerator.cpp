@@ -23,17 +23,21 @@ RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const N
 
 RetainPtr<NSString> NSDirectoryEnumerator::nextObject() {
   const auto* const entry = reader->Next();
-  if (!entry) return last = nullptr;
-  lastMayBeDirectory = entry->type == DT_DIR || entry->type == DT_LNK || entry->type == DT_UNKNOWN;
-  return last = NSString::stringWithFileSystemBytes(entry->name);
+  lastName = entry ? entry->name : nullptr;
+  if (!entry) return nullptr;
+  lastType = entry->type;
+  return NSString::stringWithFileSystemBytes(entry->name);
 }
 
 bool NSDirectoryEnumerator::lastIsDirectory() {
-  if (!last || !lastMayBeDirectory) return false;
+  if (!lastName) return false;
+  if (lastType == DT_DIR && isSearchable) return true;
+  if (lastType != DT_DIR && lastType != DT_LNK && lastType != DT_UNKNOWN) return false;
+
   darwin::ItemStatus status;
-  const char* const name = last->fileSystemRepresentation();
-  return darwin::GetItemStatusAt(reader->descriptor(), name, darwin::FinalLink::kTarget, status) == 0 &&
-         status.IsDirectory();
+  if (darwin::GetItemStatusAt(reader->descriptor(), lastName, darwin::FinalLink::kTarget, status) != 0) return false;
+  isSearchable = true;
+  return status.IsDirectory();
 }
 
 }  // namespace foundation

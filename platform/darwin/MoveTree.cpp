@@ -120,14 +120,16 @@ int MoveAcross(const Move& move, TreeReport& report) {
 int Rename(const Move& move, TreeReport& report) {
   const int fromDirectory = move.from.parent.get();
   const int toDirectory = move.to.parent.get();
-  const int error = RenameToFreeName(fromDirectory, move.from.name.c_str(), toDirectory, move.to.name.c_str());
-  if (error == EXDEV) return MoveAcross(move, report);
-  if (error == 0) (void)report.Finished(1);  // there is nothing left to stop
-  if (error != EINVAL && error != ENOSYS) return error;
-  if (move.item.IsDirectory() && Holds(move.item, toDirectory)) return EINVAL;
   const char* from = move.from.name.c_str();
-  const int placed = PlaceItem(fromDirectory, from, toDirectory, move.to.name.c_str(), move.item.IsDirectory());
-  return placed == EXDEV ? MoveAcross(move, report) : placed;  // a union of file systems tells only now
+  const char* to = move.to.name.c_str();
+  int error = RenameToFreeName(fromDirectory, from, toDirectory, to);
+  if (error == EINVAL || error == ENOSYS) {
+    if (move.item.IsDirectory() && Holds(move.item, toDirectory)) return EINVAL;
+    error = PlaceItem(fromDirectory, from, toDirectory, to, move.item.IsDirectory());
+  }
+  if (error == EXDEV) return MoveAcross(move, report);  // a union of file systems may tell only in the second attempt
+  if (error == 0) (void)report.Finished(1);             // there is nothing left to stop
+  return error;
 }
 
 int Run(const char* fromText, const char* toText, TreeReport& report) {

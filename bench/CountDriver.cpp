@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -199,7 +200,10 @@ class Driver {
       for (unsigned long level = 1; level < kLevels; ++level) deep /= "level";
       Require(manager.DirEnsure(PathString(deep)), "DirEnsure");
     });
-    Count("create a temporary file", 1, {4, kStated}, [&] {
+    // Created, closed and given its permissions, which takes four calls more before Linux 6.6.
+    constexpr long kFchmodat2 = 452;
+    const bool isOldKernel = ::syscall(kFchmodat2, AT_FDCWD, "", 0, 0) == -1 && errno == ENOSYS;
+    Count("create a temporary file", 1, {isOldKernel ? 7ul : 3ul, kStated}, [&] {
       QuillFileString made;
       Require(manager.FileCreateTemp(made), "FileCreateTemp");
     });

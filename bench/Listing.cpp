@@ -33,9 +33,9 @@ fs::path MakeLargeDirectory() {
   return directory;
 }
 
-/// What listing_entry tells is enough but for links and file systems that tell nothing.
+/// What was a directory when it was read need not be there any more, and a link's target is not in the listing.
 bool IsDirectory(DIR* directory, const dirent& entry) {
-  if (entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+  if (entry.d_type != DT_DIR && entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
   struct stat status;
   return ::fstatat(::dirfd(directory), entry.d_name, &status, 0) == 0 && S_ISDIR(status.st_mode);
 }

@@ -31,13 +31,11 @@ RetainPtr<NSString> NSDirectoryEnumerator::nextObject() {
 
 bool NSDirectoryEnumerator::lastIsDirectory() {
   if (!lastName) return false;
-  if (lastType == DT_DIR && isSearchable) return true;
   if (lastType != DT_DIR && lastType != DT_LNK && lastType != DT_UNKNOWN) return false;
 
   darwin::ItemStatus status;
-  if (darwin::GetItemStatusAt(reader->descriptor(), lastName, darwin::FinalLink::kTarget, status) != 0) return false;
-  isSearchable = true;
-  return status.IsDirectory();
+  return darwin::GetItemStatusAt(reader->descriptor(), lastName, darwin::FinalLink::kTarget, status) == 0 &&
+         status.IsDirectory();
 }
 
 }  // namespace foundation

@@ -20,7 +20,7 @@ class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
   RetainPtr<NSString> nextObject();
 
   /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the listing has
-  /// told; of directories the first is asked about all the same, as only those that can be reached count.
+  /// told that it cannot be one.
   bool lastIsDirectory();
 
  private:
@@ -31,8 +31,6 @@ class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
   // The reader's, until it moves on.
   const char* lastName = nullptr;
   unsigned char lastType = 0;
-  // An entry has been reached through the directory, so that the others can be too.
-  bool isSearchable = false;
 };
 
 }  // namespace foundation

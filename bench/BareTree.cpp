@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -74,6 +75,7 @@ void CopySmallFile(int fromDirectory, int toDirectory, const char* name) {
   const auto status = StatusOf(from.get());
   auto to = OpenAt(toDirectory, name, O_WRONLY | O_CREAT | O_EXCL, status.st_mode & kPermissions);
   CopyBytes(from.get(), to.get(), 0, status.st_size, static_cast<std::size_t>(status.st_size));
+  Require(::flistxattr(from.get(), nullptr, 0) == 0, "a file without extended attributes");
   SetTimes(to.get(), status);
   Require(to.Close() == 0, "close");
 }

@@ -42,11 +42,16 @@ RetainPtr<NSString> NSString::Shared() const noexcept {
 }
 
 RetainPtr<NSString> NSString::stringWithUTF8String(const char* text) {
-  if (!text || !darwin::IsUTF8(text)) return nullptr;
-  return stringWithFileSystemBytes(text);
+  if (!text) return nullptr;
+  const std::string_view bytes = text;
+  return darwin::IsUTF8(bytes) ? stringWithFileSystemBytes(bytes) : nullptr;
 }
 
-RetainPtr<NSString> NSString::stringWithFileSystemBytes(std::string_view bytes) { return Joined(bytes, {}, {}); }
+RetainPtr<NSString> NSString::stringWithFileSystemBytes(std::string_view bytes) {
+  auto string = WithLength(bytes.size());
+  std::copy(bytes.begin(), bytes.end(), string->MutableBytes());
+  return string;
+}
 
 bool NSString::isEqualToString(const NSString* other) const noexcept { return other && view() == other->view(); }
 

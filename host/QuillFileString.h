@@ -16,7 +16,7 @@
 class QUILL_EXPORT QuillFileString {
  public:
   /// An empty string without text: getUTF8 answers null until text is set.
-  QuillFileString() noexcept {}  // written out so that a constant one may be declared
+  QuillFileString() noexcept;
 
   /// An independent copy. A string without text gives one without text.
   QuillFileString(const QuillFileString& other);
@@ -64,3 +64,6 @@ class QUILL_EXPORT QuillFileString {
   EOriginalFormat originalFormat = kNoOriginal;
   char inlineText[kInlineCapacity];
 };
+
+// Outside the class, so that a constant string may be declared without an initialiser.
+inline QuillFileString::QuillFileString() noexcept = default;

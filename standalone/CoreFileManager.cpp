@@ -95,6 +95,7 @@ bool CoreFileManager::GetDownloadedStatus(const QuillFileString& path) {
 
 bool CoreFileManager::IsProtectedModeIE() { return false; }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the table has it
 IQuillFileAppendOnly* CoreFileManager::GetBrokerHandleWrapper(unsigned int /*handle*/, QuillFileString /*path*/) {
   return nullptr;
 }

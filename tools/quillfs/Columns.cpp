@@ -36,7 +36,8 @@ std::string InColumns(const std::vector<ShownName>& names, int terminalWidth) {
     for (std::size_t index = row; index < names.size(); index += rows) {
       result += names[index].text;
       const bool isLast = index + rows >= names.size();
-      if (!isLast) result.append(static_cast<std::size_t>(widths[index / rows] - names[index].width + kGap), ' ');
+      const int gap = widths[index / rows] - names[index].width + kGap;
+      if (!isLast) result.append(static_cast<std::size_t>(gap), ' ');
     }
     result += '\n';
   }

@@ -76,10 +76,9 @@ std::string ZshCompletion(const std::vector<CommandGroup>& groups) {
     commands += "  " + Quoted(command.name + (':' + Escaped(command.summary, ":"))) + '\n';
     cases += std::string("  ") + command.name + ") _arguments ";
     for (const OptionRow& option : command.options) {
-      const std::string value = option.kind == OptionKind::kFlag ? "" : ":value:";
-      for (const std::string& name : NamesOf(option)) {
-        cases += Quoted(name + '[' + Escaped(option.help, ":[]") + ']' + value) + ' ';
-      }
+      const std::string description =
+          '[' + Escaped(option.help, ":[]") + (option.kind == OptionKind::kFlag ? "]" : "]:value:");
+      for (const std::string& name : NamesOf(option)) cases += Quoted(name + description) + ' ';
     }
     cases += "'*:path:_files' ;;\n";
   });

@@ -70,7 +70,7 @@ class Lister {
   }
 
   std::string ColoredName(const Entry& entry) const {
-    const std::string shown = session.output.Shown(entry.name);
+    std::string shown = session.output.Shown(entry.name);
     if (!session.output.HasColor()) return shown;
     if (session.manager.FileIsSymLink(PathOfEntry(entry))) return "\033[36m" + shown + "\033[0m";
     return entry.isDirectory ? "\033[1;34m" + shown + "\033[0m" : shown;

@@ -117,6 +117,7 @@ bool IsKnown(std::string_view word, const std::vector<Declared>& commands) {
 
 int ReportUnknown(std::string_view word, const std::vector<Declared>& commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const Declared& command : commands) names.emplace_back(command.row->name);
   const std::string* nearest = NearestWord(word, names);
   std::cerr << "quillfs: " << Printable(word) << ": not a command"

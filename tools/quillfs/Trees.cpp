@@ -43,26 +43,23 @@ void Rename(Session& session, const Arguments& arguments) {
   if (!renamed) session.Fail("rename", path, newName);
 }
 
-void Copy(Session& session, const Arguments& arguments) {
+using TransferOperation = bool (CoreFileManager::*)(const QuillFileString&, const QuillFileString&, bool);
+
+void Transfer(Session& session, const Arguments& arguments, TransferOperation operation, const char* verb,
+              const char* done) {
   const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
-  const bool copied = Watched(
-      session, "copied",
-      [&](StandaloneFileManager& manager) {
-        return manager.FileOrDirCopy(source, destination, arguments.Has("--clobber"));
-      },
-      arguments.Has("--verbose"));
-  if (!copied) session.Fail("copy", source, destination);
+  const auto transfer = [&](StandaloneFileManager& manager) {
+    return (manager.*operation)(source, destination, arguments.Has("--clobber"));
+  };
+  if (!Watched(session, done, transfer, arguments.Has("--verbose"))) session.Fail(verb, source, destination);
+}
+
+void Copy(Session& session, const Arguments& arguments) {
+  Transfer(session, arguments, &CoreFileManager::FileOrDirCopy, "copy", "copied");
 }
 
 void Move(Session& session, const Arguments& arguments) {
-  const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
-  const bool moved = Watched(
-      session, "moved",
-      [&](StandaloneFileManager& manager) {
-        return manager.FileOrDirMove(source, destination, arguments.Has("--clobber"));
-      },
-      arguments.Has("--verbose"));
-  if (!moved) session.Fail("move", source, destination);
+  Transfer(session, arguments, &CoreFileManager::FileOrDirMove, "move", "moved");
 }
 
 void Trash(Session& session, const Arguments& arguments) {

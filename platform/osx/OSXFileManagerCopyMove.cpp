@@ -1,6 +1,7 @@
 // Copying and moving files and trees.
 
 #include "platform/darwin/Containment.h"
+#include "platform/darwin/PathCalls.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
@@ -8,6 +9,17 @@
 
 using foundation::NSError;
 using foundation::RetainPtr;
+
+namespace {
+
+// Clearing a destination that holds the source, or is a part of it, would destroy the source or that part. A link is
+// copied and moved as itself, so that nothing is a part of it.
+bool ClearingHarmsSource(const char* source, const char* destination) {
+  if (darwin::ItemContains(destination, source)) return true;
+  return !darwin::IsSymbolicLink(source) && darwin::ItemContains(source, destination);
+}
+
+}  // namespace
 
 bool OSXFileManager::_HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber) {
   if (clobber) {
@@ -24,8 +36,7 @@ bool OSXFileManager::_HandleClobber(OSXFileManager& manager, const QuillFileStri
 bool OSXFileManager::PrepareDestination(const QuillFileString& source, const QuillFileString& destination,
                                         bool clobber) {
   if (!FileExists(source)) return FailUnobserved(kQuillErrNotFound);
-  // Clearing a destination that holds the source would destroy the source.
-  if (clobber && darwin::ItemContains(destination.getUTF8(), source.getUTF8())) {
+  if (clobber && ClearingHarmsSource(source.getUTF8(), destination.getUTF8())) {
     return FailUnobserved(kQuillErrCannotClearDestination);
   }
   // Replaces whatever a deletion recorded.

@@ -148,7 +148,7 @@ TEST_F(ChangesTest, CopyAndMoveFollowTheSameSteps) {
   }
 }
 
-TEST_F(ChangesTest, ADestinationThatIsOrHoldsTheSourceIsRefused) {
+TEST_F(ChangesTest, ADestinationThatIsHoldsOrIsHeldByTheSourceIsRefused) {
   MakeDirectory("full/sub");
   WriteFile(In("full/sub/source"), "precious");
   ASSERT_EQ(0, ::link(In("full/sub/source").c_str(), In("hard link").c_str()));
@@ -166,6 +166,8 @@ TEST_F(ChangesTest, ADestinationThatIsOrHoldsTheSourceIsRefused) {
       {"full/sub/\xc3\xa9", "full/sub/e\xcc\x81"},
       {"full/sub", "full/sub/.."},
       {"full", "."},
+      {"full", "full/sub"},
+      {"full/.", "link/sub/source"},
   };
   for (const auto& [source, destination] : rows) {
     for (const bool clobber : {true, false}) {
@@ -178,6 +180,7 @@ TEST_F(ChangesTest, ADestinationThatIsOrHoldsTheSourceIsRefused) {
   EXPECT_EQ("false, 3000 recorded", Outcome(manager.FileOrDirCopy(Path(In("full")), Path(In("link/sub/new")), false)));
   EXPECT_EQ("false, 3000 recorded", Outcome(manager.FileOrDirMove(Path(In("full")), Path(In("full/sub/new")), false)));
   EXPECT_EQ("precious", Contents(In("full/sub/source")));
+  EXPECT_TRUE(manager.FileOrDirCopy(Path(In("link")), Path(In("full/sub/source")), true)) << "a link holds nothing";
 }
 
 TEST_F(ChangesTest, ClearingGoesThroughTheTableAndSaysSoWhenItFails) {

@@ -68,8 +68,6 @@ bool Run(const Scene& scene, Fault& fault, Outcome& outcome) {
   fault.description = subject.Describe();
   fault.losesWrites = subject.EndsWriting() && fault.error != EINTR;
   fault.onlyTakesMemory = subject.OnlyTakesMemory();
-  if (fault.error == EINTR && !subject.MayBeRepeated()) return false;
-  if (fault.error == EINVAL && !subject.Is("renameat2")) return false;
   do {
     if (!subject.OnlyTakesMemory() || fault.error == ENOMEM) subject.Fail(fault.error);
   } while (fault.lasting == Lasting::kFromThenOn && subject.Next());
@@ -122,7 +120,15 @@ void SweepOne(Scene& scene, const Fault& planned, Findings& findings) {
 
 void Sweep(Scene& scene) {
   Findings findings("faults, " + TitleOf(scene.operation));
-  const int calls = scene.CountCalls();
+  std::vector<Fault> special;
+  int seen = 0;
+  const int calls = scene.CountCalls([&](const Tracee& subject) {
+    ++seen;
+    if (subject.MayBeRepeated()) special.push_back({seen, EINTR, Lasting::kOnce, ""});
+    // A file system that lacks this way of renaming.
+    if (subject.Is("renameat2")) special.push_back({seen, EINVAL, Lasting::kOnce, ""});
+  });
+  for (const auto& fault : special) SweepOne(scene, fault, findings);
   constexpr int kKinds = std::size(kErrors);
   for (int call = 1; call <= calls; ++call) {
     for (int kind = 0; kind < kKinds; ++kind) {
@@ -131,8 +137,6 @@ void Sweep(Scene& scene) {
       if (IsFullSweep() || (call + kind) % (4 * kKinds) == 0)
         SweepOne(scene, {call, kErrors[kind], Lasting::kFromThenOn, ""}, findings);
     }
-    // EINVAL: a file system that lacks a way of renaming.
-    for (const int error : {EINTR, EINVAL}) SweepOne(scene, {call, error, Lasting::kOnce, ""}, findings);
   }
 }
 

@@ -149,11 +149,11 @@ Tracee Scene::Start() const {
   return {words, words[0] == QUILL_TREE_DRIVER ? Window::kBetweenStops : Window::kWholeProgram};
 }
 
-int Scene::CountCalls() {
+int Scene::CountCalls(const std::function<void(const Tracee&)>& look) {
   Build();
   Tracee subject = Start();
   int count = 0;
-  while (subject.Next()) ++count;
+  for (; subject.Next(); ++count) look(subject);
   EXPECT_EQ(0, subject.Finish().status) << TitleOf(operation) << " undisturbed";
   EXPECT_EQ("", WhatIsUntrue(Scope::kMetadata)) << TitleOf(operation) << " undisturbed";
   return count;
@@ -196,6 +196,11 @@ bool IsFullSweep() {
 bool IsChosenCall(int call) {
   const char* wish = std::getenv("QUILL_SWEEP_CALL");
   return !wish || std::atoi(wish) == call;
+}
+
+bool IsChosenOperation(const Operation& operation) {
+  const char* wish = std::getenv("QUILL_SWEEP_OPERATION");
+  return !wish || TitleOf(operation) == wish;
 }
 
 void Findings::Add(const std::string& where, const std::string& what) { lines.push_back(where + ": " + what); }

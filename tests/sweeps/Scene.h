@@ -2,6 +2,7 @@
 // and the judgement of what stands there afterwards.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -38,8 +39,8 @@ class Scene {
   /// What runs the operation: the driver, or the system's command when QUILL_SWEEP_SUBJECT is "coreutils".
   std::vector<std::string> Command() const;
   Tracee Start() const;
-  /// Runs the operation undisturbed, which must succeed; how many calls it made.
-  int CountCalls();
+  /// Runs the operation undisturbed, which must succeed, and looks at it at each call; how many calls it made.
+  int CountCalls(const std::function<void(const Tracee&)>& look = [](const Tracee&) {});
 
   /// "" when nothing half-made stands under the final name and the only copy of nothing is gone, at whatever moment.
   std::string WhatIsHalfMade(Scope scope) const;
@@ -75,6 +76,8 @@ void RemoveAll(const std::string& path);
 bool IsFullSweep();
 /// QUILL_SWEEP_CALL=n in the environment restricts a sweep to the n-th call.
 bool IsChosenCall(int call);
+/// QUILL_SWEEP_OPERATION=title in the environment restricts a sweep to one operation.
+bool IsChosenOperation(const Operation& operation);
 
 /// Counts points and gathers what went wrong; prints the figures and fails the test in its destructor.
 class Findings {

@@ -198,7 +198,7 @@ void SwapAt(Scene& scene, int victim, Spare spare, Moment moment, Findings& find
 }
 
 bool IsChosen(int call, int victim, int backAfter) {
-  return IsChosenCall(call) && (IsFullSweep() || (call + victim + backAfter) % 6 == 0);
+  return IsChosenCall(call) && (IsFullSweep() || (call + 7 * victim + backAfter) % 37 == 0);
 }
 
 void SweepVictim(Scene& scene, int victim, int calls, Findings& findings) {

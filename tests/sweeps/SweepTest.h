@@ -17,6 +17,7 @@ class SweepTest : public quill_test::DirectoryTest {
   template <typename Sweep>
   void ForEach(const std::vector<Operation>& operations, Sweep sweep) {
     for (const auto& operation : operations) {
+      if (!IsChosenOperation(operation)) continue;
       if (operation.crosses && elsewhere.empty()) {
         RecordSkipped(TitleOf(operation));
         continue;

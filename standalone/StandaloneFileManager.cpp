@@ -18,6 +18,8 @@
 
 namespace {
 
+constexpr unsigned kOwnerReadsAndWrites = 0600;
+
 /// Stores a path that came from the platform. Always true.
 bool SetPath(const std::string& bytes, QuillFileString& path) {
   const auto text = foundation::NSString::stringWithFileSystemBytes(bytes);
@@ -93,6 +95,8 @@ bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
   const int descriptor = darwin::mkstemp(name.data());
   if (descriptor < 0) return Succeeded(errno);
   (void)darwin::close(descriptor);  // nothing was written; the file is opened again by its name
+  // It was made less what the umask takes, which may be what opening it needs; if that stays so, the opening tells.
+  (void)darwin::SetPermissions(name.c_str(), darwin::FinalLink::kItself, kOwnerReadsAndWrites);
   path.setUTF8(name.c_str());
   return true;
 }

@@ -95,7 +95,11 @@ TEST_F(HostTest, CreatesTemporaryFilesForOneCallAlone) {
   const ScopedVariable temporary("TMPDIR", Root());
   QuillFileString other;
   ASSERT_TRUE(manager.FileGetTempPath(result));
-  ASSERT_TRUE(manager.FileGetTempPath(other));
+  const mode_t before = ::umask(0777);
+  const bool isMade = manager.FileGetTempPath(other);
+  ::umask(before);
+  ASSERT_TRUE(isMade);
+  EXPECT_EQ(0600U, ModeOf(Text(other)));
   EXPECT_NE(Text(result), Text(other));
   EXPECT_EQ(0600U, ModeOf(Text(result)));
   EXPECT_TRUE(Text(result).starts_with(In("QuillTmp.")));

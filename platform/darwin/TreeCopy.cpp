@@ -100,7 +100,9 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
     if (directory.item.IsSameAs(container.item())) return Answer(EINVAL);
     if (order.copied && directory.item.isMountRoot) return Answer(EBUSY);
     const Target target = TargetOf(in, directory.name.c_str());
-    directory.counterpart = MakeDirectoryAt(target.directory, target.name);
+    do {
+      directory.counterpart = MakeDirectoryAt(target.directory, target.name);
+    } while (!directory.counterpart && walk.MakeRoom(errno));
     if (!directory.counterpart) return Answer(errno);
     if (!container.lacksRights()) return Next::kGoInto;
     const int descriptor = directory.counterpart.get();
@@ -167,7 +169,8 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
 
   int Remember(const TreeItem& item, Target target) {
     if (item.links < 2 || walk.CurrentEntry().empty()) return 0;
-    const int error = links.Remember(item, target.directory, target.name);
+    int error = links.Remember(item, target.directory, target.name);
+    while (walk.MakeRoom(error)) error = links.Remember(item, target.directory, target.name);
     const bool cannotBeHeld = error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK;
     if (!cannotBeHeld) return error;
     NotKept(TreeMetadata::kHardLink, error);

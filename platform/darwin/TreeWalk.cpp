@@ -13,8 +13,6 @@ constexpr std::size_t kWindow = 16;
 
 constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-bool IsOutOfDescriptors(int error) { return error == EMFILE || error == ENFILE; }
-
 FileDescriptor OpenAt(int directory, const char* name, int flags, mode_t mode) {
   return FileDescriptor(Retry([&] { return ::openat(directory, name, flags, mode); }));
 }
@@ -92,9 +90,15 @@ bool TreeWalk::Lose(int error) {
 FileDescriptor TreeWalk::Open(int directory, const char* name, int flags, mode_t mode) {
   for (;;) {
     FileDescriptor open = OpenAt(directory, name, flags, mode);
-    if (open || !IsOutOfDescriptors(errno)) return open;
-    if (!CloseOne()) return open;
+    if (open || !MakeRoom(errno)) return open;
   }
+}
+
+bool TreeWalk::MakeRoom(int error) {
+  if (error != EMFILE && error != ENFILE) return false;
+  const bool closed = CloseOne();
+  errno = error;
+  return closed;
 }
 
 // The last two are in use.

@@ -62,6 +62,9 @@ class TreeWalk {
   /// openat that, when descriptors are scarce, closes directories higher up and tries again.
   FileDescriptor Open(int directory, const char* name, int flags, mode_t mode = 0);
 
+  /// Closes a directory higher up when \p error says that descriptors are scarce. True when trying again may help.
+  bool MakeRoom(int error);
+
   /// The directory that holds the tree.
   bool IsOutside(const TreeLevel& in) const { return &in == &levels.front(); }
   /// The path, relative to the tree, of the entry that is being visited; empty for the root.

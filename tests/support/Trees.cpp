@@ -2,11 +2,9 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -116,21 +114,6 @@ void MakeDeepTree(const std::string& root, int levels) {
     here = next;
   }
   ::close(here);
-}
-
-void WithNarrowLimits(const std::function<int()>& body) {
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    const rlimit files{64, 64};
-    const rlimit stack{256 * 1024, 256 * 1024};
-    if (::setrlimit(RLIMIT_NOFILE, &files) != 0 || ::setrlimit(RLIMIT_STACK, &stack) != 0) ::_exit(255);
-    ::_exit(body());
-  }
-  int status = 0;
-  ASSERT_EQ(child, ::waitpid(child, &status, 0));
-  EXPECT_TRUE(WIFEXITED(status)) << "ended by signal " << WTERMSIG(status);
-  EXPECT_EQ(0, WEXITSTATUS(status)) << std::strerror(WEXITSTATUS(status));
 }
 
 }  // namespace quill_test

@@ -1,7 +1,6 @@
 // Trees to work on, and a way to see whether two of them are the same.
 #pragma once
 
-#include <functional>
 #include <map>
 #include <string>
 
@@ -17,8 +16,5 @@ void MakeMixedTree(const std::string& root);
 
 /// \p levels directories, one in the other, each with a file in it.
 void MakeDeepTree(const std::string& root, int levels);
-
-/// Runs \p body in a child with 64 descriptors and a stack of 256 KiB; fails the test when it does not answer 0.
-void WithNarrowLimits(const std::function<int()>& body);
 
 }  // namespace quill_test

@@ -51,8 +51,9 @@ class Removal final : public TreeVisitor {
 
   Next RemoveEntry(TreeLevel& in, const char* name) {
     const int error = Unlink(in, name, 0);
-    if (error == EISDIR) return Next::kGoInto;
-    return error == 0 ? Removed() : Fail(error);
+    if (error == 0) return Removed();
+    // Where nothing may be removed the kernel says that first; what lies in the directory may go all the same.
+    return error == EISDIR || IsDirectory(in, name) ? Next::kGoInto : Fail(error);
   }
 
   Next Shut(TreeLevel& in, const char* name, int error) override {
@@ -98,6 +99,11 @@ class Removal final : public TreeVisitor {
   /// The directory is ours and lies where nobody else comes, so its name is as good as a descriptor.
   static bool GiveRights(TreeLevel& in, const char* name) {
     return Retry([&] { return ::fchmodat(in.descriptor(), name, S_IRWXU, 0); }) == 0;
+  }
+
+  static bool IsDirectory(TreeLevel& in, const char* name) {
+    TreeItem item;
+    return ReadItem(in.descriptor(), name, item) == 0 && item.IsDirectory();
   }
 
   /// 0 as well when somebody else was faster.

@@ -88,6 +88,12 @@ TEST_F(RemoveTree, GoesOnPastWhatResists) {
     EXPECT_EQ(first, observer.failures);
     EXPECT_EQ(7U, observer.done.items);
     ASSERT_EQ(0, ::chmod(In("tree/closed").c_str(), 0755));
+
+    // The tree's own name stays where nothing may be removed, but what lies in it goes.
+    ASSERT_EQ(0, ::chmod(Root().c_str(), 0555));
+    EXPECT_EQ(EACCES, Remove("tree"));
+    EXPECT_TRUE(fs::is_empty(In("tree")));
+    ASSERT_EQ(0, ::chmod(Root().c_str(), 0755));
   });
 }
 

@@ -101,7 +101,8 @@ class CommandLine(unittest.TestCase):
         for arguments, expected in [
             ([], "command"), (["sta"], 'did you mean "stat"?'), (["stat"], "PATH"), (["cp", "a"], "DESTINATION"), (["cp", "a", "b", "c"], "c"),
             (["stat", "--jsn", "x"], "--jsn"), (["truncate", "-s", "-1", "f"], "-1"), (["truncate", "-s", "1k", "f"], "1k"),
-            (["touch", "--date", "soon", "f"], "soon"), (["pwd", "x"], "x"), (["qqq"], "not a command\n"),
+            (["touch", "--date", "soon", "f"], "soon"), (["touch", "--date", "2026-02-30", "f"], "2026-02-30"),
+            (["touch", "--date", "@nan", "f"], "@nan"), (["pwd", "x"], "x"), (["qqq"], "not a command\n"),
         ]:
             status, output, message = run(*arguments)
             self.assertEqual((2, b""), (status, output), arguments)
@@ -249,6 +250,7 @@ class CommandLine(unittest.TestCase):
             (["pwd"], os.getcwd()), (["roots"], "/"), (["is-link", "link"], "yes"), (["resolve", "link"], "d"),
         ]:
             self.assertEqual(output + "\n", self.succeeds(*arguments).decode(), arguments)
+        self.assertEqual((1, b""), run("url", "line\nbreak")[:2])
 
     def test_leaves_nothing_half_made_when_interrupted(self):
         os.mkdir("tree")

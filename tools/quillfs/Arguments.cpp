@@ -3,10 +3,24 @@
 #include <time.h>
 
 #include <charconv>
+#include <chrono>
+#include <cmath>
 #include <cstdlib>
 #include <ctime>
 
 #include "tools/quillfs/Session.h"
+
+namespace {
+
+// mktime would make the 2nd of March of the 30th of February.
+bool IsInCalendar(const std::tm& moment) {
+  return std::chrono::year_month_day(std::chrono::year(moment.tm_year + 1900),
+                                     std::chrono::month(static_cast<unsigned>(moment.tm_mon + 1)),
+                                     std::chrono::day(static_cast<unsigned>(moment.tm_mday)))
+      .ok();
+}
+
+}  // namespace
 
 QuillFileString Arguments::Path(std::size_t index) const { return PathOf(Text(index)); }
 
@@ -38,13 +52,16 @@ std::optional<double> ParseDate(const std::string& text) {
   if (text.starts_with('@')) {
     char* stop = nullptr;
     const double seconds = std::strtod(text.c_str() + 1, &stop);
-    return stop != text.c_str() + 1 && *stop == '\0' ? std::optional(seconds * 1000) : std::nullopt;
+    const bool isNumber = stop != text.c_str() + 1 && *stop == '\0' && std::isfinite(seconds);
+    return isNumber ? std::optional(seconds * 1000) : std::nullopt;
   }
   for (const char* format : {"%Y-%m-%d", "%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S"}) {
     std::tm moment{};
     moment.tm_isdst = -1;  // whatever holds on that day
     const char* stop = ::strptime(text.c_str(), format, &moment);
-    if (stop && *stop == '\0') return static_cast<double>(std::mktime(&moment)) * 1000;
+    if (!stop || *stop != '\0') continue;
+    if (!IsInCalendar(moment)) return std::nullopt;
+    return static_cast<double>(std::mktime(&moment)) * 1000;
   }
   return std::nullopt;
 }

@@ -9,8 +9,10 @@ void Convert(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
     QuillFileString result;
-    convert(session.manager, arguments, path, result) ? (void)session.output.PrintNameLine(TextOf(result))
-                                                      : session.FailOr(TextOf(path), kQuillErrIllegalPath);
+    // What cannot be written in the other form leaves no text, without being a failure of the operation.
+    const bool isConverted = convert(session.manager, arguments, path, result) && result.getUTF8();
+    isConverted ? (void)session.output.PrintNameLine(TextOf(result))
+                : session.FailOr(TextOf(path), kQuillErrIllegalPath);
   }
 }
 

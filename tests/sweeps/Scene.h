@@ -68,7 +68,13 @@ class Scene {
   std::string to;
 };
 
-void MakeSampleTree(const std::string& root, bool withAttributes);
+/// What both file systems hold, and show.
+struct Abilities {
+  bool attributes;
+  bool hardLinks;
+};
+
+void MakeSampleTree(const std::string& root, Abilities abilities);
 /// Removes a tree whatever its permissions; follows no link.
 void RemoveAll(const std::string& path);
 

@@ -28,6 +28,7 @@ std::string Attributes(const std::string& path) {
   const ssize_t size = ::llistxattr(path.c_str(), names, sizeof names);
   std::map<std::string, std::string> found;
   for (ssize_t at = 0; at < size; at += static_cast<ssize_t>(std::string_view(names + at).size()) + 1) {
+    if (std::string_view(names + at).starts_with("trusted.SGI_ACL")) continue;  // XFS shows an ACL a second time
     char value[1024];
     const ssize_t length = ::lgetxattr(path.c_str(), names + at, value, sizeof value);
     found[names + at] = std::string(value, length < 0 ? 0 : static_cast<std::size_t>(length));
@@ -64,7 +65,7 @@ void Add(const std::string& root, const std::string& relative, Twins& twins, Sna
   if (::lstat(path.c_str(), &status) != 0) return;
   const bool isDirectory = S_ISDIR(status.st_mode);
   std::string twin;
-  if (!isDirectory && status.st_nlink > 1) {
+  if (!isDirectory) {  // whatever its link count says: FUSE remembers an old one for a second
     const auto [first, isFirst] = twins.try_emplace({status.st_dev, status.st_ino}, relative);
     if (!isFirst) twin = first->second;
   }

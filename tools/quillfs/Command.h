@@ -42,6 +42,7 @@ void OnEach(Session& session, const Arguments& arguments) {
 
 std::vector<CommandGroup> AllCommands();
 
+CommandGroup TourCommands();
 CommandGroup QuestionCommands();
 CommandGroup ContentCommands();
 CommandGroup TreeCommands();

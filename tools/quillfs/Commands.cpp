@@ -31,6 +31,6 @@ CommandGroup OwnCommands() {
 }  // namespace
 
 std::vector<CommandGroup> AllCommands() {
-  return {QuestionCommands(), ListingCommands(), ContentCommands(),  TreeCommands(),
-          NameCommands(),     PlaceCommands(),   PropertyCommands(), OwnCommands()};
+  return {TourCommands(), QuestionCommands(), ListingCommands(),  ContentCommands(), TreeCommands(),
+          NameCommands(), PlaceCommands(),    PropertyCommands(), OwnCommands()};
 }

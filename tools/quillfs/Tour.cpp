@@ -1,0 +1,120 @@
+// A walk through the layer on real files in a fresh directory, which it takes away again.
+
+#include <memory>
+#include <string>
+
+#include "standalone/ErrorText.h"
+#include "tools/quillfs/Command.h"
+
+namespace {
+
+/// A host that listens: it hears each code that is recorded through its table.
+class ListeningManager final : public StandaloneFileManager {
+ public:
+  void SetLastError(int code) override {
+    heard = code;
+    StandaloneFileManager::SetLastError(code);
+  }
+  int heard = kQuillErrNone;
+};
+
+class Guide {
+ public:
+  explicit Guide(Session& theSession) : session(theSession) {}
+
+  void Show() {
+    QuillFileString root;
+    if (!manager.DirCreateTemp(root)) return session.Fail("temporary directory", manager.GetLastError());
+    place = root;
+    Say("A fresh directory: " + session.output.Shown(TextOf(root)));
+    const bool whole = WriteAndRead() && CopyAndMove() && Break() && MeetAnotherForm();
+    const int code = manager.GetLastError();
+    const bool clean = manager.DirDeleteWithContents(root);
+    if (!whole || !clean) return session.Fail(TextOf(root), clean ? code : manager.GetLastError());
+    Say("\nThe directory is gone again. quillfs --help shows what else there is.");
+  }
+
+ private:
+  void Say(const std::string& line) { session.output.Print(line + "\n"); }
+  void Call(const std::string& call, const std::string& answer) { Say("  " + call + "  ->  " + answer); }
+
+  QuillFileString At(const char* name) const {
+    QuillFileString path(place);
+    path.appendLeaf(name);
+    return path;
+  }
+
+  bool WriteAndRead() {
+    Say("\nOpen, write, read: a file object has a position and a size of its own.");
+    const std::unique_ptr<IQuillFileReadWriteTemp> file(
+        manager.FileOpen(At("letter.txt"), kQuillOpenRead | kQuillOpenWrite | kQuillOpenCreate));
+    long long position = 0;
+    char text[32];
+    unsigned long count = 0;
+    if (!file || !file->Write("Dear reader", 11) || !file->Seek(-6, kQuillFileSeekCurrent, position)) return false;
+    Call("Write(\"Dear reader\"), Seek(-6, current)", "position " + std::to_string(position));
+    if (!file->Read(text, sizeof text, count)) return false;
+    Call("Read", '"' + std::string(text, count) + '"');
+    return true;
+  }
+
+  bool CopyAndMove() {
+    Say("\nCopy, move, list: a copy appears whole or not at all, and missing parents are made.");
+    if (!manager.FileOrDirCopy(At("letter.txt"), At("archive/2026/letter.txt"), /*clobber=*/false)) return false;
+    Call("FileOrDirCopy(letter.txt, archive/2026/letter.txt)", "true");
+    if (!manager.FileOrDirMove(At("archive"), At("old letters"), /*clobber=*/false)) return false;
+    Call("FileOrDirMove(archive, old letters)", "true");
+    List();
+    return true;
+  }
+
+  void List() {
+    FindFileInfo entry;
+    QuillFileFindRef* const listing = manager.FindFirst(place, entry);
+    for (bool more = listing != nullptr; more; more = manager.FindNext(listing, entry)) {
+      Call(entry.type == kQuillFileTypeDirectory ? "directory" : "file     ", session.output.Shown(TextOf(entry.path)));
+    }
+    manager.FindClose(listing);
+  }
+
+  /// Tells what a failure left behind, and who heard of it.
+  bool Refused(const std::string& call, bool succeeded) {
+    const int code = manager.GetLastError();
+    const std::string heard = manager.heard == code ? "SetLastError heard it" : "stored without a call";
+    Call(call, std::string("false, ") + QuillErrName(code) + " (" + std::to_string(code) + "): " + QuillErrText(code) +
+                   "; " + heard);
+    manager.heard = kQuillErrNone;
+    return !succeeded;
+  }
+
+  bool Break() {
+    Say("\nBreak something: every failure is a number, and the host's own table hears most of them.");
+    return Refused("FileDelete(old letters)", manager.FileDelete(At("old letters"))) &&
+           Refused("DirDelete(old letters)", manager.DirDelete(At("old letters"))) &&
+           Refused("FileOrDirCopy(letter.txt, old letters)",
+                   manager.FileOrDirCopy(At("letter.txt"), At("old letters"), /*clobber=*/false));
+  }
+
+  bool MeetAnotherForm() {
+    Say("\nNames: one is stored as e + U+0301, listed as \u00e9, and found by either.");
+    const std::unique_ptr<IQuillFileReadWriteTemp> made(
+        manager.FileOpen(At("cafe\u0301"), kQuillOpenWrite | kQuillOpenCreate));
+    if (!made) return false;
+    List();
+    const bool found = manager.FileExists(At("caf\u00e9"));
+    Call("FileExists(caf\u00e9)", found ? "true" : "false");
+    return found;
+  }
+
+  Session& session;
+  ListeningManager manager;
+  QuillFileString place;
+};
+
+void Tour(Session& session, const Arguments&) { Guide(session).Show(); }
+
+}  // namespace
+
+CommandGroup TourCommands() {
+  return {"To begin with", {{"tour", "", "show the layer at work on real files", "quillfs tour", {}, Tour}}};
+}

@@ -26,16 +26,19 @@ constexpr unsigned char kAccessList[] = {2, 0,   0,   0,   1,   0,   6,  0, 255,
                                          0, 254, 255, 0,   0,   4,   0,  4, 0,   255, 255, 255, 255, 16, 0,
                                          4, 0,   255, 255, 255, 255, 32, 0, 0,   0,   255, 255, 255, 255};
 
-void Stamp(const std::string& path, long seconds) {
+// Times of its own for each item, the same by whatever name: FUSE remembers for a second what it showed under another.
+void Stamp(const std::string& path) {
+  struct stat status {};
+  ASSERT_EQ(0, ::lstat(path.c_str(), &status)) << path;
+  const auto seconds = static_cast<time_t>(1'000'000'000 + status.st_ino % 10'000);
   const timespec times[] = {{seconds, 111'222'333}, {seconds, 987'654'321}};
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW)) << path;
 }
 
 void StampAll(const std::string& root) {
-  long seconds = 1'000'000'000;
   std::vector<std::string> paths{root};
   for (const auto& entry : fs::recursive_directory_iterator(root)) paths.push_back(entry.path());
-  for (auto path = paths.rbegin(); path != paths.rend(); ++path) Stamp(*path, ++seconds);
+  for (auto path = paths.rbegin(); path != paths.rend(); ++path) Stamp(*path);
 }
 
 void MakeSparse(const std::string& path) {

@@ -20,9 +20,11 @@
 
 // glibc's own allocator under the names that it keeps for programs that put theirs in front.
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
+// NOLINTEND(bugprone-reserved-identifier)
 
 static unsigned long allocations = 0;
 

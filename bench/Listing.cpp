@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "bench/Support.h"
 #include "standalone/StandaloneFileManager.h"
@@ -18,7 +17,7 @@ namespace fs = std::filesystem;
 
 /// Nineteen files for each directory, one link to a file for every five directories.
 fs::path MakeLargeDirectory() {
-  const fs::path directory = Scratch("large-directory");
+  fs::path directory = Scratch("large-directory");
   fs::create_directory(directory);
   for (int entry = 0; entry < kListedEntries; ++entry) {
     const fs::path path = directory / ("some ordinary name " + std::to_string(entry) + ".txt");
@@ -27,7 +26,7 @@ fs::path MakeLargeDirectory() {
     } else if (entry % 20 == 0) {
       fs::create_directory(path);
     } else {
-      std::ofstream{path};
+      MakeFile(path, 0);
     }
   }
   return directory;

@@ -37,6 +37,7 @@ StandaloneFileManager& Manager() {
 /// Runs a program of the system to its end.
 void RunProgram(std::vector<std::string> words) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (std::string& word : words) arguments.push_back(word.data());
   arguments.push_back(nullptr);
   pid_t child = 0;
@@ -47,7 +48,7 @@ void RunProgram(std::vector<std::string> words) {
 
 const fs::path& SmallFiles() {
   static const fs::path tree = [] {
-    const fs::path root = Scratch("small-files");
+    fs::path root = Scratch("small-files");
     for (int directory = 0; directory < kDirectories; ++directory) {
       const fs::path place = root / ("directory" + std::to_string(directory));
       fs::create_directories(place);
@@ -60,7 +61,7 @@ const fs::path& SmallFiles() {
 
 const fs::path& FullFile() {
   static const fs::path file = [] {
-    const fs::path made = Scratch("full-file");
+    fs::path made = Scratch("full-file");
     MakeFile(made, kGibibyte);
     ::sync();
     return made;
@@ -71,8 +72,8 @@ const fs::path& FullFile() {
 /// 1 GiB with a mebibyte of data every 100 MiB.
 const fs::path& SparseFile() {
   static const fs::path file = [] {
-    const fs::path made = Scratch("sparse-file");
-    std::ofstream{made};
+    fs::path made = Scratch("sparse-file");
+    MakeFile(made, 0);
     fs::resize_file(made, kGibibyte);
     std::fstream stream(made, std::ios::in | std::ios::out | std::ios::binary);
     const std::string data(kMebibyte, 'q');

@@ -107,7 +107,7 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   void RecordWhyNoHandle(const foundation::NSString* path, unsigned int flags);
   bool PrepareDestination(const QuillFileString& source, const QuillFileString& destination, bool clobber);
   bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
-  bool _FileOrDirCreateTemp(QuillFileString& result, bool directory);
+  bool _FileOrDirCreateTemp(QuillFileString& result, bool isDirectory);
   bool _FileOrDirCreateTempInDir(const QuillFileString& directory, QuillFileString& result, bool isDirectory);
 
   /// Stores \p code unseen by overrides of SetLastError and answers false.

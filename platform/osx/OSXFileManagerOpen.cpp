@@ -74,7 +74,7 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
 
   const auto fileObject = [&](NSFileHandle& handle) {
     if (flags & kQuillOpenAppend) (void)handle.seekToEndOfFile();
-    return new FILEWrapper(*this, path, &handle, /*removeAtEnd=*/false);
+    return new FILEWrapper(*this, path, &handle, /*autoDelete=*/false);
   };
   auto text = PlatformString(path);
   if (!(flags & kChangingFlags)) {

@@ -11,7 +11,8 @@
 namespace OSXFileSystemUtils {
 namespace {
 
-// Cocoa's published error codes (FoundationErrors.h).
+// Cocoa's published error codes, under their published names (FoundationErrors.h).
+// NOLINTBEGIN(readability-identifier-naming)
 enum CocoaError {
   NSFileNoSuchFileError = 4,
   NSFileLockingError = 255,
@@ -22,6 +23,7 @@ enum CocoaError {
   NSFileWriteInvalidFileNameError = 514,
   NSFileWriteOutOfSpaceError = 640,
 };
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace
 

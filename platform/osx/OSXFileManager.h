@@ -11,7 +11,7 @@
 //   FileGetLSize           FileOpenReadOnly, FileIsDir
 //   FileGetSpaceAvailable  FileGetDiskSpace
 //   DirDeleteWithContents  FileExists
-//   FileOrDirCopy, -Move   FileExists, FileIsDir, DirDeleteWithContents, FileDelete
+//   FileOrDirCopy, -Move   FileExists, FileIsDir, DirDeleteWithContents, FileDelete, DirEnsure
 //   FileCreateTempInDir    DirEnsure
 //   FileCreateTemp, Dir-   DirGetTemp
 //   _PathCanonicalizeSymLink  FileIsSymLink

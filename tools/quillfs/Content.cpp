@@ -9,7 +9,6 @@
 
 #include "platform/darwin/Retry.h"
 #include "platform/foundation/NSException.h"
-#include "platform/osx/OSXFileSystemUtils.h"
 #include "tools/quillfs/Command.h"
 
 namespace {
@@ -26,26 +25,47 @@ bool Guarded(Session& session, const QuillFileString& path, Call call) {
     if (call()) return true;
     session.Fail(path);
   } catch (const foundation::NSException& failure) {
-    session.Fail(TextOf(path), OSXFileSystemUtils::_PosixErrToQuillErr(failure.code().value()));
+    session.FailForSystem(TextOf(path), failure.code().value());
   }
   return false;
 }
 
-/// Hands \p text on, or all of standard input when that is "-", until \p write refuses.
-template <typename Write>
-void ForEachChunk(Session& session, std::string_view text, Write write) {
-  if (text != "-") return void(write(text));
-  std::vector<char> buffer(kChunkSize);
-  for (;;) {
-    const auto count = darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
-    if (count < 0) return session.Fail("standard input", OSXFileSystemUtils::_PosixErrToQuillErr(errno));
-    if (count == 0 || !write(std::string_view(buffer.data(), static_cast<std::size_t>(count)))) return;
-  }
-}
+/// What a command writes: a text, or all of standard input when that is "-". The first piece of it is read at once, so
+/// that a file is emptied neither for an input that cannot be read nor before a pipeline has read it.
+class Input {
+ public:
+  Input(Session& running, const Arguments& arguments)
+      : Input(running, arguments.Count() > 1 ? std::string_view(arguments.Text(1)) : "-") {}
 
-std::string_view TextArgument(const Arguments& arguments) {
-  return arguments.Count() > 1 ? std::string_view(arguments.Text(1)) : "-";
-}
+  Input(Session& running, std::string_view text) : session(running), chunk(text) {
+    if (text != "-") return;
+    buffer.resize(kChunkSize);
+    ReadOn();
+  }
+
+  bool IsReadable() const { return isReadable; }
+
+  /// Hands it on piece by piece, until \p write refuses.
+  template <typename Write>
+  void PassTo(Write write) {
+    while (!chunk.empty() && write(chunk)) ReadOn();
+  }
+
+ private:
+  void ReadOn() {
+    chunk = {};
+    if (buffer.empty()) return;
+    const auto count = darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
+    isReadable = count >= 0;
+    if (!isReadable) return session.FailForSystem("standard input", errno);
+    chunk = std::string_view(buffer.data(), static_cast<std::size_t>(count));
+  }
+
+  Session& session;
+  std::string_view chunk;
+  std::vector<char> buffer;
+  bool isReadable = true;
+};
 
 void PrintContents(Session& session, const QuillFileString& path, IQuillFileReadOnly& file) {
   std::vector<char> buffer(kChunkSize);
@@ -68,6 +88,8 @@ void Cat(Session& session, const Arguments& arguments) {
 }
 
 void Write(Session& session, const Arguments& arguments) {
+  Input input(session, arguments);
+  if (!input.IsReadable()) return;
   session.Begin();
   const QuillFileString path = arguments.Path(0);
   const auto position = arguments.Number("--at");
@@ -79,19 +101,21 @@ void Write(Session& session, const Arguments& arguments) {
   if (position && !file->Seek(*position, kQuillFileSeekBegin, reached)) {
     return session.Fail(TextOf(path), file->GetLastError());
   }
-  ForEachChunk(session, TextArgument(arguments), [&](std::string_view chunk) {
+  input.PassTo([&](std::string_view chunk) {
     return Guarded(session, path, [&] { return file->Write(chunk.data(), chunk.size()); });
   });
   if (arguments.Has("--sync")) (void)Guarded(session, path, [&] { return file->Flush(); });  // reports by itself
 }
 
 void Append(Session& session, const Arguments& arguments) {
+  Input input(session, arguments);
+  if (!input.IsReadable()) return;
   session.Begin();
   const QuillFileString path = arguments.Path(0);
   const ETruncateOnOpen truncate = arguments.Has("--empty") ? kQuillTruncateOnOpen : kQuillKeepOnOpen;
   const std::unique_ptr<IQuillFileAppendOnly> file(session.manager.FileOpenAppend(path, truncate));
   if (!file) return FailToOpen(session, path);
-  ForEachChunk(session, TextArgument(arguments), [&](std::string_view chunk) {
+  input.PassTo([&](std::string_view chunk) {
     return Guarded(session, path, [&] { return file->Append(chunk.data(), chunk.size()); });
   });
 }
@@ -116,7 +140,7 @@ void Spool(Session& session, const Arguments&) {
   if (!file) return session.Fail("temporary file");
   const QuillFileString path = file->GetFileName();
   bool isWhole = true;
-  ForEachChunk(session, "-", [&](std::string_view chunk) {
+  Input(session, "-").PassTo([&](std::string_view chunk) {
     return isWhole = Guarded(session, path, [&] { return file->Write(chunk.data(), chunk.size()); });
   });
   long long start = 0;

@@ -6,9 +6,9 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t interruption = 0;
 
-void NoteInterruption(int) { interrupted = 1; }
+void NoteInterruption(int signal) { interruption = signal; }
 
 void SetHandler(int signal, void (*handler)(int), int flags) {
   struct ::sigaction action {};
@@ -31,4 +31,4 @@ InterruptionScope::~InterruptionScope() {
   for (const int signal : kSignals) SetHandler(signal, SIG_DFL, 0);
 }
 
-bool WasInterrupted() noexcept { return interrupted != 0; }
+int Interruption() noexcept { return interruption; }

@@ -10,5 +10,7 @@ class InterruptionScope {
   ~InterruptionScope();
 };
 
-/// A stop was asked for.
-bool WasInterrupted() noexcept;
+/// The signal that asked for a stop; 0 while none has.
+int Interruption() noexcept;
+
+inline bool WasInterrupted() noexcept { return Interruption() != 0; }

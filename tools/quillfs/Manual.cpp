@@ -41,7 +41,7 @@ An operation failed, or standard output could not be written.
 Wrong usage; nothing was done.
 .TP
 .B 130
-Interrupted. What was being copied or moved has not been left half-made.
+Interrupted by Ctrl-C (143 by SIGTERM, 129 by SIGHUP). What was being copied or moved has not been left half-made.
 .SH ENVIRONMENT
 .TP
 .B HOME, XDG_DATA_HOME, XDG_STATE_HOME, XDG_DATA_DIRS, XDG_CONFIG_HOME, XDG_CACHE_HOME

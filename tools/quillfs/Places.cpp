@@ -3,32 +3,42 @@
 
 namespace {
 
+enum class Presence { kExpected, kOptional, kCreatedWhenAsked };
+
 struct Place {
   const char* name;
   bool (CoreFileManager::*find)(QuillFileString&);
-  /// Asking for it creates it.
-  bool isCreated;
+  Presence presence = Presence::kExpected;
 };
 
 constexpr Place kPlaces[] = {
-    {"home", &CoreFileManager::DirGetUserHomePath, false},
-    {"user", &CoreFileManager::DirGetUser, false},
-    {"current", &CoreFileManager::DirGetCurrent, false},
-    {"desktop", &CoreFileManager::DirGetDesktop, false},
-    {"documents", &CoreFileManager::DirGetDocuments, false},
-    {"downloads", &CoreFileManager::DirGetDownloads, false},
-    {"caches", &CoreFileManager::DirGetCache, false},
-    {"temporary", &CoreFileManager::DirGetTemp, false},
-    {"resources", &CoreFileManager::DirGetAppResourceDir, false},
-    {"log", &CoreFileManager::DirGetLogDir, true},
-    {"data", &CoreFileManager::DirGetAppData, true},
+    {"home", &CoreFileManager::DirGetUserHomePath},
+    {"user", &CoreFileManager::DirGetUser},
+    {"current", &CoreFileManager::DirGetCurrent},
+    {"desktop", &CoreFileManager::DirGetDesktop},
+    {"documents", &CoreFileManager::DirGetDocuments},
+    {"downloads", &CoreFileManager::DirGetDownloads},
+    {"caches", &CoreFileManager::DirGetCache},
+    {"temporary", &CoreFileManager::DirGetTemp},
+    {"resources", &CoreFileManager::DirGetAppResourceDir, Presence::kOptional},
+    {"log", &CoreFileManager::DirGetLogDir, Presence::kCreatedWhenAsked},
+    {"data", &CoreFileManager::DirGetAppData, Presence::kCreatedWhenAsked},
 };
+
+/// Reports a place that is not there, unless it \p mayBeMissing; most record nothing then.
+bool Find(Session& session, const Place& place, QuillFileString& path, bool mayBeMissing = false) {
+  session.Begin();
+  const bool found = (session.manager.*place.find)(path);
+  if (!found && !mayBeMissing) session.FailOr(place.name, kQuillErrNotFound);
+  return found;
+}
 
 void PrintAll(Session& session, bool asJson) {
   JsonLine line;
   for (const Place& place : kPlaces) {
+    if (place.presence == Presence::kCreatedWhenAsked) continue;
     QuillFileString path;
-    if (place.isCreated || !(session.manager.*place.find)(path)) continue;
+    if (!Find(session, place, path, /*mayBeMissing=*/place.presence == Presence::kOptional)) continue;
     if (asJson) {
       line.Text(place.name, TextOf(path));
       continue;
@@ -44,10 +54,8 @@ void PrintAll(Session& session, bool asJson) {
 void PrintPlace(Session& session, const std::string& name) {
   for (const Place& place : kPlaces) {
     if (name != place.name) continue;
-    session.Begin();
     QuillFileString path;
-    if (!(session.manager.*place.find)(path)) return session.Fail(name);
-    session.output.PrintNameLine(TextOf(path));
+    if (Find(session, place, path)) session.output.PrintNameLine(TextOf(path));
     return;
   }
   session.Fail(name, kQuillErrNotFound);

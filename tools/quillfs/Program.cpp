@@ -21,7 +21,7 @@ constexpr char kFooter[] =
     "quillfs COMMAND --help tells what a command takes, with an example.\n"
     "\"--\" ends the options, for names that begin with \"-\".\n"
     "\n"
-    "Exit status: 0 success, 1 an operation failed, 2 wrong usage, 130 interrupted.\n"
+    "Exit status: 0 success, 1 an operation failed, 2 wrong usage, 130 interrupted by Ctrl-C.\n"
     "Names are escaped on a terminal and printed as they are elsewhere. --json prints one object a line; a byte that\n"
     "is not UTF-8 becomes one of the surrogates U+DC80 to U+DCFF.";
 

@@ -13,6 +13,18 @@ namespace {
 
 std::string CodeText(int code) { return QuillErrText(code) + (" (" + std::to_string(code) + ")"); }
 
+/// Codes that stand for several causes, of which the system knows the one.
+bool IsVague(int code) { return code == kQuillErrIO || code == kQuillErrIllegalPath; }
+
+/// What a program should know, and what the system said where that leaves a person guessing.
+std::string ReasonText(int code, int posixError) {
+  if (code == kQuillErrNone && posixError == 0) return "failed without a reason";
+  if (code == kQuillErrNone) code = OSXFileSystemUtils::_PosixErrToQuillErr(posixError);
+  std::string reason = CodeText(code);
+  if (IsVague(code) && posixError != 0) reason += ", " + std::generic_category().message(posixError);
+  return reason;
+}
+
 /// What a message is about, so that nothing is seen where there is nothing.
 std::string Quoted(std::string_view subject) { return subject.empty() ? "\"\"" : Printable(subject); }
 
@@ -47,17 +59,13 @@ void Session::FailOr(std::string_view subject, int code) {
 
 void Session::Fail(std::string_view subject, int code) { Report(Quoted(subject), CodeText(code)); }
 
-// The code says what a program should know; what the system said is added where the code is the vague one.
+void Session::FailForSystem(std::string_view subject, int posixError) {
+  Report(Quoted(subject), ReasonText(kQuillErrNone, posixError));
+}
+
 std::string Session::Reason() {
   const OperationFailure& failure = manager.LastFailure();
-  int code = manager.GetLastError();
-  if (code == kQuillErrNone && failure.posixError != 0) {
-    code = OSXFileSystemUtils::_PosixErrToQuillErr(failure.posixError);
-  }
-  std::string reason = code == kQuillErrNone ? "failed without a reason" : CodeText(code);
-  if (code == kQuillErrIO && failure.posixError != 0) {
-    reason += ", " + std::generic_category().message(failure.posixError);
-  }
+  std::string reason = ReasonText(manager.GetLastError(), failure.posixError);
   if (!failure.entry.empty() && failure.entry != TextOf(failure.path)) reason += ", at " + Printable(failure.entry);
   return reason;
 }
@@ -73,6 +81,6 @@ void Session::Report(std::string_view subject, std::string_view reason) {
 int Session::Finish() {
   const int error = output.Finish();
   if (error == EPIPE) return kExitFailure;  // the reader has gone and wants nothing more, not even a message
-  if (error != 0) Fail("standard output", OSXFileSystemUtils::_PosixErrToQuillErr(error));
-  return WasInterrupted() ? kExitInterrupted : status;
+  if (error != 0) FailForSystem("standard output", error);
+  return WasInterrupted() ? kExitInterrupted + Interruption() : status;
 }

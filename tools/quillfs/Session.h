@@ -7,7 +7,8 @@
 #include "standalone/StandaloneFileManager.h"
 #include "tools/quillfs/Output.h"
 
-enum ExitStatus : int { kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2, kExitInterrupted = 130 };
+/// Interrupted by a signal, as shells count: its number on top, 130 for Ctrl-C.
+enum ExitStatus : int { kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2, kExitInterrupted = 128 };
 
 /// An argument as a path.
 QuillFileString PathOf(std::string_view text);
@@ -33,6 +34,8 @@ class Session {
   void FailOr(std::string_view subject, int code);
   /// The same with a code of the caller's in any case.
   void Fail(std::string_view subject, int code);
+  /// The same for a call to the system that failed outside the manager.
+  void FailForSystem(std::string_view subject, int posixError);
 
   /// Prints what is left and gives the status with which the program ends.
   int Finish();

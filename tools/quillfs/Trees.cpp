@@ -32,7 +32,8 @@ void EnsureDirectories(Session& session, const Arguments& arguments) {
     session.Begin();
     if (session.manager.DirEnsure(path)) continue;
     // Without a code, something that is no directory stands there or above.
-    session.FailOr(TextOf(path), session.manager.FileExists(path) ? kQuillErrAlreadyExists : kQuillErrNotADirectory);
+    const int code = path.isEmpty() ? kQuillErrNotFound : kQuillErrNotADirectory;
+    session.FailOr(TextOf(path), session.manager.FileExists(path) ? kQuillErrAlreadyExists : code);
   }
 }
 

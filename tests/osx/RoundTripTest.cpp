@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <random>
@@ -139,7 +140,7 @@ class RoundTripTest : public DirectoryTest {
     const bool fits = name.size() <= kLongestName;
     EXPECT_EQ(fits, manager.FileOrDirMove(At("moved"), At(name), false));
     EXPECT_EQ(fits ? "nothing" : "3000 recorded", manager.Reason());
-    if (!fits) WriteFile(onDisk + "/" + raw, raw);
+    if (!fits) std::filesystem::rename(onDisk + "/moved", onDisk + "/" + raw);
   }
 
   /// Each name is read and deleted; the other operations take turns.
@@ -183,7 +184,6 @@ TEST_F(RoundTripTest, DeliveredNamesReachTheirItems) {
       SCOPED_TRACE(name);
       CheckItem(name, raw);
     }
-    (void)manager.FileDelete(At("moved"));  // left over where the composed name was too long
     manager.Forget();
     EXPECT_EQ(std::set<std::string>{}, RawNames());
   }

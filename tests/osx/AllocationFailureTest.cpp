@@ -1,15 +1,12 @@
 // When memory runs out anywhere in an operation, the exception leaves nothing leaked or open behind, and the next
 // attempt works.
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <cstdlib>
 #include <memory>
 #include <new>
 
-#include "tests/support/Fixture.h"
 #include "tests/support/RecordingManager.h"
+#include "tests/support/ScopedVariable.h"
 
 namespace {
 
@@ -67,43 +64,46 @@ class AllocationFailure : public DirectoryTest {
     FAIL() << name << " never comes through";
   }
 
+  void List(const QuillFileString& directory) {
+    FindFileInfo info;
+    const auto close = [this](QuillFileFindRef* handle) { manager.FindClose(handle); };
+    const std::unique_ptr<QuillFileFindRef, decltype(close)> listing(manager.FindFirst(directory, info), close);
+    for (bool more = listing != nullptr; more;) more = manager.FindNext(listing.get(), info);
+  }
+
   StandaloneFileManager manager;
 };
 
 TEST_F(AllocationFailure, LeavesNothingBehind) {
+  const ScopedVariable temporary("TMPDIR", Root());
   const std::string longName(200, 'x');  // does not fit into a string's own buffer
-  const std::string file = In(longName), other = In("other" + longName), composed = In("\xc3\xa9" + longName);
-  WriteFile(file, "contents");
+  WriteFile(In(longName), "contents");
   WriteFile(In("e\xcc\x81" + longName), "x");
-  const QuillFileString path = Path(file), otherPath = Path(other), composedPath = Path(composed);
+  const auto at = [&](const std::string& name) { return Path(In(name)); };
+  const QuillFileString path = at(longName), other = at("other" + longName), composed = at("\xc3\xa9" + longName);
+  const std::string url = "file://" + In(longName) + "%20";
+  using Opened = std::unique_ptr<IQuillFileReadOnly>;
   QuillFileString result;
   unsigned long long size = 0;
 
   // What is made once, when it is first needed, is no leak.
-  ASSERT_TRUE(manager.FileGetLSize(composedPath, size) && manager.FileGetPathUrl(path, result));
+  ASSERT_TRUE(manager.FileGetLSize(composed, size) && manager.FileGetPathUrl(path, result));
 
-  Starve("FileOpenReadOnly", [&] { const std::unique_ptr<IQuillFileReadOnly> opened(manager.FileOpenReadOnly(path)); });
-  Starve("FileOpen", [&] { const std::unique_ptr<IQuillFileReadWriteTemp> opened(manager.FileOpen(otherPath, 0x33)); });
-  Starve("FileOpenTemp", [&] { const std::unique_ptr<IQuillFileReadWriteTemp> opened(manager.FileOpenTemp()); });
-  Starve("FileGetLSize", [&] { manager.FileGetLSize(composedPath, size); });
-  Starve("FindFirst", [&] {
-    FindFileInfo info;
-    const std::unique_ptr<QuillFileFindRef, void (*)(QuillFileFindRef*)> closing(
-        manager.FindFirst(Path(Root()), info),
-        [](QuillFileFindRef* handle) { StandaloneFileManager().FindClose(handle); });
-    while (closing && manager.FindNext(closing.get(), info)) {
-    }
-  });
-  Starve("DirEnsure", [&] { manager.DirEnsure(Path(In(longName + "2/" + longName))); });
-  Starve("FileOrDirCopy", [&] { manager.FileOrDirCopy(path, Path(In("copy/" + longName)), true); });
+  Starve("FileOpenReadOnly", [&] { const Opened file(manager.FileOpenReadOnly(path)); });
+  Starve("FileOpen", [&] { const Opened file(manager.FileOpen(other, 0x33)); });
+  Starve("FileOpenTemp", [&] { const Opened file(manager.FileOpenTemp()); });
+  Starve("FileGetLSize", [&] { manager.FileGetLSize(composed, size); });
+  Starve("FindFirst", [&] { List(Path(Root())); });
+  Starve("DirEnsure", [&] { manager.DirEnsure(at(longName + "2/" + longName)); });
+  Starve("FileOrDirCopy", [&] { manager.FileOrDirCopy(path, at("copy/" + longName), true); });
   Starve("FileOrDirMove", [&] {
-    ::close(::open(other.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    manager.FileOrDirMove(otherPath, Path(In("moved/" + longName)), true);
+    manager._FileCreate(other);
+    manager.FileOrDirMove(other, at("moved/" + longName), true);
   });
   Starve("FileRename", [&] { manager.FileRename(Path("renamed" + longName), path); });
-  Starve("DirDeleteWithContents", [&] { manager.DirDeleteWithContents(Path(In("copy"))); });
+  Starve("DirDeleteWithContents", [&] { manager.DirDeleteWithContents(at("copy")); });
   Starve("FileGetPathUrl", [&] { manager.FileGetPathUrl(path, result); });
-  Starve("FileGetUrlPath", [&] { manager.FileGetUrlPath(Path("file://" + file + "%20"), result); });
+  Starve("FileGetUrlPath", [&] { manager.FileGetUrlPath(Path(url), result); });
 }
 
 }  // namespace

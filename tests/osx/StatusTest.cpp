@@ -1,14 +1,14 @@
 // Questions about paths: answers, codes, and that nothing is written on failure.
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSURL.h"
 #include "platform/osx/OSXFileSystemUtils.h"
-#include "tests/support/Fixture.h"
 #include "tests/support/RecordingManager.h"
 
 namespace quill_test {
@@ -16,144 +16,133 @@ namespace {
 
 using foundation::NSError;
 using foundation::NSString;
-
-class StatusTest : public DirectoryTest {
- protected:
-  void SetUp() override {
-    DirectoryTest::SetUp();
-    WriteFile(In("file"), "0123456789");
-    ASSERT_EQ(0, ::mkdir(In("directory").c_str(), 0755));
-    ASSERT_EQ(0, ::symlink("file", In("to file").c_str()));
-    ASSERT_EQ(0, ::symlink("directory", In("to directory").c_str()));
-    ASSERT_EQ(0, ::symlink("nothing", In("dangling").c_str()));
-    ASSERT_EQ(0, ::symlink("loop", In("loop").c_str()));
-  }
-
-  RecordingManager manager;
-};
+using namespace OSXFileSystemUtils;
+using StatusTest = ManagerTest;
 
 TEST_F(StatusTest, AnswersForWhateverStandsAtThePath) {
+  WriteFile(In("file"), "0123456789");
+  std::filesystem::create_directory(In("directory"));
+  for (const auto& [link, target] :
+       {std::pair("to file", "file"), {"to directory", "directory"}, {"dangling", "nothing"}, {"loop", "loop"}}) {
+    std::filesystem::create_symlink(target, In(link));
+  }
   const struct {
     std::string name;
     bool exists, isDirectory, isLink;
-  } rows[] = {
-      {"file", true, false, false},       {"directory", true, true, false}, {"to file", true, false, true},
-      {"to directory", true, true, true}, {"dangling", false, false, true}, {"loop", false, false, true},
-      {"missing", false, false, false},   {"file/x", false, false, false},
-  };
+  } rows[] = {{"file", true, false, false},       {"directory", true, true, false}, {"to file", true, false, true},
+              {"to directory", true, true, true}, {"dangling", false, false, true}, {"loop", false, false, true},
+              {"missing", false, false, false},   {"file/x", false, false, false}};
   for (const auto& [name, exists, isDirectory, isLink] : rows) {
+    SCOPED_TRACE(name);
     const auto path = Path(In(name));
     long long size = -1;
     double created = -1, modified = -1;
-    EXPECT_EQ(exists, manager.FileExists(path)) << name;
-    EXPECT_EQ(isDirectory, manager.FileIsDir(path)) << name;
-    EXPECT_EQ(isLink, manager.FileIsSymLink(path)) << name;
-    EXPECT_EQ(exists, manager.FileGetSize(path, size)) << name;
-    EXPECT_EQ(exists ? (isDirectory ? size : 10) : -1, size) << name;
-    EXPECT_EQ(exists ? 3 : 0, manager.FileGetEffectivePermissions(path)) << name;
-    EXPECT_EQ("nothing", manager.Reason()) << name;
-    EXPECT_EQ(exists, manager.FileGetDates(path, created, modified)) << name;
-    EXPECT_EQ(exists ? "nothing" : "3003 recorded", manager.Reason()) << name;
-    EXPECT_EQ(0u, manager.FileGetCreator(path)) << name;
-    EXPECT_EQ("3003 recorded", manager.Reason()) << name;
-    if (!exists) {
-      EXPECT_EQ(-1, created);
-    }
+    EXPECT_EQ(exists, manager.FileExists(path));
+    EXPECT_EQ(isDirectory, manager.FileIsDir(path));
+    EXPECT_EQ(isLink, manager.FileIsSymLink(path));
+    EXPECT_EQ(exists, manager.FileGetSize(path, size));
+    EXPECT_EQ(exists ? (isDirectory ? size : 10) : -1, size);
+    EXPECT_EQ(exists ? 3 : 0, manager.FileGetEffectivePermissions(path));
+    EXPECT_EQ("nothing", manager.Reason());
+    EXPECT_EQ(exists ? "true, nothing" : "false, 3003 recorded",
+              Outcome(manager.FileGetDates(path, created, modified)));
+    EXPECT_EQ(exists, created > 0);
+    EXPECT_NEAR(created, modified, 60'000) << "both are milliseconds, and the item is new";
+    EXPECT_EQ("false, 3003 recorded", Outcome(manager.FileGetCreator(path) != 0));
   }
 }
 
-TEST_F(StatusTest, WithoutTextEverythingFailsAndNothingIsWritten) {
-  const QuillFileString none;
+TEST_F(StatusTest, WithoutTextEveryOperationFailsAndWritesNothing) {
+  const QuillFileString none, some = Path("x");
+  QuillFileString text = Path("untouched");
+  FindFileInfo info;
   long long size = -1;
   double first = -1, second = -1;
+  bool answer = true;
   EXPECT_FALSE(manager.FileExists(none) || manager.FileIsDir(none) || manager.FileIsSymLink(none));
-  EXPECT_FALSE(manager.FileGetSize(none, size) || manager.FileGetDates(none, first, second));
+  EXPECT_FALSE(manager.FileGetSize(none, size) || manager.FileGetDates(none, first, second) ||
+               manager.FileGetCreator(none));
   EXPECT_FALSE(manager.FileGetDiskSpace(none, first, second) || manager.FileGetSpaceAvailable(none, first));
-  EXPECT_EQ(0, manager.FileGetEffectivePermissions(none));
-  EXPECT_EQ(0u, manager.FileGetCreator(none));
-  EXPECT_TRUE(size == -1 && first == -1 && second == -1);
+  EXPECT_FALSE(manager.FileGetEffectivePermissions(none) || manager.FindFirst(none, info) || manager._FileCreate(none));
+  EXPECT_FALSE(manager.DirDelete(none) || manager.DirDeleteWithContents(none) || manager.DirEnsure(none));
+  EXPECT_FALSE(manager.FileRename(some, none) || manager.FileRename(none, some));
+  EXPECT_FALSE(manager.FileOrDirCopy(none, some, true) || manager.FileOrDirMove(some, none, true));
+  EXPECT_FALSE(manager.FileCreateTempInDir(none, text) || manager.DirCreateTempInDir(none, text));
+  EXPECT_FALSE(manager.FileGetPathUrl(none, text) || manager.FileGetPathUrlPreVeranda(none, text));
+  EXPECT_FALSE(manager.FileGetUrlPath(none, text) || manager.FileGetUrlPathPreVeranda(none, text));
+  EXPECT_FALSE(manager.DirIsEmpty(none, answer) || manager.DirSetCurrent(none) || manager.FileIsHidden(none));
+  EXPECT_FALSE(manager.FileGetCanonicalPath(none, text) || manager.FileOrDirMoveToTrash(none, text));
+  EXPECT_FALSE(manager.VolumeIsReadOnly(none, answer) || manager.FileSetReadOnly(none, true));
+  EXPECT_FALSE(manager.FileSetModificationDate(none, 0) || manager.GetDownloadedStatus(none));
+  EXPECT_FALSE(manager.MarkDownloadedFileAsUnsafeOrSafe(none, none, none, true) || manager.ScanMediaFile(none));
   EXPECT_EQ("nothing", manager.Reason());
-}
-
-TEST_F(StatusTest, DatesAreMilliseconds) {
-  const timespec times[] = {{1, 0}, {1, 500'000'000}};
-  ASSERT_EQ(0, ::utimensat(AT_FDCWD, In("file").c_str(), times, 0));
-  double created = 0, modified = 0;
-  ASSERT_TRUE(manager.FileGetDates(Path(In("file")), created, modified));
-  EXPECT_EQ(1500.0, modified);
-  EXPECT_GT(created, 0);
+  EXPECT_EQ("false, 2038 recorded", Outcome(manager.FileDelete(none)));
+  EXPECT_EQ("false, 2038 stored", Outcome(manager.FileReadSymLink(none, text)));
+  EXPECT_EQ("false, 2038 stored", Outcome(manager.FileCreateSymLink(none, some)));
+  EXPECT_EQ("untouched", Text(text));
+  EXPECT_TRUE(size == -1 && first == -1 && second == -1 && answer);
 }
 
 TEST_F(StatusTest, PermissionLevelsAreThoseOfTheEffectiveUser) {
-  const std::pair<mode_t, int> rows[] = {{0600, 3}, {0400, 2}, {0200, 1}, {0000, 1}};
   AsOrdinaryUser(Root(), [&] {
-    for (const auto& [mode, level] : rows) {
-      WriteFile(In("mine"), "x");
-      ASSERT_EQ(0, ::chmod(In("mine").c_str(), mode));
+    WriteFile(In("mine"), "x");
+    for (const auto& [mode, level] : {std::pair(0600, 3), {0400, 2}, {0200, 1}, {0000, 1}}) {
+      ASSERT_EQ(0, ::chmod(In("mine").c_str(), static_cast<mode_t>(mode)));
       EXPECT_EQ(level, manager.FileGetEffectivePermissions(Path(In("mine")))) << std::oct << mode;
-      ASSERT_EQ(0, ::unlink(In("mine").c_str()));
     }
   });
 }
 
 TEST_F(StatusTest, SpaceIsWhatTheVolumeSays) {
-  struct Doubling : RecordingManager {
+  struct Promising : RecordingManager {
     bool FileGetDiskSpace(const QuillFileString&, double& freeBytes, double& totalBytes) override {
       freeBytes = 21, totalBytes = 42;
       return true;
     }
-  } doubling;
+  } promising;
   double free = 0, total = 0;
-  ASSERT_TRUE(manager.FileGetDiskSpace(Path(Root()), free, total));
   struct statvfs volume {};
-  ASSERT_EQ(0, ::statvfs(Root().c_str(), &volume));
+  ASSERT_TRUE(manager.FileGetDiskSpace(Path(Root()), free, total) && ::statvfs(Root().c_str(), &volume) == 0);
   EXPECT_EQ(static_cast<double>(volume.f_blocks) * static_cast<double>(volume.f_frsize), total);
   EXPECT_LE(free, total);
-  ASSERT_TRUE(doubling.FileGetSpaceAvailable(Path(Root()), free));
-  EXPECT_EQ(21, free);
+  ASSERT_TRUE(promising.FileGetSpaceAvailable(Path(Root()), free));
+  EXPECT_EQ(21, free) << "not asked through the table";
 }
 
+int CodeOf(NSString* domain, long error) { return _NSErrorToQuillErr(NSError::errorWithDomain(domain, error).get()); }
+
 TEST(ErrorTranslation, FollowsTheTables) {
-  using namespace OSXFileSystemUtils;
-  const std::pair<int, int> posix[] = {
-      {EPERM, 3006},   {ENOENT, 3003}, {EIO, 2038},    {EACCES, 3001}, {EBUSY, 3013},     {EEXIST, 3011},
-      {ENOTDIR, 3007}, {EINVAL, 3000}, {ENOSPC, 3004}, {EROFS, 3008},  {ELOOP, 3000},     {ENAMETOOLONG, 3000},
-      {EDQUOT, 3004},  {0, 2038},      {EISDIR, 2038}, {EINTR, 2038},  {ENOTEMPTY, 3010}, {-1, 2038}};
+  const std::pair<int, int> posix[] = {{EPERM, 3006},  {ENOENT, 3003},       {EIO, 2038},    {EACCES, 3001},
+                                       {EBUSY, 3013},  {EEXIST, 3011},       {EINVAL, 3000}, {ENOSPC, 3004},
+                                       {ELOOP, 3000},  {ENAMETOOLONG, 3000}, {EDQUOT, 3004}, {ENOTDIR, 3007},
+                                       {EISDIR, 2038}, {EROFS, 3008},        {-1, 2038},     {ENOTEMPTY, 3010}};
   for (const auto& [error, code] : posix) {
     EXPECT_EQ(code, _PosixErrToQuillErr(error)) << error;
-    const auto boxed = NSError::errorWithDomain(foundation::NSPOSIXErrorDomain(), error);
-    EXPECT_EQ(error == 0 ? 0 : code, _NSErrorToQuillErr(boxed.get())) << error;
+    EXPECT_EQ(code, CodeOf(foundation::NSPOSIXErrorDomain(), error)) << error;
   }
   const std::pair<int, int> cocoa[] = {{4, 3003},   {255, 3013}, {257, 3001}, {258, 3000}, {260, 3003}, {513, 3001},
                                        {514, 3000}, {640, 3004}, {516, 2038}, {642, 2038}, {2, 2038}};
   for (const auto& [error, code] : cocoa) {
     EXPECT_EQ(code, _CocoaErrToQuillErr(error)) << error;
-    const auto boxed = NSError::errorWithDomain(foundation::NSCocoaErrorDomain(), error);
-    EXPECT_EQ(code, _NSErrorToQuillErr(boxed.get())) << error;
+    EXPECT_EQ(code, CodeOf(foundation::NSCocoaErrorDomain(), error)) << error;
   }
-  const auto other = NSString::stringWithUTF8String("NSOSStatusErrorDomain");
-  EXPECT_EQ(0, _NSErrorToQuillErr(nullptr));
-  EXPECT_EQ(2038, _NSErrorToQuillErr(NSError::errorWithDomain(other.get(), 2).get()));
-  EXPECT_EQ(2038, _NSErrorToQuillErr(NSError::errorWithDomain(nullptr, 2).get()));
-  EXPECT_EQ(0, _NSErrorToQuillErr(NSError::errorWithDomain(nullptr, 0).get()));
+  EXPECT_EQ(2038, CodeOf(NSString::stringWithUTF8String("NSOSStatusErrorDomain").get(), 2));
+  EXPECT_EQ(2038, CodeOf(nullptr, 2));
+  EXPECT_TRUE(CodeOf(nullptr, 0) == 0 && _NSErrorToQuillErr(nullptr) == 0 && _PosixErrToQuillErr(0) == 2038);
   // Only the low 32 bits reach the table, but all of them are looked at for 0.
-  EXPECT_EQ(2038, _NSErrorToQuillErr(NSError::errorWithDomain(foundation::NSCocoaErrorDomain(), 1L << 32).get()));
+  EXPECT_EQ(2038, CodeOf(foundation::NSCocoaErrorDomain(), 1L << 32));
 }
 
-TEST(PathStringsFromThePlatform, AreComposedOnRequest) {
+TEST(PathsFromThePlatform, AreComposedOnRequest) {
   const auto decomposed = NSString::stringWithUTF8String("e\xcc\x81");
   QuillFileString result;
-  EXPECT_TRUE(OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(decomposed.get(), result, true));
-  EXPECT_EQ("\xc3\xa9", Text(result));
-  EXPECT_TRUE(OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(decomposed.get(), result, false));
-  EXPECT_EQ("e\xcc\x81", Text(result));
-  EXPECT_TRUE(OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(nullptr, result, true));
+  EXPECT_TRUE(SetQuillFileStringFromNSStringPath(decomposed.get(), result, false));
+  EXPECT_TRUE(SetQuillFileStringFromNSStringPath(nullptr, result, true));
   EXPECT_EQ("e\xcc\x81", Text(result));
 
   const auto url = foundation::NSURL::URLWithString(NSString::stringWithUTF8String("file:///tmp/a%20e%CC%81").get());
-  EXPECT_TRUE(OSXFileSystemUtils::_GetFilePathFromNSURL(url.get(), result));
-  EXPECT_EQ("/tmp/a \xc3\xa9", Text(result));
-  EXPECT_FALSE(OSXFileSystemUtils::_GetFilePathFromNSURL(nullptr, result));
+  EXPECT_TRUE(_GetFilePathFromNSURL(url.get(), result));
+  EXPECT_FALSE(_GetFilePathFromNSURL(nullptr, result));
   EXPECT_EQ("/tmp/a \xc3\xa9", Text(result));
 }
 

@@ -1,4 +1,4 @@
-// The standalone manager's own operations: places, marks, dates, permissions, questions.
+// The standalone manager's own operations: places, marks, dates, permissions, questions, and its notes of failures.
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -6,12 +6,10 @@
 
 #include <cerrno>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
-#include <functional>
-#include <limits>
 #include <string>
 
-#include "tests/support/Fixture.h"
 #include "tests/support/Mount.h"
 #include "tests/support/RecordingManager.h"
 #include "tests/support/ScopedVariable.h"
@@ -19,257 +17,207 @@
 namespace quill_test {
 namespace {
 
-class HostTest : public DirectoryTest {
+namespace fs = std::filesystem;
+
+class HostTest : public ManagerTest {
  protected:
-  static unsigned ModeOf(const std::string& path) {
-    struct ::stat status {};
-    EXPECT_EQ(0, ::stat(path.c_str(), &status)) << path;
-    return status.st_mode & 07777;
+  QuillFileString At(const std::string& name) const { return Path(In(name)); }
+
+  /// What a failed operation recorded and noted: the code, the operation, its paths and the system's reason.
+  std::string Noted(bool succeeded) {
+    EXPECT_FALSE(succeeded);
+    const OperationFailure note = manager.LastFailure();
+    manager.ForgetFailure();
+    const std::string second = note.secondPath.isEmpty() ? "" : " " + Text(note.secondPath);
+    return manager.Reason() + ": " + note.operation + " " + Text(note.path) + second + ", " +
+           ::strerrorname_np(note.posixError);
   }
 
-  RecordingManager manager;
+  const std::string program = fs::read_symlink("/proc/self/exe").filename();
   QuillFileString result;
 };
 
 TEST_F(HostTest, KeepsTheProgramsDirectoriesUnderTheBaseDirectories) {
   const ScopedVariable home("HOME", Root());
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
   const struct {
-    const char *variable, *value, *expected;
+    const char* variable;
+    std::optional<std::string> value;
+    std::string expected;
     bool (CoreFileManager::*find)(QuillFileString&);
-  } rows[] = {
-      {"XDG_STATE_HOME", nullptr, "/.local/state/", &CoreFileManager::DirGetLogDir},
-      {"XDG_STATE_HOME", "relative", "/.local/state/", &CoreFileManager::DirGetLogDir},
-      {"XDG_STATE_HOME", "/state", "/state/", &CoreFileManager::DirGetLogDir},
-      {"XDG_DATA_HOME", "", "/.local/share/", &CoreFileManager::DirGetAppData},
-      {"XDG_DATA_HOME", "/data", "/data/", &CoreFileManager::DirGetAppData},
-  };
-  for (const auto& row : rows) {
-    const bool isAbsolute = row.value && row.value[0] == '/';
-    const ScopedVariable base(row.variable,
-                              row.value ? std::optional((isAbsolute ? Root() : "") + row.value) : std::nullopt);
-    ASSERT_TRUE((manager.*row.find)(result));
-    EXPECT_EQ(Root() + row.expected + program, Text(result));
-    EXPECT_TRUE(std::filesystem::is_directory(Text(result)));
+  } rows[] = {{"XDG_STATE_HOME", std::nullopt, ".local/state/", &CoreFileManager::DirGetLogDir},
+              {"XDG_STATE_HOME", "relative", ".local/state/", &CoreFileManager::DirGetLogDir},
+              {"XDG_STATE_HOME", In("state"), "state/", &CoreFileManager::DirGetLogDir},
+              {"XDG_DATA_HOME", "", ".local/share/", &CoreFileManager::DirGetAppData},
+              {"XDG_DATA_HOME", In("data"), "data/", &CoreFileManager::DirGetAppData}};
+  for (const auto& [variable, value, expected, find] : rows) {
+    const ScopedVariable base(variable, value);
+    EXPECT_EQ("true, nothing", Outcome((manager.*find)(result)));
+    EXPECT_EQ(In(expected + program), Text(result));
+    EXPECT_TRUE(fs::is_directory(Text(result)));
   }
 }
 
 TEST_F(HostTest, FindsResourcesInTheFirstDataDirectoryThatHasThem) {
-  const std::string program = std::filesystem::read_symlink("/proc/self/exe").filename();
   const ScopedVariable list("XDG_DATA_DIRS", "relative:" + In("none") + "::" + In("b") + ":" + In("a"));
   result = Path("before");
-  EXPECT_FALSE(manager.DirGetAppResourceDir(result));
+  EXPECT_EQ("false, nothing", Outcome(manager.DirGetAppResourceDir(result)));
   EXPECT_EQ("before", Text(result));
-  std::filesystem::create_directories(In("a/" + program));
-  std::filesystem::create_directories(In("b"));
+  fs::create_directories(In("a/" + program));
+  fs::create_directory(In("b"));
   WriteFile(In("b/" + program), "a file is no directory of resources");
-  ASSERT_TRUE(manager.DirGetAppResourceDir(result));
+  EXPECT_TRUE(manager.DirGetAppResourceDir(result));
   EXPECT_EQ(In("a/" + program), Text(result));
 }
 
 TEST_F(HostTest, KeepsThePrivatePlacePrivate) {
   const ScopedVariable temporary("TMPDIR", Root());
-  ASSERT_TRUE(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path("some/where/name"), result));
+  const auto find = [&](const char* name) {
+    return Outcome(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path(name), result));
+  };
   const std::string directory = In("quill-" + std::to_string(::geteuid()));
-  EXPECT_EQ(directory + "/name", Text(result));
+  EXPECT_EQ("true, nothing", find("some/where/name"));
   EXPECT_EQ(0700U, ModeOf(directory));
-  EXPECT_EQ("nothing", manager.Reason());
-
-  for (const char* name : {"..", ".", "a/.."}) {
-    EXPECT_FALSE(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path(name), result));
-    EXPECT_EQ("3000 recorded", manager.Reason()) << name;
-  }
-  EXPECT_FALSE(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path(""), result));
+  for (const char* name : {"..", ".", "a/.."}) EXPECT_EQ("false, 3000 recorded", find(name)) << name;
+  EXPECT_EQ("false, nothing", find(""));
 
   ASSERT_EQ(0, ::chmod(directory.c_str(), 0755));  // somebody may have looked into it
-  EXPECT_FALSE(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path("name"), result));
-  EXPECT_EQ("3001 recorded", manager.Reason());
-  ASSERT_EQ(0, ::rmdir(directory.c_str()));
-  ASSERT_EQ(0, ::mkdir(In("elsewhere").c_str(), 0700));
-  ASSERT_EQ(0, ::symlink("elsewhere", directory.c_str()));  // planted
-  EXPECT_FALSE(manager.DirGetQuillPlayerSandboxSafeTempLocation(Path("name"), result));
+  EXPECT_EQ("false, 3001 recorded", find("other"));
+  fs::remove(directory);
+  fs::create_directory(In("elsewhere"));
+  ASSERT_EQ(0, ::chmod(In("elsewhere").c_str(), 0700));
+  fs::create_symlink("elsewhere", directory);  // planted
+  EXPECT_NE("true, nothing", find("other"));
   EXPECT_EQ(directory + "/name", Text(result));
 }
 
 TEST_F(HostTest, CreatesTemporaryFilesForOneCallAlone) {
   const ScopedVariable temporary("TMPDIR", Root());
   QuillFileString other;
-  ASSERT_TRUE(manager.FileGetTempPath(result));
   const mode_t before = ::umask(0777);
-  const bool isMade = manager.FileGetTempPath(other);
+  EXPECT_TRUE(manager.FileGetTempPath(result) && manager.FileGetTempPath(other));
   ::umask(before);
-  ASSERT_TRUE(isMade);
-  EXPECT_EQ(0600U, ModeOf(Text(other)));
   EXPECT_NE(Text(result), Text(other));
   EXPECT_EQ(0600U, ModeOf(Text(result)));
   EXPECT_TRUE(Text(result).starts_with(In("QuillTmp.")));
 
   const ScopedVariable missing("TMPDIR", In("missing"));
-  EXPECT_FALSE(manager.FileGetTempPath(result));
-  EXPECT_EQ("3003 recorded", manager.Reason());
+  EXPECT_EQ("false, 3003 recorded", Outcome(manager.FileGetTempPath(result)));
   const ScopedVariable relative("TMPDIR", "relative");
-  ASSERT_TRUE(manager.DirGetTemp(result));
+  EXPECT_TRUE(manager.DirGetTemp(result));
   EXPECT_EQ("/tmp", Text(result));
 }
 
 TEST_F(HostTest, MarksDownloadedFiles) {
   WriteFile(In("f"), "");
   if (::setxattr(In("f").c_str(), "user.test", "", 0, 0) != 0) GTEST_SKIP() << "no extended attributes here";
-  const auto path = Path(In("f"));
+  const auto path = At("f");
   EXPECT_FALSE(manager.GetDownloadedStatus(path));
-  ASSERT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, Path("https://a/b"), Path("https://a/"), true));
+  EXPECT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, Path("https://a/b"), Path("https://a/"), true));
   char value[32] = {};
   EXPECT_EQ(11, ::getxattr(In("f").c_str(), "user.xdg.origin.url", value, sizeof value));
   EXPECT_STREQ("https://a/b", value);
-  ASSERT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, {}, {}, true));  // of unknown origin
+  EXPECT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, {}, {}, true));  // of unknown origin
   EXPECT_TRUE(manager.GetDownloadedStatus(path));
   EXPECT_EQ(-1, ::getxattr(In("f").c_str(), "user.xdg.referrer.url", nullptr, 0));
   for (int time = 0; time < 2; ++time) EXPECT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, {}, {}, false));
   EXPECT_FALSE(manager.GetDownloadedStatus(path));
-
-  EXPECT_FALSE(manager.MarkDownloadedFileAsUnsafeOrSafe(Path(In("none")), {}, {}, true));
-  EXPECT_EQ("3003 recorded", manager.Reason());
-  EXPECT_FALSE(manager.ScanMediaFile(Path(In("none"))));
-  EXPECT_EQ("3003 recorded", manager.Reason());
-  EXPECT_TRUE(manager.ScanMediaFile(path));
+  EXPECT_EQ("true, nothing", Outcome(manager.ScanMediaFile(path)));
 }
 
 TEST_F(HostTest, SetsDatesToTheMicrosecond) {
   WriteFile(In("f"), "");
-  const double maximum = std::numeric_limits<double>::infinity();
-  for (const double wanted : {0.0, -1.5, 1795393127388.245, -62135596800000.0, 951782400000.001}) {
-    ASSERT_TRUE(manager.FileSetModificationDate(Path(In("f")), wanted)) << wanted;
-    double created = 0, modified = 0;
-    ASSERT_TRUE(manager.FileGetDates(Path(In("f")), created, modified));
-    if (wanted < 0) continue;  // some file systems keep nothing before 1970 or 1901
+  double created = 0, modified = 0;
+  for (const double wanted : {0.0, 1795393127388.245, 951782400000.001}) {
+    EXPECT_TRUE(manager.FileSetModificationDate(At("f"), wanted) && manager.FileGetDates(At("f"), created, modified));
     EXPECT_NEAR(wanted, modified, 0.0005);
   }
-  for (const double refused : {maximum, -maximum, std::nan(""), 1e300}) {
-    EXPECT_FALSE(manager.FileSetModificationDate(Path(In("f")), refused));
-    EXPECT_EQ("3000 recorded", manager.Reason());
+  // Some file systems keep nothing before 1970 or 1901.
+  EXPECT_TRUE(manager.FileSetModificationDate(At("f"), -1.5) && manager.FileSetModificationDate(At("f"), -62e12));
+  for (const double refused : {HUGE_VAL, -HUGE_VAL, std::nan(""), 1e300}) {
+    EXPECT_EQ("false, 3000 recorded", Outcome(manager.FileSetModificationDate(At("f"), refused)));
   }
-  EXPECT_FALSE(manager.FileSetModificationDate(Path(In("none")), 0));
-  EXPECT_EQ("3003 recorded", manager.Reason());
 }
 
 TEST_F(HostTest, TakesAndGivesWritePermission) {
   WriteFile(In("f"), "");
   ASSERT_EQ(0, ::chmod(In("f").c_str(), 04766));
-  ASSERT_TRUE(manager.FileSetReadOnly(Path(In("f")), true));
+  EXPECT_TRUE(manager.FileSetReadOnly(At("f"), true));
   EXPECT_EQ(04544U, ModeOf(In("f")));
-  ASSERT_TRUE(manager.FileSetReadOnly(Path(In("f")), false));
+  EXPECT_TRUE(manager.FileSetReadOnly(At("f"), false));
   EXPECT_EQ(04744U, ModeOf(In("f")));
 }
 
 TEST_F(HostTest, KnowsWhatIsHidden) {
-  std::filesystem::create_directory(In("d"));
+  fs::create_directory(In("d"));
   WriteFile(In("d/.hidden"), "listed\ncafe\xcc\x81\nlast");
-  const struct {
-    const char* name;
-    bool isHidden;
-  } rows[] = {{"d/.x", true},   {"d/listed", true}, {"d/listed/", true}, {"d/caf\xc3\xa9", true},
-              {"d/last", true}, {"d/list", false},  {"d/.", false},      {"d/..", false},
-              {"d", false},     {".hidden", true}};
-  for (const auto& row : rows) EXPECT_EQ(row.isHidden, manager.FileIsHidden(Path(In(row.name)))) << row.name;
-  EXPECT_FALSE(manager.FileIsHidden({}));
+  for (const char* name : {"d/.x", "d/listed", "d/listed/", "d/caf\xc3\xa9", "d/last", ".hidden"}) {
+    EXPECT_TRUE(manager.FileIsHidden(At(name))) << name;
+  }
+  for (const char* name : {"d/list", "d/.", "d/..", "d"}) EXPECT_FALSE(manager.FileIsHidden(At(name))) << name;
   EXPECT_EQ("nothing", manager.Reason());
 }
 
 TEST_F(HostTest, GivesCanonicalPathsComposed) {
-  std::filesystem::create_directories(In("cafe\xcc\x81/d"));
-  std::filesystem::create_symlink("cafe\xcc\x81/d", In("link"));
-  ASSERT_TRUE(manager.FileGetCanonicalPath(Path(In("link/../d/.")), result));
+  fs::create_directories(In("cafe\xcc\x81/d"));
+  fs::create_symlink("cafe\xcc\x81/d", In("link"));
+  EXPECT_TRUE(manager.FileGetCanonicalPath(At("link/../d/."), result));
   EXPECT_TRUE(Text(result).ends_with("/caf\xc3\xa9/d")) << Text(result);
-  ASSERT_TRUE(manager.FileGetCanonicalPath(result, result));
-  EXPECT_FALSE(manager.FileGetCanonicalPath(Path(In("none")), result));
-  EXPECT_EQ("3003 recorded", manager.Reason());
+  EXPECT_TRUE(manager.FileGetCanonicalPath(result, result));
 }
 
-TEST_F(HostTest, AsksDirectoriesAndVolumes) {
-  bool answer = false;
-  ASSERT_TRUE(manager.DirIsEmpty(Path(Root()), answer));
-  EXPECT_TRUE(answer);
+TEST_F(HostTest, TellsEmptyDirectoriesAndReadOnlyVolumes) {
+  bool isEmpty = false, isReadOnly = true;
+  EXPECT_TRUE(manager.DirIsEmpty(Path(Root()), isEmpty) && isEmpty);
   WriteFile(In(".f"), "");
-  ASSERT_TRUE(manager.DirIsEmpty(Path(Root()), answer));
-  EXPECT_FALSE(answer);
-  EXPECT_FALSE(manager.DirIsEmpty(Path(In(".f")), answer));
-  EXPECT_EQ("3007 recorded", manager.Reason());
-  EXPECT_FALSE(manager.DirSetCurrent(Path(In(".f"))));
-  EXPECT_EQ("3007 recorded", manager.Reason());
-  EXPECT_FALSE(manager.VolumeIsReadOnly(Path(In("none")), answer));
-  EXPECT_EQ("3003 recorded", manager.Reason());
-  ASSERT_TRUE(manager.VolumeIsReadOnly(Path(Root()), answer));
-  EXPECT_FALSE(answer);
+  EXPECT_TRUE(manager.DirIsEmpty(Path(Root()), isEmpty) && !isEmpty);
+  EXPECT_TRUE(manager.VolumeIsReadOnly(Path(Root()), isReadOnly) && !isReadOnly);
 
   const Mount mount("tmpfs", Root(), "size=64k");
   if (!mount) GTEST_SKIP() << mount.WhyNot();
   ASSERT_EQ(0, ::mount("", Root().c_str(), "tmpfs", MS_REMOUNT | MS_RDONLY, nullptr));
-  ASSERT_TRUE(manager.VolumeIsReadOnly(Path(Root()), answer));
-  EXPECT_TRUE(answer);
-  EXPECT_FALSE(manager.FileSetReadOnly(Path(Root()), true));
-  EXPECT_EQ("3008 recorded", manager.Reason());
-}
-
-TEST_F(HostTest, RefusesPathsWithoutText) {
-  const QuillFileString none;
-  bool answer = false;
-  EXPECT_FALSE(manager.DirIsEmpty(none, answer));
-  EXPECT_FALSE(manager.DirSetCurrent(none));
-  EXPECT_FALSE(manager.FileGetCanonicalPath(none, result));
-  EXPECT_FALSE(manager.FileOrDirMoveToTrash(none, result));
-  EXPECT_FALSE(manager.VolumeIsReadOnly(none, answer));
-  EXPECT_FALSE(manager.FileSetModificationDate(none, 0));
-  EXPECT_FALSE(manager.FileSetReadOnly(none, true));
-  EXPECT_FALSE(manager.MarkDownloadedFileAsUnsafeOrSafe(none, none, none, true));
-  EXPECT_FALSE(manager.GetDownloadedStatus(none));
-  EXPECT_EQ("nothing", manager.Reason());
+  EXPECT_TRUE(manager.VolumeIsReadOnly(Path(Root()), isReadOnly) && isReadOnly);
+  EXPECT_EQ("false, 3008 recorded", Outcome(manager.FileSetReadOnly(Path(Root()), true)));
 }
 
 TEST_F(HostTest, NotesWhatFailedBesideItsCode) {
-  std::filesystem::create_directories(In("tree/sub"));
+  fs::create_directories(In("tree/sub"));
   WriteFile(In("f"), "");
-  EXPECT_STREQ("", manager.LastFailure().operation);
-  double created = 0, modified = 0;
+  fs::current_path(Root());
+  const QuillFileString f = Path("f"), inFile = Path("f/x"), none = Path("none"), tree = Path("tree");
+  bool answer = false;
   long long size = 0;
-  const QuillFileString none = Path(In("none")), file = Path(In("f")), inFile = Path(In("f/x")),
-                        tree = Path(In("tree")), inTree = Path(In("tree/sub/x"));
-  const struct {
-    std::function<bool()> fails;
-    const char* operation;
-    const QuillFileString &path, &second;
-    int error;
-  } rows[] = {
-      {[&] { return manager.FileGetSize(none, size); }, "FileGetSize", none, result, ENOENT},  // records no code
-      {[&] { return manager.FileGetDates(inFile, created, modified); }, "FileGetDates", inFile, result, ENOTDIR},
-      {[&] { return manager.FileOpenReadOnly(none) != nullptr; }, "FileOpenReadOnly", none, result, ENOENT},
-      {[&] { return manager.FileOpen(inFile, 0x12) != nullptr; }, "FileOpen", inFile, result, ENOTDIR},
-      {[&] { return manager.FileDelete(tree); }, "FileDelete", tree, result, EPERM},
-      {[&] { return manager.DirSetCurrent(file); }, "DirSetCurrent", file, result, ENOTDIR},
-      {[&] { return manager.FileRename(file, tree); }, "FileRename", tree, file, EEXIST},
-      {[&] { return manager.FileCreateSymLink(none, file); }, "FileCreateSymLink", file, none, EEXIST},
-      {[&] { return manager.FileOrDirMove(tree, inTree, false); }, "FileOrDirMove", tree, inTree, EINVAL},
-  };
-  for (const auto& row : rows) {
-    manager.ForgetFailure();
-    EXPECT_FALSE(row.fails()) << row.operation;
-    const OperationFailure& failure = manager.LastFailure();
-    EXPECT_STREQ(row.operation, failure.operation);
-    EXPECT_EQ(Text(row.path), Text(failure.path)) << row.operation;
-    EXPECT_EQ(Text(row.second), Text(failure.secondPath)) << row.operation;
-    EXPECT_EQ(row.error, failure.posixError) << row.operation;
-  }
+  double created = 0, modified = 0;
+  EXPECT_EQ("nothing: FileGetSize none, ENOENT", Noted(manager.FileGetSize(none, size)));
+  EXPECT_EQ("3003 recorded: FileGetDates f/x, ENOTDIR", Noted(manager.FileGetDates(inFile, created, modified)));
+  EXPECT_EQ("2038 recorded: FileOpen f/x, ENOTDIR", Noted(manager.FileOpen(inFile, 0x12)));
+  EXPECT_EQ("3006 recorded: FileDelete tree, EPERM", Noted(manager.FileDelete(tree)));
+  EXPECT_EQ("3011 recorded: FileRename tree f, EEXIST", Noted(manager.FileRename(f, tree)));
+  EXPECT_EQ("3011 stored: FileCreateSymLink f none, EEXIST", Noted(manager.FileCreateSymLink(none, f)));
+  EXPECT_EQ("3000 recorded: FileOrDirMove tree tree/sub/x, EINVAL",
+            Noted(manager.FileOrDirMove(tree, Path("tree/sub/x"), false)));
+  EXPECT_EQ("3007 recorded: DirIsEmpty f, ENOTDIR", Noted(manager.DirIsEmpty(f, answer)));
+  EXPECT_EQ("3007 recorded: DirSetCurrent f, ENOTDIR", Noted(manager.DirSetCurrent(f)));
+  EXPECT_EQ("3003 recorded: VolumeIsReadOnly none, ENOENT", Noted(manager.VolumeIsReadOnly(none, answer)));
+  EXPECT_EQ("3003 recorded: FileGetCanonicalPath none, ENOENT", Noted(manager.FileGetCanonicalPath(none, result)));
+  EXPECT_EQ("3003 recorded: FileSetModificationDate none, ENOENT", Noted(manager.FileSetModificationDate(none, 0)));
+  fs::current_path("/");
+}
+
+TEST_F(HostTest, ASuccessChangesNeitherTheNoteNorErrno) {
+  long long size = 0;
+  EXPECT_STREQ("", manager.LastFailure().operation);
+  EXPECT_FALSE(manager.FileDelete(Path(Root())));
   errno = ERANGE;
-  EXPECT_TRUE(manager.FileGetSize(file, size));
+  EXPECT_TRUE(manager.FileGetSize(Path(Root()), size));
   EXPECT_EQ(ERANGE, errno);
-  EXPECT_STREQ("FileOrDirMove", manager.LastFailure().operation);
+  EXPECT_STREQ("FileDelete", manager.LastFailure().operation);
 }
 
 TEST_F(HostTest, NotesTheEntryAtWhichATreeFailed) {
-  std::filesystem::create_directories(In("tree/sub"));
+  fs::create_directories(In("tree/sub"));
   const Mount mount("tmpfs", In("tree/sub"), "size=64k");
   if (!mount) GTEST_SKIP() << mount.WhyNot();
-  EXPECT_FALSE(manager.DirDeleteWithContents(Path(In("tree"))));
-  EXPECT_EQ("3013 recorded", manager.Reason());
+  EXPECT_EQ("false, 3013 recorded", Outcome(manager.DirDeleteWithContents(At("tree"))));
   EXPECT_EQ("sub", manager.LastFailure().entry);
   EXPECT_EQ(EBUSY, manager.LastFailure().posixError);
 }

@@ -39,6 +39,8 @@ void WriteFile(const std::string& path, std::string_view contents) {
   ASSERT_TRUE(file.flush()) << path;
 }
 
+unsigned ModeOf(const std::string& path) { return static_cast<unsigned>(std::filesystem::status(path).permissions()); }
+
 int OpenDescriptors() {
   DIR* directory = ::opendir("/proc/self/fd");
   if (!directory) return -1;

@@ -18,6 +18,8 @@ std::string Text(const QuillFileString& path);
 /// The bytes of a file; fails the test when it cannot be read.
 std::string Contents(const std::string& path);
 void WriteFile(const std::string& path, std::string_view contents);
+/// The permission bits of what stands at a path, links followed.
+unsigned ModeOf(const std::string& path);
 
 /// How many descriptors this process has open.
 int OpenDescriptors();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "standalone/StandaloneFileManager.h"
+#include "tests/support/Fixture.h"
 
 namespace quill_test {
 
@@ -35,6 +36,14 @@ class RecordingManager : public StandaloneFileManager {
   }
 
   std::vector<int> observed;
+};
+
+class ManagerTest : public DirectoryTest {
+ protected:
+  /// The answer and the reason, as in "false, 3003 recorded"; and forgets.
+  std::string Outcome(bool succeeded) { return (succeeded ? "true, " : "false, ") + manager.Reason(); }
+
+  RecordingManager manager;
 };
 
 }  // namespace quill_test

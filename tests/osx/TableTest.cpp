@@ -65,7 +65,7 @@ using SlotCalls = ManagerTest;
 TEST_F(SlotCalls, ReachTheManager) {
   WriteFile(In("f"), "0123456789");
   long long bytes = 0;
-  const auto path = Path(In("f"));
+  const auto path = At("f");
   EXPECT_TRUE((Slot<bool(void*, const QuillFileString&)>(&manager, 6)(&manager, path)));
   EXPECT_TRUE((Slot<bool(void*, const QuillFileString&, long long&)>(&manager, 7)(&manager, path, bytes)));
   EXPECT_EQ(10, bytes);
@@ -77,7 +77,7 @@ TEST_F(SlotCalls, ReachTheManager) {
 }
 
 TEST_F(SlotCalls, ReachTheFileObjectThroughBothTables) {
-  std::unique_ptr<IQuillFileReadWriteTemp> file(manager.FileOpen(Path(In("f")), 0x13));
+  std::unique_ptr<IQuillFileReadWriteTemp> file(manager.FileOpen(At("f"), 0x13));
   ASSERT_TRUE(file);
   void* const primary = file.get();
   void* const secondary = static_cast<IQuillFileAppendOnly*>(static_cast<QuillFileBase*>(file.get()));
@@ -91,7 +91,7 @@ TEST_F(SlotCalls, ReachTheFileObjectThroughBothTables) {
   Slot<void(void*, bool)>(primary, 14)(primary, true);
   file.release();
   Slot<void(void*)>(secondary, 2)(secondary);  // the deleting destructor
-  EXPECT_FALSE(manager.FileExists(Path(In("f"))));
+  EXPECT_FALSE(manager.FileExists(At("f")));
 }
 
 }  // namespace

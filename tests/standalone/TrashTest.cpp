@@ -21,10 +21,6 @@ class TrashTest : public ManagerTest {
     fs::create_directory(In("work"));
     data.emplace("XDG_DATA_HOME", In("data"));
   }
-  void TearDown() override {
-    data.reset();
-    ManagerTest::TearDown();
-  }
 
   /// Where the item lies then.
   std::string Trashed(const std::string& path) {

@@ -43,6 +43,8 @@ class ManagerTest : public DirectoryTest {
   /// The answer and the reason, as in "false, 3003 recorded"; and forgets.
   std::string Outcome(bool succeeded) { return (succeeded ? "true, " : "false, ") + manager.Reason(); }
 
+  QuillFileString At(std::string_view name) const { return Path(In(name)); }
+
   RecordingManager manager;
 };
 

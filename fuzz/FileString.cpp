@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "fuzz/Fuzz.h"
 #include "host/QuillFileString.h"
@@ -16,20 +15,6 @@ using fuzz::Require;
 namespace {
 
 using Model = std::optional<std::string>;
-
-std::vector<std::string> Components(const std::string& path) {
-  std::vector<std::string> components;
-  std::string component;
-  for (const char character : path + "/") {
-    if (character != '/') {
-      component += character;
-      continue;
-    }
-    if (!component.empty()) components.push_back(component);
-    component.clear();
-  }
-  return components;
-}
 
 void Append(Model& model, const std::string& leaf) {
   if (leaf.empty()) return;
@@ -45,20 +30,16 @@ void Append(Model& model, const std::string& leaf) {
 
 bool Trim(Model& model, Model* parent) {
   if (!model || model->empty()) return false;
-  const auto components = Components(*model);
-  if (!model->starts_with('/') && components.size() < 2) {
+  const std::size_t leafEnd = model->find_last_not_of('/');
+  const std::size_t separator = leafEnd == std::string::npos ? leafEnd : model->rfind('/', leafEnd);
+  if (separator == std::string::npos) {
     model = "";
     return false;
   }
-  if (components.empty()) {  // separators only
-    model = "";
-    return false;
-  }
-  std::string directory = model->substr(0, model->find_last_not_of('/') + 1);
-  directory.resize(directory.size() - components.back().size());
-  while (directory.size() > 1 && directory.ends_with('/')) directory.pop_back();
-  model = directory;
-  if (parent) *parent = directory;
+  model->resize(separator);
+  while (model->ends_with('/')) model->pop_back();
+  if (model->empty()) model = "/";
+  if (parent) *parent = model;
   return true;
 }
 

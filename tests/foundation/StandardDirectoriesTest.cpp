@@ -3,22 +3,20 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <map>
 #include <optional>
 
 #include "platform/foundation/NSStandardDirectories.h"
 #include "tests/support/Fixture.h"
+#include "tests/support/ScopedVariable.h"
 
 using foundation::NSHomeDirectory;
 using foundation::NSSearchPathDirectory;
 using foundation::NSSearchPathForDirectoryInUserDomain;
 using foundation::NSString;
+using quill_test::ScopedVariable;
 
 namespace {
-
-constexpr const char* kVariables[] = {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME"};
 
 std::string Text(const foundation::RetainPtr<NSString>& path) { return path ? std::string(path->view()) : "(none)"; }
 
@@ -26,14 +24,6 @@ std::string Directory(NSSearchPathDirectory kind) { return Text(NSSearchPathForD
 
 std::string Expanded(const char* path) {
   return Text(NSString::stringWithUTF8String(path)->stringByExpandingTildeInPath());
-}
-
-void Set(const char* variable, const std::optional<std::string>& value) {
-  if (value) {
-    ::setenv(variable, value->c_str(), 1);
-  } else {
-    ::unsetenv(variable);
-  }
 }
 
 /// What the tool of the desktop finds; empty when it is not installed.
@@ -47,43 +37,42 @@ std::string ByTool(const char* name) {
   return directory;
 }
 
-/// A home directory of its own, and the environment put back afterwards.
+/// A home directory of its own, and none of the variables that lead elsewhere.
 class StandardDirectories : public quill_test::DirectoryTest {
  protected:
   void SetUp() override {
     DirectoryTest::SetUp();
-    for (const char* variable : kVariables) {
-      const char* value = std::getenv(variable);
-      before[variable] = value ? std::optional<std::string>(value) : std::nullopt;
-      ::unsetenv(variable);
-    }
-    Set("HOME", Root());
-  }
-  void TearDown() override {
-    for (const auto& [variable, value] : before) Set(variable, value);
-    DirectoryTest::TearDown();
+    homeVariable.emplace("HOME", Root());
   }
 
-  std::string HomeByDatabase() const { return ::getpwuid(::getuid())->pw_dir; }
-
- private:
-  std::map<const char*, std::optional<std::string>> before;
+  std::optional<ScopedVariable> homeVariable;
+  ScopedVariable configuration{"XDG_CONFIG_HOME", std::nullopt};
 };
 
 }  // namespace
 
-TEST_F(StandardDirectories, HomeIsTheEnvironmentsElseTheDatabases) {
-  EXPECT_EQ(Root(), Text(NSHomeDirectory()));
-  Set("HOME", "/no/such/home//");
-  EXPECT_EQ("/no/such/home", Text(NSHomeDirectory()));
-  Set("HOME", "/not\xFFtext");
-  EXPECT_EQ("/not\xFFtext", Text(NSHomeDirectory()));
-  for (const char* useless : {"", "relative/home", "~"}) {
-    Set("HOME", useless);
-    EXPECT_EQ(HomeByDatabase(), Text(NSHomeDirectory())) << useless;
+TEST_F(StandardDirectories, HomeAndCachesAreTheEnvironmentsWhenAbsolute) {
+  const std::string byDatabase = ::getpwuid(::getuid())->pw_dir;
+  const struct {
+    const char* variable;
+    std::optional<std::string> value;
+    std::string home, caches;
+  } rows[] = {
+      {"HOME", "/no/such/home//", "/no/such/home", "/no/such/home/.cache"},
+      {"HOME", "/not\xFFtext", "/not\xFFtext", "/not\xFFtext/.cache"},
+      {"HOME", "", byDatabase, byDatabase + "/.cache"},
+      {"HOME", "~", byDatabase, byDatabase + "/.cache"},
+      {"HOME", "relative/home", byDatabase, byDatabase + "/.cache"},
+      {"HOME", std::nullopt, byDatabase, byDatabase + "/.cache"},
+      {"XDG_CACHE_HOME", std::nullopt, Root(), In(".cache")},
+      {"XDG_CACHE_HOME", "relative", Root(), In(".cache")},
+      {"XDG_CACHE_HOME", "/var/cache/of me/", Root(), "/var/cache/of me"},
+  };
+  for (const auto& [variable, value, home, caches] : rows) {
+    const ScopedVariable set(variable, value);
+    EXPECT_EQ(home, Text(NSHomeDirectory()));
+    EXPECT_EQ(caches, Directory(NSSearchPathDirectory::kCaches));
   }
-  Set("HOME", std::nullopt);
-  EXPECT_EQ(HomeByDatabase(), Text(NSHomeDirectory()));
 }
 
 TEST_F(StandardDirectories, AreMissingWithoutAHome) {
@@ -96,14 +85,6 @@ TEST_F(StandardDirectories, AreMissingWithoutAHome) {
     ::_exit(found || Expanded("~/x") != "~/x" ? 1 : 0);
   };
   EXPECT_EXIT(asUnknownUser(), ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(StandardDirectories, CachesFollowTheBaseDirectories) {
-  EXPECT_EQ(In(".cache"), Directory(NSSearchPathDirectory::kCaches));
-  Set("XDG_CACHE_HOME", "relative");
-  EXPECT_EQ(In(".cache"), Directory(NSSearchPathDirectory::kCaches));
-  Set("XDG_CACHE_HOME", "/var/cache/of me/");
-  EXPECT_EQ("/var/cache/of me", Directory(NSSearchPathDirectory::kCaches));
 }
 
 TEST_F(StandardDirectories, DesktopIsWhatTheUsersFileSays) {
@@ -147,48 +128,43 @@ TEST_F(StandardDirectories, UserDirectoriesAreFoundWhereTheConfigurationLies) {
   std::filesystem::create_directory(In("settings"));
   quill_test::WriteFile(In("settings/user-dirs.dirs"),
                         "XDG_DOCUMENTS_DIR=\"$HOME/Papers\"\nXDG_DOWNLOAD_DIR=\"/srv/new\"\n");
-  EXPECT_EQ(In("Documents"), Directory(NSSearchPathDirectory::kDocument));
-  EXPECT_EQ(In("Downloads"), Directory(NSSearchPathDirectory::kDownloads));
-  Set("XDG_CONFIG_HOME", "settings");
-  EXPECT_EQ(In("Documents"), Directory(NSSearchPathDirectory::kDocument));
-  Set("XDG_CONFIG_HOME", In("settings"));
+  {
+    const ScopedVariable relative("XDG_CONFIG_HOME", "settings");
+    EXPECT_EQ(In("Documents"), Directory(NSSearchPathDirectory::kDocument));
+    EXPECT_EQ(In("Downloads"), Directory(NSSearchPathDirectory::kDownloads));
+  }
+  const ScopedVariable settings("XDG_CONFIG_HOME", In("settings"));
   EXPECT_EQ(In("Papers"), Directory(NSSearchPathDirectory::kDocument));
   EXPECT_EQ("/srv/new", Directory(NSSearchPathDirectory::kDownloads));
   EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
-  Set("HOME", "/");
+  const ScopedVariable rootIsHome("HOME", "/");
   EXPECT_EQ("/Papers", Directory(NSSearchPathDirectory::kDocument));
   EXPECT_EQ("/Desktop", Directory(NSSearchPathDirectory::kDesktop));
 }
 
-TEST_F(StandardDirectories, AFileThatCannotBeReadSaysNothing) {
+TEST_F(StandardDirectories, AFileThatIsNoFileSaysNothingAndBlocksNobody) {
   std::filesystem::create_directory(In(".config"));
   ASSERT_EQ(0, ::mkfifo(In(".config/user-dirs.dirs").c_str(), 0600));
-  EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
-  std::filesystem::remove(In(".config/user-dirs.dirs"));
-  std::filesystem::create_directory(In(".config/user-dirs.dirs"));
   EXPECT_EQ(In("Desktop"), Directory(NSSearchPathDirectory::kDesktop));
 }
 
 TEST_F(StandardDirectories, ATildeIsAHomeDirectory) {
   const std::string rootsHome = ::getpwnam("root")->pw_dir;
-  Set("HOME", "/h");
   const struct {
     const char* path;
     std::string expanded;
-  } rows[] = {
-      {"~", "/h"},
-      {"~/", "/h/"},
-      {"~/a/~", "/h/a/~"},
-      {"~root", rootsHome},
-      {"~root/a", rootsHome + "/a"},
-      {"~no such user/a", "~no such user/a"},
-      {"~~", "~~"},
-      {"a/~", "a/~"},
-      {"/~/a", "/~/a"},
-      {"", ""},
-  };
+  } rows[] = {{"~", Root()},
+              {"~/", In("")},
+              {"~/a/~", In("a/~")},
+              {"~root", rootsHome},
+              {"~root/a", rootsHome + "/a"},
+              {"~no such user/a", "~no such user/a"},
+              {"~~", "~~"},
+              {"a/~", "a/~"},
+              {"/~/a", "/~/a"},
+              {"", ""}};
   for (const auto& [path, expanded] : rows) EXPECT_EQ(expanded, Expanded(path)) << path;
-  Set("HOME", "/");
+  const ScopedVariable rootIsHome("HOME", "/");
   EXPECT_EQ("/", Expanded("~"));
   EXPECT_EQ("/a", Expanded("~/a"));
 }

@@ -6,8 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -41,6 +43,14 @@ void WriteFile(const std::string& path, std::string_view contents) {
 
 unsigned ModeOf(const std::string& path) { return static_cast<unsigned>(std::filesystem::status(path).permissions()); }
 
+std::string MakeNumberedDirectory(const std::string& base) {
+  for (int number = ::getpid();; ++number) {
+    const std::string name = base + "/quill-test." + std::to_string(number);
+    if (::mkdir(name.c_str(), 0700) != 0 && errno == EEXIST) continue;
+    return ::chmod(name.c_str(), 0755) == 0 ? name : "";
+  }
+}
+
 int OpenDescriptors() {
   DIR* directory = ::opendir("/proc/self/fd");
   if (!directory) return -1;
@@ -58,7 +68,7 @@ void AsOrdinaryUser(const std::string& directory, const std::function<void()>& b
   ASSERT_GE(child, 0);
   if (child == 0) {
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(2);
-    body();
+    [&]() noexcept { body(); }();  // an exception must not let the child go on to the next test
     std::fflush(nullptr);
     ::_exit(::testing::Test::HasFailure() ? 1 : 0);
   }
@@ -67,15 +77,10 @@ void AsOrdinaryUser(const std::string& directory, const std::function<void()>& b
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "failed as an ordinary user, wait status " << status;
 }
 
-DirectoryTest::DirectoryTest() = default;
-DirectoryTest::~DirectoryTest() = default;
-
 void DirectoryTest::SetUp() {
   const char* base = std::getenv("TMPDIR");
-  std::string name = std::string(base ? base : "/tmp") + "/quill-test.XXXXXX";
-  ASSERT_NE(nullptr, ::mkdtemp(name.data()));
-  ASSERT_EQ(0, ::chmod(name.c_str(), 0755));
-  root = name;
+  root = MakeNumberedDirectory(base ? base : "/tmp");
+  ASSERT_NE("", root) << std::strerror(errno);
   descriptorsBefore = OpenDescriptors();
 }
 

@@ -21,6 +21,10 @@ void WriteFile(const std::string& path, std::string_view contents);
 /// The permission bits of what stands at a path, links followed.
 unsigned ModeOf(const std::string& path);
 
+/// A new directory below \p base, or "" with errno. Not a random name: one with a K, which has a second form, costs a
+/// missing path one system call more.
+std::string MakeNumberedDirectory(const std::string& base);
+
 /// How many descriptors this process has open.
 int OpenDescriptors();
 
@@ -30,8 +34,6 @@ void AsOrdinaryUser(const std::string& directory, const std::function<void()>& b
 
 class DirectoryTest : public ::testing::Test {
  protected:
-  DirectoryTest();
-  ~DirectoryTest() override;
   void SetUp() override;
   /// Fails when a descriptor was left open.
   void TearDown() override;

@@ -4,13 +4,15 @@
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
-#include <sstream>
+#include <fstream>
+#include <vector>
 
 #include "tests/support/Fixture.h"
 
@@ -19,101 +21,117 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string Attributes(const std::string& path) {
-  char names[4096];
-  const ssize_t length = ::llistxattr(path.c_str(), names, sizeof names);
-  std::map<std::string, std::string> values;
-  for (ssize_t at = 0; at < length; at += static_cast<ssize_t>(std::strlen(names + at)) + 1) {
-    char value[4096];
-    const ssize_t size = ::lgetxattr(path.c_str(), names + at, value, sizeof value);
-    values[names + at] = std::string(value, size < 0 ? 0 : static_cast<std::size_t>(size));
-  }
-  std::string all;
-  for (const auto& [name, value] : values) all += " " + name + "=" + value;
-  return all;
-}
+constexpr unsigned kNobody = 65534;
+// POSIX.1e, as Linux stores it: version 2, the owner, uid 65534, the group, the mask and others.
+constexpr unsigned char kAccessList[] = {2, 0,   0,   0,   1,   0,   6,  0, 255, 255, 255, 255, 2,   0,  4,
+                                         0, 254, 255, 0,   0,   4,   0,  4, 0,   255, 255, 255, 255, 16, 0,
+                                         4, 0,   255, 255, 255, 255, 32, 0, 0,   0,   255, 255, 255, 255};
 
-std::string DescribeItem(const std::string& path, std::map<ino_t, std::string>& firstNames, const std::string& name) {
+// Times of its own for each item, the same by whatever name: FUSE remembers for a second what it showed under another.
+void Stamp(const std::string& path) {
   struct stat status {};
-  if (::lstat(path.c_str(), &status) != 0) return std::strerror(errno);
-  std::ostringstream text;
-  text << std::oct << status.st_mode << std::dec << " " << status.st_uid << ":" << status.st_gid << " "
-       << status.st_mtim.tv_sec << "." << status.st_mtim.tv_nsec << " " << status.st_rdev << Attributes(path);
-  if (!S_ISDIR(status.st_mode)) text << " as " << firstNames.emplace(status.st_ino, name).first->second;
-  if (S_ISLNK(status.st_mode)) text << " -> " << fs::read_symlink(path).native();
-  if (S_ISREG(status.st_mode)) text << " holes:" << (status.st_blocks * 512 < status.st_size) << " " << Contents(path);
-  return text.str();
-}
-
-void SetTimes(const std::string& path, time_t seconds) {
-  const timespec times[] = {{seconds, 111111111}, {seconds, 123456789}};
+  ASSERT_EQ(0, ::lstat(path.c_str(), &status)) << path;
+  const auto seconds = static_cast<time_t>(1'000'000'000 + status.st_ino % 10'000);
+  const timespec times[] = {{seconds, 111'222'333}, {seconds, 987'654'321}};
   ASSERT_EQ(0, ::utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW)) << path;
 }
 
-void MakeSocket(const std::string& directory, const char* name) {
-  // By a relative name: an address is short.
-  const int here = ::open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  ASSERT_EQ(0, ::chdir(directory.c_str()));
-  const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+void StampAll(const std::string& root) {
+  std::vector<std::string> paths{root};
+  for (const auto& entry : fs::recursive_directory_iterator(root)) paths.push_back(entry.path());
+  for (auto path = paths.rbegin(); path != paths.rend(); ++path) Stamp(*path);
+}
+
+void MakeSparse(const std::string& path) {
+  std::ofstream(path).seekp(96 << 10) << "middle";
+  fs::resize_file(path, 256 << 10);
+}
+
+// Some file systems give each name of a file an inode number of its own.
+bool ShowsHardLinks(const std::string& directory) {
+  const std::string one = directory + "/one";
+  const std::string other = directory + "/other";
+  WriteFile(one, "");
+  std::error_code error;
+  fs::create_hard_link(one, other, error);
+  const bool same = !error && fs::equivalent(one, other);
+  ::unlink(one.c_str());
+  ::unlink(other.c_str());
+  return same;
+}
+
+void MakeSocket(const std::string& directory) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strncpy(address.sun_path, name, sizeof address.sun_path - 1);
+  std::strcpy(address.sun_path, "socket");  // relative, as an address is short
+  const fs::path before = fs::current_path();
+  fs::current_path(directory);
+  const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   EXPECT_EQ(0, ::bind(file, reinterpret_cast<sockaddr*>(&address), sizeof address));
   ::close(file);
-  ASSERT_EQ(0, ::fchdir(here));
-  ::close(here);
+  fs::current_path(before);
 }
 
 }  // namespace
 
-std::map<std::string, std::string> Describe(const std::string& root) {
-  std::map<std::string, std::string> items;
-  std::map<ino_t, std::string> firstNames;
-  std::map<std::string, std::string> paths{{"", root}};  // sorted: which name of a file comes first is always the same
-  if (fs::is_directory(fs::symlink_status(root))) {
-    for (const auto& entry : fs::recursive_directory_iterator(root)) {
-      paths[entry.path().native().substr(root.size())] = entry.path().native();
-    }
+Abilities AbilitiesOf(const std::string& directory) {
+  const bool keepsAttributes = ::setxattr(directory.c_str(), "user.probe", "1", 1, 0) == 0;
+  return {keepsAttributes, ShowsHardLinks(directory)};
+}
+
+void MakeSampleTree(const std::string& root, Abilities abilities) {
+  fs::create_directories(root + "/nested/deep");
+  fs::create_directories(root + "/empty");
+  fs::create_directories(root + "/locked");
+  WriteFile(root + "/plain", "plain bytes");
+  WriteFile(root + "/nested/deep/leaf", "leaf bytes");
+  WriteFile(root + "/locked/inside", "inside bytes");
+  WriteFile(root + "/special", "special bytes");
+  if (abilities.attributes) {
+    EXPECT_EQ(0, ::setxattr((root + "/plain").c_str(), "user.note", "remember", 8, 0));
+    (void)GrantAccess(root + "/plain", "system.posix_acl_access");
   }
-  for (const auto& [name, path] : paths) items[name] = DescribeItem(path, firstNames, name);
-  return items;
+  if (abilities.hardLinks) fs::create_hard_link(root + "/plain", root + "/nested/twin");
+  fs::create_symlink("plain", root + "/link");
+  fs::create_symlink("nowhere", root + "/dangling");
+  ASSERT_EQ(0, ::mkfifo((root + "/fifo").c_str(), 0600));
+  MakeSparse(root + "/sparse");
+  if (::geteuid() == 0) {
+    ASSERT_EQ(0, ::chown((root + "/nested/deep/leaf").c_str(), kNobody, kNobody));
+  }
+  ASSERT_EQ(0, ::chmod((root + "/special").c_str(), 04751));
+  ASSERT_EQ(0, ::chmod((root + "/nested").c_str(), 0700));
+  StampAll(root);
+  ASSERT_EQ(0, ::chmod((root + "/locked").c_str(), 0555));
 }
 
 void MakeMixedTree(const std::string& root) {
-  ASSERT_TRUE(fs::create_directories(root + "/d/read-only"));
-  WriteFile(root + "/file", "contents");
-  (void)::setxattr((root + "/file").c_str(), "user.quill-test", "value", 5, 0);  // where there are such attributes
-  ASSERT_EQ(0, ::chmod((root + "/file").c_str(), 0640));
-  SetTimes(root + "/file", 1000000000);
-  fs::create_hard_link(root + "/file", root + "/d/other name");
-  WriteFile(root + "/d/holes", "begin");
-  fs::resize_file(root + "/d/holes", 1 << 20);
-  WriteFile(root + "/d/large", std::string(700000, 'x'));
-  WriteFile(root + "/d/\xff\n\x01", "not text");
-  WriteFile(root + "/" + std::string(255, 'n'), "");
-  fs::create_symlink("/nowhere", root + "/dangling");
-  SetTimes(root + "/dangling", 5);
-  fs::create_directory_symlink("/etc", root + "/d/outside");
-  ASSERT_EQ(0, ::mkfifo((root + "/d/fifo").c_str(), 0620));
-  MakeSocket(root, "socket");
-  WriteFile(root + "/d/read-only/file", "kept");
-  ASSERT_EQ(0, ::chmod((root + "/d/read-only").c_str(), 0555));
-  SetTimes(root + "/d", 7);
+  MakeSampleTree(root, AbilitiesOf(fs::path(root).parent_path()));
+  WriteFile(root + "/large", std::string(700'000, 'x'));
+  for (const std::string& name :
+       {std::string("\xff\n\x01"), std::string(255, 'n'), std::string("\xc3\xa9"), std::string("e\xcc\x81")})
+    WriteFile(root + "/" + name, name);
+  fs::create_directory_symlink("/etc", root + "/outside");
+  fs::create_symlink("loop", root + "/loop");
+  MakeSocket(root);
+  (void)::mknod((root + "/device").c_str(), S_IFCHR | 0600, makedev(1, 5));  // where that is allowed
+  Stamp(root);
 }
 
-void MakeDeepTree(const std::string& root, int levels) {
-  ASSERT_EQ(0, ::mkdir(root.c_str(), 0755));
-  int here = ::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  const std::string name(20, 'd');
-  for (int level = 0; level < levels; ++level) {
-    ASSERT_EQ(0, ::mkdirat(here, name.c_str(), 0755));
-    ::close(::openat(here, "file", O_WRONLY | O_CREAT | O_CLOEXEC, 0644));
-    const int next = ::openat(here, name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_GE(next, 0);
-    ::close(here);
-    here = next;
-  }
-  ::close(here);
+bool GrantAccess(const std::string& path, const char* list) {
+  return ::setxattr(path.c_str(), list, kAccessList, sizeof kAccessList, 0) == 0;
+}
+
+void RemoveAll(const std::string& path) {
+  std::error_code error;
+  fs::remove_all(path, error);
+  if (!error) return;
+  fs::permissions(path, fs::perms::owner_all, error);
+  for (auto entry = fs::recursive_directory_iterator(path, fs::directory_options::skip_permission_denied, error);
+       entry != fs::recursive_directory_iterator(); entry.increment(error))
+    if (fs::is_directory(entry->symlink_status())) fs::permissions(entry->path(), fs::perms::owner_all, error);
+  fs::remove_all(path, error);
+  EXPECT_FALSE(error) << path << ": " << error.message();
 }
 
 }  // namespace quill_test

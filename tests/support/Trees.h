@@ -1,20 +1,31 @@
-// Trees to work on, and a way to see whether two of them are the same.
+// Trees to work on.
 #pragma once
 
-#include <map>
 #include <string>
 
 namespace quill_test {
 
-/// Everything that a copy keeps, by path relative to \p root: type, permissions, owner, times, contents, extended
-/// attributes, targets of links, and which names are links to one file.
-std::map<std::string, std::string> Describe(const std::string& root);
+/// What a file system, or each of two, holds and shows.
+struct Abilities {
+  bool attributes;
+  bool hardLinks;
+};
 
-/// A directory with one of each: a file with attributes, another name for it, holes, names that are not text, links
-/// that dangle and that lead outside, a FIFO, a socket, a read-only directory, times long ago.
+/// Leaves nothing in the directory that it tries them in.
+Abilities AbilitiesOf(const std::string& directory);
+
+/// A small tree with one of everything that an operation must bring along: an access list, another name for a file,
+/// links, a FIFO, holes, another owner, set-user-id, shut and read-only directories, times of their own.
+void MakeSampleTree(const std::string& root, Abilities abilities);
+
+/// The same with a file of many blocks, names that are not text, twins (one name in two normalizations), links that
+/// lead outside and nowhere but to themselves, a socket and an endless device.
 void MakeMixedTree(const std::string& root);
 
-/// \p levels directories, one in the other, each with a file in it.
-void MakeDeepTree(const std::string& root, int levels);
+/// Gives another user access to \p path by a list, system.posix_acl_access or _default; false where there are none.
+bool GrantAccess(const std::string& path, const char* list);
+
+/// Removes a tree whatever its permissions; follows no link.
+void RemoveAll(const std::string& path);
 
 }  // namespace quill_test

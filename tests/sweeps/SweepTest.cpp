@@ -3,11 +3,17 @@
 #include <sched.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <iostream>
+#include <string_view>
+
+#include "tests/support/Trees.h"
 
 namespace quill_sweep {
 namespace {
+
+constexpr std::size_t kShownFindings = 25;
 
 dev_t DeviceOf(const std::string& path) {
   struct stat status {};
@@ -24,24 +30,57 @@ void StayOnThisProcessor() {
 
 }  // namespace
 
+bool IsFullSweep() {
+  const char* wish = std::getenv("QUILL_SWEEP");
+  return wish && std::string_view(wish) == "full";
+}
+
+bool IsChosenCall(int call) {
+  const char* wish = std::getenv("QUILL_SWEEP_CALL");
+  return !wish || std::atoi(wish) == call;
+}
+
+void Findings::Add(const std::string& where, const std::string& what) {
+  if (!what.empty()) lines.push_back(where + ": " + what);
+}
+
+Findings::~Findings() {
+  std::cout << title << ": " << points << " points, " << lines.size() << " findings";
+  if (leftovers != 0) std::cout << ", " << leftovers << " leftovers under temporary names where no clean-up could run";
+  std::cout << (IsFullSweep() ? "" : " (thinned; QUILL_SWEEP=full runs all)") << std::endl;
+  EXPECT_GT(points, 0U) << title;
+  for (std::size_t i = 0; i < lines.size() && i < kShownFindings; ++i) ADD_FAILURE() << title << ", " << lines[i];
+  if (lines.size() > kShownFindings) ADD_FAILURE() << title << ": " << lines.size() << " findings in all";
+}
+
 void SweepTest::SetUp() {
   DirectoryTest::SetUp();
   StayOnThisProcessor();
   for (const char* candidate : {"/dev/shm", "/tmp", "/var/tmp", "/run"}) {
-    std::string name = std::string(candidate) + "/quill-test.XXXXXX";
-    if (DeviceOf(candidate) == DeviceOf(Root()) || !::mkdtemp(name.data())) continue;
-    elsewhere = name;
-    return;
+    if (DeviceOf(candidate) == DeviceOf(Root())) continue;
+    elsewhere = quill_test::MakeNumberedDirectory(candidate);
+    if (!elsewhere.empty()) return;
   }
 }
 
 void SweepTest::TearDown() {
-  if (!elsewhere.empty()) RemoveAll(elsewhere);
+  if (!elsewhere.empty()) quill_test::RemoveAll(elsewhere);
   DirectoryTest::TearDown();
 }
 
-void SweepTest::RecordSkipped(const std::string& title) {
-  std::cout << "SKIPPED " << title << ": every writable directory is on one file system" << std::endl;
+void SweepTest::ForEach(const std::vector<Verb>& verbs, const std::function<void(Scene&, Findings&)>& sweep) {
+  const char* wish = std::getenv("QUILL_SWEEP_OPERATION");
+  for (const auto& operation : Operations()) {
+    const bool isChosen = !wish || operation.Title() == wish;
+    if (!isChosen || std::find(verbs.begin(), verbs.end(), operation.verb) == verbs.end()) continue;
+    if (operation.crosses && elsewhere.empty()) {
+      std::cout << "SKIPPED " << operation.Title() << ": every writable directory is on one file system" << std::endl;
+      continue;
+    }
+    Scene scene(operation, Root(), elsewhere);
+    Findings findings(operation.Title());
+    sweep(scene, findings);
+  }
 }
 
 }  // namespace quill_sweep

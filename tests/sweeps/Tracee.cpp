@@ -14,7 +14,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <iterator>
 #include <utility>
 
 namespace quill_sweep {
@@ -23,66 +23,22 @@ namespace {
 constexpr int kTooManyCalls = 100'000;
 constexpr unsigned kSecondsToLive = 60;
 
-struct CallName {
-  long number;
-  const char* name;
-  int pathArgument;
-  bool mayBeRepeated;
-};
+#define NAMED(call) std::pair(SYS_##call, #call)
+constexpr std::pair<long, const char*> kNames[] = {
+    NAMED(open),       NAMED(openat),     NAMED(read),      NAMED(write),      NAMED(copy_file_range),
+    NAMED(ftruncate),  NAMED(fallocate),  NAMED(fsync),     NAMED(fdatasync),  NAMED(syncfs),
+    NAMED(fchmod),     NAMED(fchown),     NAMED(close),     NAMED(statx),      NAMED(newfstatat),
+    NAMED(fstat),      NAMED(getdents64), NAMED(unlink),    NAMED(unlinkat),   NAMED(mkdir),
+    NAMED(mkdirat),    NAMED(rename),     NAMED(renameat2), NAMED(linkat),     NAMED(symlinkat),
+    NAMED(readlinkat), NAMED(mknodat),    NAMED(fchmodat),  NAMED(fchownat),   NAMED(utimensat),
+    NAMED(faccessat2), NAMED(fsetxattr),  NAMED(fgetxattr), NAMED(flistxattr), NAMED(lsetxattr),
+    NAMED(lgetxattr),  NAMED(llistxattr), NAMED(lseek),     NAMED(ioctl),      NAMED(mmap)};
+#undef NAMED
 
-constexpr CallName kCallNames[] = {
-    {SYS_open, "open", 0, true},
-    {SYS_openat, "openat", 1, true},
-    {SYS_openat2, "openat2", 1, true},
-    {SYS_read, "read", -1, true},
-    {SYS_pread64, "pread64", -1, true},
-    {SYS_write, "write", -1, true},
-    {SYS_pwrite64, "pwrite64", -1, true},
-    {SYS_copy_file_range, "copy_file_range", -1, true},
-    {SYS_sendfile, "sendfile", -1, true},
-    {SYS_ftruncate, "ftruncate", -1, true},
-    {SYS_fallocate, "fallocate", -1, true},
-    {SYS_fsync, "fsync", -1, true},
-    {SYS_fdatasync, "fdatasync", -1, true},
-    {SYS_fchmod, "fchmod", -1, true},
-    {SYS_fchown, "fchown", -1, true},
-    {SYS_close, "close", -1, true},
-    {SYS_syncfs, "syncfs", -1, false},
-    {SYS_statx, "statx", 1, false},
-    {SYS_newfstatat, "newfstatat", 1, false},
-    {SYS_fstat, "fstat", -1, false},
-    {SYS_getdents64, "getdents64", -1, false},
-    {SYS_unlink, "unlink", 0, false},
-    {SYS_unlinkat, "unlinkat", 1, false},
-    {SYS_rmdir, "rmdir", 0, false},
-    {SYS_mkdir, "mkdir", 0, false},
-    {SYS_mkdirat, "mkdirat", 1, false},
-    {SYS_rename, "rename", 0, false},
-    {SYS_renameat2, "renameat2", 1, false},
-    {SYS_linkat, "linkat", 1, false},
-    {SYS_symlinkat, "symlinkat", 2, false},
-    {SYS_readlinkat, "readlinkat", 1, false},
-    {SYS_mknodat, "mknodat", 1, false},
-    {SYS_fchmodat, "fchmodat", 1, false},
-    {SYS_chmod, "chmod", 0, false},
-    {SYS_chown, "chown", 0, false},
-    {SYS_lchown, "lchown", 0, false},
-    {SYS_fchownat, "fchownat", 1, false},
-    {SYS_utimensat, "utimensat", 1, false},
-    {SYS_faccessat, "faccessat", 1, false},
-    {SYS_faccessat2, "faccessat2", 1, false},
-    {SYS_fsetxattr, "fsetxattr", 1, false},
-    {SYS_fgetxattr, "fgetxattr", 1, false},
-    {SYS_flistxattr, "flistxattr", -1, false},
-    {SYS_setxattr, "setxattr", 0, false},
-    {SYS_lsetxattr, "lsetxattr", 0, false},
-    {SYS_lgetxattr, "lgetxattr", 0, false},
-    {SYS_llistxattr, "llistxattr", 0, false},
-    {SYS_lseek, "lseek", -1, false},
-    {SYS_ioctl, "ioctl", -1, false},
-    {SYS_fcntl, "fcntl", -1, false},
-    {SYS_mmap, "mmap", -1, false},
-};
+// POSIX lets them be interrupted, and repeating them is safe.
+constexpr long kMayBeRepeated[] = {SYS_open,      SYS_openat,    SYS_read,  SYS_write,     SYS_copy_file_range,
+                                   SYS_ftruncate, SYS_fallocate, SYS_fsync, SYS_fdatasync, SYS_fchmod,
+                                   SYS_fchown,    SYS_close};
 
 // Calls that cannot fail in a correct program, those by which it ends or stops itself, and brk, which answers a failure
 // with the old end.
@@ -93,14 +49,15 @@ constexpr long kCannotFail[] = {
     SYS_sigaltstack, SYS_brk,
 };
 
-const CallName* NameOf(long number) {
-  const auto found = std::find_if(std::begin(kCallNames), std::end(kCallNames),
-                                  [&](const CallName& call) { return call.number == number; });
-  return found == std::end(kCallNames) ? nullptr : &*found;
+std::string NameOf(long number) {
+  for (const auto& [known, name] : kNames)
+    if (known == number) return name;
+  return "system call " + std::to_string(number);
 }
 
-bool CanFail(long number) {
-  return std::find(std::begin(kCannotFail), std::end(kCannotFail), number) == std::end(kCannotFail);
+template <std::size_t count>
+bool Contains(const long (&numbers)[count], long number) {
+  return std::find(std::begin(numbers), std::end(numbers), number) != std::end(numbers);
 }
 
 [[noreturn]] void Become(const std::vector<std::string>& command, int output) {
@@ -117,9 +74,9 @@ bool CanFail(long number) {
   ::_exit(127);
 }
 
-void SetRegister(pid_t process, std::size_t offset, long value) {
+void Trace(__ptrace_request request, pid_t process, std::size_t address, long data) {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): ptrace takes numbers as pointers
-  ::ptrace(PTRACE_POKEUSER, process, reinterpret_cast<void*>(offset), reinterpret_cast<void*>(value));
+  ::ptrace(request, process, reinterpret_cast<void*>(address), reinterpret_cast<void*>(data));
 }
 
 }  // namespace
@@ -152,9 +109,7 @@ Tracee::~Tracee() {
 
 // Runs to the next stop. A signal at which the program stopped is delivered first.
 void Tracee::Resume(int request) {
-  const long signal = std::exchange(signalToDeliver, 0);
-  // NOLINTNEXTLINE(performance-no-int-to-ptr): ptrace takes numbers as pointers
-  ::ptrace(static_cast<__ptrace_request>(request), process, nullptr, reinterpret_cast<void*>(signal));
+  Trace(static_cast<__ptrace_request>(request), process, 0, std::exchange(signalToDeliver, 0));
   ::waitpid(process, &waitStatus, 0);
   ended = !WIFSTOPPED(waitStatus);
   if (!ended && WSTOPSIG(waitStatus) != (SIGTRAP | 0x80) && WSTOPSIG(waitStatus) != SIGTRAP)
@@ -165,16 +120,15 @@ void Tracee::Resume(int request) {
 bool Tracee::EnterCall() {
   inCall = !inCall;
   if (!inCall) {
-    if (const int error = std::exchange(pendingError, 0))
-      SetRegister(process, offsetof(user_regs_struct, rax), -static_cast<long>(error));
+    const long error = std::exchange(pendingError, 0);
+    if (error != 0) Trace(PTRACE_POKEUSER, process, offsetof(user_regs_struct, rax), -error);
     return false;
   }
   user_regs_struct registers{};
   ::ptrace(PTRACE_GETREGS, process, nullptr, &registers);
   number = static_cast<long>(registers.orig_rax);
-  const std::uint64_t given[] = {registers.rdi, registers.rsi, registers.rdx,
-                                 registers.r10, registers.r8,  registers.r9};
-  std::copy(std::begin(given), std::end(given), std::begin(arguments));
+  arguments[0] = registers.rdi;
+  arguments[1] = registers.rsi;
   return true;
 }
 
@@ -186,43 +140,39 @@ bool Tracee::Next() {
       signalToDeliver = 0;
       counting = false;
     }
-    if (WSTOPSIG(waitStatus) != (SIGTRAP | 0x80) || !EnterCall() || !CanFail(number)) continue;
+    if (WSTOPSIG(waitStatus) != (SIGTRAP | 0x80) || !EnterCall() || Contains(kCannotFail, number)) continue;
     if (++callsMade <= kTooManyCalls) return true;
     Kill();
   }
   return false;
 }
 
-std::string Tracee::TextAt(std::uint64_t address) const {
+bool Tracee::RunTo(int call) {
+  while (callsMade < call)
+    if (!Next()) return false;
+  return true;
+}
+
+std::string Tracee::Path() const {
+  const std::string name = NameOf(number);
+  const bool isBelowDescriptor = name.ends_with("at") || name.ends_with("at2") || name == "statx";
+  const std::uint64_t address = arguments[isBelowDescriptor ? 1 : 0];
   char text[512] = "";
   // NOLINTNEXTLINE(performance-no-int-to-ptr): an address in the other process
-  iovec there{reinterpret_cast<void*>(address), 4096 - address % 4096};
+  iovec there{reinterpret_cast<void*>(address), std::min<std::size_t>(4096 - address % 4096, sizeof text - 1)};
   iovec here{text, sizeof text - 1};
-  there.iov_len = std::min(there.iov_len, here.iov_len);
   (void)::process_vm_readv(process, &here, 1, &there, 1, 0);  // unreadable: no text
   return text;
 }
 
-std::string Tracee::Path() const {
-  const auto* name = NameOf(number);
-  return name && name->pathArgument >= 0 ? TextAt(arguments[name->pathArgument]) : "";
-}
-
 std::string Tracee::Describe() const {
-  const auto* name = NameOf(number);
-  if (!name) return "system call " + std::to_string(number);
-  return name->pathArgument < 0 ? name->name : std::string(name->name) + "(\"" + Path() + "\")";
+  const std::string path = Path();
+  return NameOf(number) + (path.empty() ? "" : "(\"" + path + "\")");
 }
 
-bool Tracee::MayBeRepeated() const {
-  const auto* name = NameOf(number);
-  return name && name->mayBeRepeated;
-}
+bool Tracee::MayBeRepeated() const { return Contains(kMayBeRepeated, number); }
 
-bool Tracee::Is(const char* name) const {
-  const auto* known = NameOf(number);
-  return known && std::strcmp(known->name, name) == 0;
-}
+bool Tracee::Is(const char* name) const { return NameOf(number) == name; }
 
 bool Tracee::OnlyTakesMemory() const { return number == SYS_mmap; }
 
@@ -240,7 +190,7 @@ bool Tracee::EndsWriting() const {
 
 void Tracee::Fail(int error) {
   pendingError = error;
-  if (number != SYS_close) SetRegister(process, offsetof(user_regs_struct, orig_rax), -1);
+  if (number != SYS_close) Trace(PTRACE_POKEUSER, process, offsetof(user_regs_struct, orig_rax), -1);
 }
 
 void Tracee::Kill() {

@@ -8,13 +8,11 @@
 #include <sys/types.h>
 
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace quill_sweep {
 
-/// How the program ended.
 struct Outcome {
   /// The exit status, or -1 when a signal ended it.
   int status = -1;
@@ -33,17 +31,17 @@ class Tracee {
 
   /// Runs to the entry of the next counted call; false when there is none.
   bool Next();
+  /// Runs to the entry of the \p call-th counted call, from 1; false when there are not so many.
+  bool RunTo(int call);
 
-  // About the call at whose entry the program stands.
-  /// Its name and the path that it was given, for messages.
+  // About the call at whose entry the program stands:
   std::string Describe() const;
-  /// The path that it was given, "" for none.
   std::string Path() const;
+  bool Is(const char* name) const;
   /// POSIX lets it be interrupted, and repeating it is safe.
   bool MayBeRepeated() const;
   /// It makes data durable or releases a descriptor that data was written through, so that its failure is a lost write.
   bool EndsWriting() const;
-  bool Is(const char* name) const;
   /// It can only fail for want of memory.
   bool OnlyTakesMemory() const;
 
@@ -56,7 +54,6 @@ class Tracee {
  private:
   void Resume(int request);
   bool EnterCall();
-  std::string TextAt(std::uint64_t address) const;
 
   pid_t process = -1;
   int outputEnd = -1;
@@ -68,7 +65,7 @@ class Tracee {
   int pendingError = 0;
   int callsMade = 0;
   long number = -1;
-  std::uint64_t arguments[6]{};
+  std::uint64_t arguments[2]{};  // the first of them
 };
 
 }  // namespace quill_sweep

@@ -2,7 +2,7 @@
 // that operation alone. Exits 0 for true and 1 for false, and prints the code, the descriptors that were left open and
 // what a copy could not carry over.
 //
-//   TreeDriver [--stop] copy|clobber|move|replace FROM TO | remove|ensure|trash PATH | rename NAME PATH
+//   TreeDriver [--stop] copy|clobber|move|replace FROM TO | remove|ensure PATH
 //   TreeDriver temporaries DIRECTORY COUNT      prints the path of each file and directory that it makes
 #include <csignal>
 #include <cstdio>
@@ -45,12 +45,6 @@ const std::map<std::string, Operation> kOperations = {
     {"replace", [](auto& host, auto& at) { return host.FileOrDirMove(Path(at[0]), Path(at[1]), /*clobber=*/true); }},
     {"remove", [](auto& host, auto& at) { return host.DirDeleteWithContents(Path(at[0])); }},
     {"ensure", [](auto& host, auto& at) { return host.DirEnsure(Path(at[0])); }},
-    {"rename", [](auto& host, auto& at) { return host.FileRename(Path(at[0]), Path(at[1])); }},
-    {"trash",
-     [](auto& host, auto& at) {
-       QuillFileString trashed;
-       return host.FileOrDirMoveToTrash(Path(at[0]), trashed);
-     }},
     {"temporaries", MakeTemporaries},
 };
 

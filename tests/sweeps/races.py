@@ -4,7 +4,7 @@
 import os
 import subprocess
 
-from stage import IS_FULL, Stage, main
+from stage import DRIVER, IS_FULL, Stage, main
 
 PROCESSES = 16
 ITEMS = 1000 if IS_FULL else 100
@@ -12,7 +12,7 @@ ITEMS = 1000 if IS_FULL else 100
 
 class Races(Stage):
     def at_once(self, *words, umask=-1):
-        children = [subprocess.Popen((self.driver,) + words, stdout=subprocess.PIPE, umask=umask) for _ in range(PROCESSES)]
+        children = [subprocess.Popen((DRIVER,) + words, stdout=subprocess.PIPE, umask=umask) for _ in range(PROCESSES)]
         outputs = [child.communicate()[0].decode() for child in children]
         self.assertEqual([0] * PROCESSES, [child.returncode for child in children])
         return outputs

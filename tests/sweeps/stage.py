@@ -1,8 +1,8 @@
 """What the scripts beside this file share: a stage of their own, running the command line under limits, comparing trees."""
 
+import collections
 import os
 import resource
-import shutil
 import stat
 import subprocess
 import sys
@@ -11,26 +11,17 @@ import unittest
 
 QUILLFS, DRIVER = (os.path.abspath(path) for path in sys.argv[1:3])
 IS_FULL = os.environ.get("QUILL_SWEEP") == "full"
-NOBODY = 65534
 
 
-class Result:
-    def __init__(self, status, errors, peak_kib):
-        self.status, self.errors, self.peak_kib = status, errors, peak_kib
+Result = collections.namedtuple("Result", "status errors peak_kib")
 
 
-def run(*words, limits=(), ordinary=False, umask=None, seconds=300):
-    """Runs a program; the status is negative for a signal. `ordinary` drops to a user without privileges."""
+def run(*words, limits=(), seconds=300):
+    """Runs a program; the status is negative for a signal."""
 
     def prepare():
         for which, value in limits:
             resource.setrlimit(which, (value, value))
-        if umask is not None:
-            os.umask(umask)
-        if ordinary and os.geteuid() == 0:
-            os.setgroups([])
-            os.setgid(NOBODY)
-            os.setuid(NOBODY)
 
     with tempfile.TemporaryFile() as errors:
         child = subprocess.Popen(("timeout", "-k", "1", str(seconds)) + words, stderr=errors, stdin=subprocess.DEVNULL,
@@ -69,13 +60,11 @@ def write(path, content=b"content"):
 
 
 class Stage(unittest.TestCase):
-    """Each case gets a fresh directory, in which the programs stand too, where any user can reach them."""
+    """Each case gets a fresh directory."""
 
     def setUp(self):
         self.root = tempfile.mkdtemp(prefix="quill-stage.")
-        os.chmod(self.root, 0o755)
         self.addCleanup(self.clear)
-        self.quillfs, self.driver = (shutil.copy(program, self.root) for program in (QUILLFS, DRIVER))
 
     def clear(self):
         subprocess.run(["rm", "-rf", self.root], check=True)
@@ -87,8 +76,15 @@ class Stage(unittest.TestCase):
         os.makedirs(self.at(*names), exist_ok=True)
         return self.at(*names)
 
-    def expect(self, status, result):
-        self.assertEqual(status, result.status, result.errors)
+    def succeeds(self, *words, **options):
+        result = run(QUILLFS, *words, **options)
+        self.assertEqual(0, result.status, result.errors)
+        return result
+
+    def fails(self, *words, **options):
+        result = run(QUILLFS, *words, **options)
+        self.assertEqual(1, result.status, result.errors)
+        return result
 
     def expect_only(self, names, directory):
         self.assertEqual(sorted(names), sorted(os.listdir(directory)), "strays in " + directory)

@@ -1,24 +1,24 @@
-#include "tests/sweeps/Snapshot.h"
+#include "tests/support/Snapshot.h"
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <set>
 #include <sstream>
 #include <string_view>
 #include <utility>
 
-namespace quill_sweep {
+namespace quill_test {
 namespace {
 
 using Twins = std::map<std::pair<dev_t, ino_t>, std::string>;
 
-std::string Bytes(const std::string& path, off_t size) {
-  std::string bytes(static_cast<std::size_t>(size), '\0');
+std::string Bytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  file.read(bytes.data(), size);
-  bytes.resize(static_cast<std::size_t>(file.gcount()));
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
   if (bytes.size() < 200) return "\"" + bytes + "\"";
   return std::to_string(bytes.size()) + " bytes, hash " + std::to_string(std::hash<std::string>{}(bytes));
 }
@@ -40,7 +40,7 @@ std::string Attributes(const std::string& path) {
 
 std::string Substance(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) return "directory";
-  if (S_ISREG(status.st_mode)) return "file " + Bytes(path, status.st_size);
+  if (S_ISREG(status.st_mode)) return "file " + Bytes(path);
   if (S_ISLNK(status.st_mode)) return "link to " + std::filesystem::read_symlink(path).string();
   return "special " + std::to_string(status.st_mode & S_IFMT) + " " + std::to_string(status.st_rdev);
 }
@@ -50,6 +50,7 @@ std::string Metadata(const std::string& path, const struct stat& status, const s
   if (!S_ISLNK(status.st_mode)) text << "mode " << std::oct << (status.st_mode & 07777U) << std::dec << ' ';
   text << "owner " << status.st_uid << ':' << status.st_gid << " modified " << status.st_mtim.tv_sec << '.'
        << status.st_mtim.tv_nsec << Attributes(path);
+  if (S_ISREG(status.st_mode) && status.st_blocks * 512 < status.st_size) text << " with holes";
   if (!twin.empty()) text << " same as " << twin;
   return text.str();
 }
@@ -72,9 +73,9 @@ void Add(const std::string& root, const std::string& relative, Twins& twins, Sna
   snapshot[relative] = {Substance(path, status), Metadata(path, status, twin), Identity(status)};
   if (!isDirectory) return;
   std::error_code ignored;  // a directory that may not be read has no children here
-  std::map<std::string, int> names;
-  for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) names[entry.path().filename()] = 0;
-  for (const auto& [name, unused] : names) Add(root, relative.empty() ? name : relative + "/" + name, twins, snapshot);
+  std::set<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) names.insert(entry.path().filename());
+  for (const auto& name : names) Add(root, relative.empty() ? name : relative + "/" + name, twins, snapshot);
 }
 
 std::string Text(const Item& item, Scope scope) {
@@ -114,4 +115,4 @@ bool IsPartOf(const Snapshot& actual, const Snapshot& expected) {
   return true;
 }
 
-}  // namespace quill_sweep
+}  // namespace quill_test

@@ -4,12 +4,12 @@
 #include <map>
 #include <string>
 
-namespace quill_sweep {
+namespace quill_test {
 
 struct Item {
   /// Kind, bytes, the text of a link, the numbers of a device.
   std::string substance;
-  /// Mode, owner, modification time, extended attributes, which other name of the tree is the same item.
+  /// Mode, owner, modification time, holes, extended attributes, which other name of the tree is the same item.
   std::string metadata;
   /// Inode and change time: differs after any change at all.
   std::string identity;
@@ -23,9 +23,9 @@ enum class Scope { kSubstance, kMetadata, kIdentity };
 Snapshot Describe(const std::string& root);
 
 /// What \p actual has more, less or otherwise, as far as \p scope looks; "" when nothing.
-std::string Difference(const Snapshot& expected, const Snapshot& actual, Scope scope);
+std::string Difference(const Snapshot& expected, const Snapshot& actual, Scope scope = Scope::kMetadata);
 
 /// Every item of \p actual stands in \p expected too, with the same substance.
 bool IsPartOf(const Snapshot& actual, const Snapshot& expected);
 
-}  // namespace quill_sweep
+}  // namespace quill_test

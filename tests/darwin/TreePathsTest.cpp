@@ -1,0 +1,119 @@
+// Which paths copy, move and removal of trees take, and which they refuse: nothing is reached through a link that the
+// bare name would not open, and nothing is replaced.
+#include <cerrno>
+#include <filesystem>
+
+#include "platform/darwin/Trees.h"
+#include "tests/support/Fixture.h"
+#include "tests/support/Snapshot.h"
+#include "tests/support/Trees.h"
+
+namespace {
+
+using namespace quill_test;
+namespace fs = std::filesystem;
+
+class TreePaths : public DirectoryTest {
+ protected:
+  void Build() {
+    for (const auto& entry : fs::directory_iterator(Root())) RemoveAll(entry.path());
+    for (const char* name : {"tree/inside", "other"}) fs::create_directories(In(name));
+    WriteFile(In("file"), "contents");
+    WriteFile(In("e\xcc\x81"), "");  // decomposed
+    fs::create_hard_link(In("file"), In("same"));
+    fs::create_directory_symlink("tree", In("link"));
+    fs::create_symlink("file", In("file link"));
+    fs::create_symlink("nowhere", In("dangling"));
+    before = Describe(Root());
+  }
+  bool IsUnchanged() const { return Difference(before, Describe(Root())).empty(); }
+
+  Snapshot before;
+};
+
+TEST_F(TreePaths, SourcesAreJudgedByTheEndOfThePath) {
+  const struct {
+    const char* path;
+    int copied, moved, removed;
+  } rows[] = {{"file", 0, 0, 0},
+              {"file/", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"file/.", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"file/under", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"tree", 0, 0, 0},
+              {"tree/", 0, 0, 0},
+              {"tree//", 0, 0, 0},
+              {"tree/.", 0, EINVAL, EINVAL},
+              {"tree/inside/..", 0, EINVAL, EINVAL},
+              {"link", 0, 0, 0},
+              {"link/", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"link//", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"link/.", ENOTDIR, EINVAL, EINVAL},
+              {"file link/", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"dangling", 0, 0, 0},
+              {"dangling/", ENOTDIR, ENOTDIR, ENOTDIR},
+              {"dangling/.", ENOTDIR, ENOENT, ENOENT},
+              {"missing", ENOENT, ENOENT, ENOENT},
+              {".", EINVAL, EINVAL, EINVAL}};
+  for (const auto& [path, copied, moved, removed] : rows) {
+    const std::string from = In(path), name = from.substr(0, from.find('/', Root().size() + 1));
+    Build();
+    EXPECT_EQ(removed, darwin::RemoveTree(from.c_str())) << path;
+    EXPECT_TRUE(removed == 0 ? !fs::exists(fs::symlink_status(name)) : IsUnchanged()) << path;
+    Build();
+    EXPECT_EQ(moved, darwin::MoveTree(from.c_str(), In("new").c_str())) << path;
+    EXPECT_TRUE(moved == 0 ? !fs::exists(fs::symlink_status(name)) : IsUnchanged()) << path;
+    Build();
+    const auto source = Describe(from);
+    EXPECT_EQ(copied, darwin::CopyTree(from.c_str(), In("new").c_str())) << path;
+    EXPECT_TRUE(copied == 0 ? Difference(source, Describe(In("new"))).empty() : IsUnchanged()) << path;
+    EXPECT_TRUE(removed == 0 || fs::exists(In("tree/inside"))) << path;
+  }
+}
+
+TEST_F(TreePaths, DestinationsAreFreeAndOutsideTheSource) {
+  const struct {
+    const char *from, *to;
+    int error;
+  } rows[] = {
+      {"file", "tree", EEXIST},
+      {"file", "dangling", EEXIST},
+      {"file", "dangling/", EEXIST},
+      {"file", "file", EEXIST},
+      {"file", "same", EEXIST},
+      {"file", "\xc3\xa9", EEXIST},
+      {"tree", "tree", EEXIST},
+      {"tree", "other", EEXIST},
+      {"tree", "other/.", EEXIST},
+      {"tree", "other/..", EEXIST},
+      {"tree", "", EEXIST},
+      {"tree", "tree/new", EINVAL},
+      {"tree", "link/new", EINVAL},
+      {"tree", "link/inside/new", EINVAL},
+      {"tree", "tree/inside/../new", EINVAL},
+      {"tree", "missing/new", ENOENT},
+      {"tree", "new/.", ENOENT},
+      {"tree", "file/new", ENOTDIR},
+      {"file", "new/", ENOTDIR},
+  };
+  Build();
+  for (const auto& [from, to, error] : rows) {
+    EXPECT_EQ(error, darwin::CopyTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
+    EXPECT_EQ(error, darwin::MoveTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
+  }
+  EXPECT_TRUE(IsUnchanged());
+}
+
+TEST_F(TreePaths, TheRootAndNoPathAreRefused) {
+  const std::string place = In("new");
+  EXPECT_EQ(EBUSY, darwin::RemoveTree("/"));
+  EXPECT_EQ(EBUSY, darwin::RemoveTree("//"));
+  EXPECT_EQ(EINVAL, darwin::RemoveTree("."));
+  EXPECT_EQ(ENOENT, darwin::RemoveTree(""));
+  EXPECT_EQ(EBUSY, darwin::MoveTree("/", place.c_str()));
+  EXPECT_EQ(EINVAL, darwin::CopyTree("/", place.c_str()));
+  EXPECT_EQ(EEXIST, darwin::CopyTree(Root().c_str(), "/"));
+  EXPECT_EQ(ENOENT, darwin::CopyTree("", place.c_str()));
+  EXPECT_EQ(ENOENT, darwin::CopyTree(Root().c_str(), ""));
+}
+
+}  // namespace

@@ -3,8 +3,10 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include <cerrno>
+#include <utility>
+
 #include "platform/darwin/FileSizeLimit.h"
-#include "platform/darwin/ItemStatus.h"
 #include "platform/darwin/NameLookup.h"
 #include "platform/darwin/Retry.h"
 
@@ -20,10 +22,6 @@ FileDescriptor Open(const char* path, int flags) {
       OnItem(path, [flags](const char* name) { return Retry([=] { return ::open(name, flags | kAlways); }); }));
 }
 
-bool MayBePositioned(const ItemStatus& status) noexcept {
-  return !S_ISDIR(status.mode) && !S_ISFIFO(status.mode) && !S_ISSOCK(status.mode);
-}
-
 bool IsDirectory(int descriptor) noexcept {
   struct stat status;
   return ::fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode);
@@ -32,27 +30,16 @@ bool IsDirectory(int descriptor) noexcept {
 }  // namespace
 
 FileDescriptor OpenPositionable(const char* path, int access, long long& end) {
-  // Asked before opening: even an open that is given up at once would be felt at the other end of a FIFO.
-  ItemStatus status;
-  int error = GetItemStatus(path, FinalLink::kTarget, status);
-  if (error == 0 && !MayBePositioned(status)) error = ESPIPE;
-  if (error != 0) {
-    errno = error;
-    return {};
-  }
-
   if (access != O_RDONLY) SurviveFileSizeLimit();
   FileDescriptor file = Open(path, access);
   if (!file) return file;
-  const off_t found = ::lseek(file.get(), 0, SEEK_END);
-  if (found < 0) return {};
-  // An end that is not where it was may be that of a directory, put there meanwhile.
-  if (found != status.size && IsDirectory(file.get())) {
+  // For writing, the kernel opens no directory itself.
+  if (access == O_RDONLY && IsDirectory(file.get())) {
     errno = EISDIR;
     return {};
   }
-  end = found;
-  return file;
+  end = ::lseek(file.get(), 0, SEEK_END);
+  return end < 0 ? FileDescriptor() : std::move(file);
 }
 
 FileDescriptor CreateFile(const char* path, ExistingContents contents) {

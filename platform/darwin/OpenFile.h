@@ -10,7 +10,7 @@ namespace darwin {
 
 /// Opens an existing file that can be positioned: no directory, FIFO, socket or terminal. A device counts when the
 /// kernel lets it be positioned, as it does /dev/null. \p access is O_RDONLY, O_WRONLY or O_RDWR. The file pointer
-/// stands at the end, which \p end tells. Three calls.
+/// stands at the end, which \p end tells. Three calls for reading, two for writing.
 FileDescriptor OpenPositionable(const char* path, int access, long long& end);
 
 enum class ExistingContents { kKeep, kEmpty };

@@ -41,9 +41,11 @@ NSFileManager* NSFileManager::defaultManager() noexcept {
 }
 
 bool NSFileManager::fileExistsAtPath(const NSString* path, bool* isDirectory) {
+  // Existence alone is cheaper to ask.
+  if (!isDirectory) return CanAccess(path, F_OK);
   darwin::ItemStatus status;
   if (!FindStatus(path, NSFinalLink::kTarget, status)) return false;
-  if (isDirectory) *isDirectory = status.IsDirectory();
+  *isDirectory = status.IsDirectory();
   return true;
 }
 

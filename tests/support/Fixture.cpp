@@ -14,6 +14,8 @@
 #include <fstream>
 #include <iterator>
 
+#include "tests/support/Trees.h"
+
 namespace quill_test {
 namespace {
 
@@ -86,9 +88,7 @@ void DirectoryTest::SetUp() {
 
 void DirectoryTest::TearDown() {
   EXPECT_EQ(descriptorsBefore, OpenDescriptors()) << "a descriptor was left open";
-  std::error_code error;
-  std::filesystem::remove_all(root, error);
-  EXPECT_FALSE(error) << root << ": " << error.message();
+  RemoveAll(root);
 }
 
 }  // namespace quill_test

@@ -2,7 +2,6 @@
 // attempt works.
 
 #include <cstdlib>
-#include <memory>
 #include <new>
 
 #include "tests/support/RecordingManager.h"
@@ -64,13 +63,6 @@ class AllocationFailure : public DirectoryTest {
     FAIL() << name << " never comes through";
   }
 
-  void List(const QuillFileString& directory) {
-    FindFileInfo info;
-    const auto close = [this](QuillFileFindRef* handle) { manager.FindClose(handle); };
-    const std::unique_ptr<QuillFileFindRef, decltype(close)> listing(manager.FindFirst(directory, info), close);
-    for (bool more = listing != nullptr; more;) more = manager.FindNext(listing.get(), info);
-  }
-
   StandaloneFileManager manager;
 };
 
@@ -93,7 +85,7 @@ TEST_F(AllocationFailure, LeavesNothingBehind) {
   Starve("FileOpen", [&] { const Opened file(manager.FileOpen(other, 0x33)); });
   Starve("FileOpenTemp", [&] { const Opened file(manager.FileOpenTemp()); });
   Starve("FileGetLSize", [&] { manager.FileGetLSize(composed, size); });
-  Starve("FindFirst", [&] { List(Path(Root())); });
+  Starve("FindFirst", [&] { List(manager, Path(Root())); });
   Starve("DirEnsure", [&] { manager.DirEnsure(at(longName + "2/" + longName)); });
   Starve("FileOrDirCopy", [&] { manager.FileOrDirCopy(path, at("copy/" + longName), true); });
   Starve("FileOrDirMove", [&] {

@@ -72,14 +72,12 @@ TEST_F(ChangesTest, EnsureCreatesWhatIsMissingAsTheParentIs) {
   }
   ASSERT_EQ(0, ::chmod(In("empty").c_str(), 02750));
   EXPECT_EQ("true, nothing", Outcome(manager.DirEnsure(At("empty/a/b/../c/"))));
-  struct stat parent {
-  }, made{};
-  ASSERT_EQ(0, ::stat(In("empty").c_str(), &parent));
-  for (const char* name : {"empty/a", "empty/a/b", "empty/a/c"}) {
-    ASSERT_EQ(0, ::stat(In(name).c_str(), &made)) << name;
-    EXPECT_EQ(parent.st_mode, made.st_mode) << name;
-    EXPECT_TRUE(parent.st_uid == made.st_uid && parent.st_gid == made.st_gid) << name;
-  }
+  const auto ownership = [this](const char* name) {
+    struct stat status {};
+    EXPECT_EQ(0, ::stat(In(name).c_str(), &status)) << name;
+    return std::tuple(status.st_mode, status.st_uid, status.st_gid);
+  };
+  for (const char* name : {"empty/a", "empty/a/b", "empty/a/c"}) EXPECT_EQ(ownership("empty"), ownership(name)) << name;
   EXPECT_EQ("true, nothing", Outcome(manager.DirEnsure(At("link/below"))));
   EXPECT_TRUE(There("full/below"));
   EXPECT_EQ("false, nothing", Outcome(manager.DirEnsure(At("file"))));

@@ -1,7 +1,6 @@
 // Listings, links, standard directories and URLs as the layer gives them.
 
 #include <filesystem>
-#include <map>
 
 #include "tests/support/RecordingManager.h"
 #include "tests/support/ScopedVariable.h"
@@ -20,19 +19,10 @@ TEST_F(NamesTest, ListingIsOneLevelDeepAndTellsDirectories) {
   }
   fs::create_symlink("directory", In("to directory"));
   fs::create_symlink("nothing", In("dangling"));
-  const std::map<std::string, int> expected = {{"directory", 1},    {"plain", 0},          {".hidden", 0},
-                                               {"\xc3\xa9", 0},     {"\xff not UTF-8", 0}, {"new\nline", 0},
-                                               {"to directory", 1}, {"dangling", 0}};
-  std::map<std::string, int> listed;
-  FindFileInfo info;
-  QuillFileFindRef* const handle = manager.FindFirst(Path(Root()), info);
-  ASSERT_TRUE(handle);
-  for (bool more = true; more; more = manager.FindNext(handle, info)) {
-    EXPECT_TRUE(listed.emplace(Text(info.path), info.type).second) << "twice: " << Text(info.path);
-  }
-  EXPECT_EQ(expected, listed);
-  EXPECT_FALSE(manager.FindNext(handle, info));
-  EXPECT_TRUE(manager.FindClose(handle) && manager.FindClose(nullptr));
+  const std::multimap<std::string, int> expected = {{"directory", 1},    {"plain", 0},          {".hidden", 0},
+                                                    {"\xc3\xa9", 0},     {"\xff not UTF-8", 0}, {"new\nline", 0},
+                                                    {"to directory", 1}, {"dangling", 0}};
+  EXPECT_EQ(expected, List(manager, Path(Root())));
 }
 
 TEST_F(NamesTest, WhatHasNoEntriesHasNoListing) {
@@ -47,7 +37,7 @@ TEST_F(NamesTest, WhatHasNoEntriesHasNoListing) {
   EXPECT_EQ("/", Text(info.path));
   EXPECT_EQ(kQuillFileTypeDirectory, info.type);
   EXPECT_FALSE(manager.FindNext(volumes, info));
-  EXPECT_TRUE(manager.FindClose(volumes));
+  EXPECT_TRUE(manager.FindClose(volumes) && manager.FindClose(nullptr));
   EXPECT_EQ("nothing", manager.Reason());
 }
 
@@ -65,15 +55,15 @@ TEST_F(NamesTest, EntriesThatVanishAreFiles) {
 
 TEST_F(NamesTest, LinksAreMadeReadAndResolvedOneStep) {
   const std::string longText(1023, 'x'), tooLong(1500, 'y');
-  const std::tuple<std::string, std::string, std::string> rows[] = {{"../x", "../x", In("../x")},
-                                                                    {"/abs/y", "/abs/y", "/abs/y"},
-                                                                    {longText, longText, In(longText)},
-                                                                    {tooLong, tooLong.substr(0, 1024), In(tooLong)},
-                                                                    {"e\xcc\x81", "e\xcc\x81", In("\xc3\xa9")}};
-  for (const auto& [text, read, resolved] : rows) {
+  const std::pair<std::string, std::string> rows[] = {{"../x", In("../x")},
+                                                      {"/abs/y", "/abs/y"},
+                                                      {longText, In(longText)},
+                                                      {tooLong, In(tooLong)},
+                                                      {"e\xcc\x81", In("\xc3\xa9")}};
+  for (const auto& [text, resolved] : rows) {
     QuillFileString target, path = At("link");
     EXPECT_TRUE(manager.FileCreateSymLink(Path(text), path) && manager.FileReadSymLink(path, target)) << text;
-    EXPECT_EQ(read, Text(target));
+    EXPECT_EQ(text.substr(0, 1024), Text(target));
     EXPECT_TRUE(manager._PathCanonicalizeSymLink(path));
     EXPECT_EQ(resolved, Text(path));
     ASSERT_TRUE(manager.FileDelete(At("link")));
@@ -124,7 +114,6 @@ TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
       {kUrl, "docs/a.txt", "file://docs/a.txt"},
       {kUrl, "~/x", "file:///home/me/x"},
       {kUrl, "/a\x01", "(none)"},
-      {kPath, "file:///tmp/a%20b c", "/tmp/a b c"},
       {kPath, "file:///tmp/x?y#%3Fz", "/tmp/x?y#?z"},
       {kPath, "file:///tmp/%C3", refused},
       {kPath, "file://localhost/tmp/a", "/tmp/a"},
@@ -134,7 +123,6 @@ TEST_F(NamesTest, PathsAndUrlsConvertAsTheExamplesSay) {
       {kPath, "file:///tmp/a%2520b", "/tmp/a%20b"},
       {kPath, "file:///a%3A//b", "/a://b"},
       {kPath, "file:///", "/"},
-      {kEarlierUrl, "/tmp/a b", "file:///tmp/a%20b"},
       {kEarlierUrl, In("dir/"), "file://" + In("dir")},
       {kEarlierUrl, In("no dir//"), "file://" + In("no%20dir/")},
       {kEarlierUrl, "/", "file:///"},

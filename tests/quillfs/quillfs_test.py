@@ -63,15 +63,12 @@ class CommandLine(unittest.TestCase):
         for arguments, output, message in [
             (["cat", "none", "f"], b"contents", "none: not found (3003)"),
             (["cat", "d"], b"", "d: not permitted on this kind of item (3006)"),
-            (["size", "none", "f"], b"8  f\n", "none: not found (3003)"),
-            (["rm", "d"], b"", "d: not permitted on this kind of item (3006)"),
             (["rmdir", "d"], b"", "d: directory not empty (3010)"),
             (["readlink", "f"], b"", "f: path not acceptable (3000), Invalid argument"),
             (["write", "none/f", "x"], b"", "none/f: input/output error (2038), No such file or directory"),
             (["truncate", "none"], b"", "none: not found (3003)"),
             (["cp", "f", "d"], b"", "copy f to d: destination is occupied (3012)"),
             (["mv", "d", "d/sub"], b"", "move d to d/sub: path not acceptable (3000), Invalid argument"),
-            (["rename", "f", "d"], b"", "rename f to d: already exists (3011)"),
             (["mkdir", "f/g"], b"", "f/g: not a directory (3007)"),
             (["path", "file:%zz"], b"", "file:%zz: path not acceptable (3000)"),
             (["stat", "a\nb\x1b[1m"], b"", "a\\nb\\x1b[1m: not found (3003)"),
@@ -183,16 +180,12 @@ class CommandLine(unittest.TestCase):
             process.stdout.close()
 
     def test_changes_trees(self):
-        self.succeeds("mkdir", "a/b/c")
-        self.succeeds("write", "a/b/f", "x")
-        self.succeeds("ln", "b/f", "a/link")
-        self.succeeds("cp", "a", "copy/of/a")
-        self.succeeds("mv", "copy/of/a", "moved")
-        self.assertEqual("b/f", os.readlink("moved/link"))
-        self.succeeds("rename", "moved/b/f", "g")
-        self.assertEqual(b"x", self.succeeds("cat", "moved/b/g"))
+        for command in ("mkdir a/b/c", "write a/b/f x", "ln b/f a/link", "cp a copy/of/a", "mv copy/of/a moved",
+                        "rename moved/b/f g"):
+            self.succeeds(*command.split())
+        self.assertEqual(("b/f", b"x"), (os.readlink("moved/link"), self.succeeds("cat", "moved/b/g")))
         self.succeeds("cp", "--clobber", "a", "moved")
-        self.assertTrue(os.path.exists("moved/b/f"))
+        self.assertEqual({"c", "f"}, set(os.listdir("moved/b")))
         self.succeeds("rm", "-r", "a", "moved", "copy")
         self.assertEqual([], os.listdir())
 
@@ -211,7 +204,6 @@ class CommandLine(unittest.TestCase):
             self.assertEqual(seconds, os.stat("f").st_mtime)
         self.succeeds("readonly", "f")
         self.assertEqual(0, os.stat("f").st_mode & 0o222)
-        self.assertEqual(b"no\n", self.succeeds("downloaded", "f"))
 
     def test_converts_names(self):
         os.mkdir("d")
@@ -233,9 +225,8 @@ class CommandLine(unittest.TestCase):
                 time.sleep(delay)
                 process.send_signal(signal.SIGINT)
                 message = process.stderr.read()
-            if process.returncode == 130:
+            if process.returncode not in (0, -signal.SIGINT):  # neither too late nor before it could listen
                 break
-            self.assertIn(process.returncode, (0, -signal.SIGINT))  # too late, or before it could listen
             shutil.rmtree("copy", ignore_errors=True)
         self.assertEqual((130, b""), (process.returncode, message))
         self.assertEqual(["tree"], os.listdir())

@@ -56,20 +56,6 @@ TEST(QuillFileString, CutsTheLastComponent) {
   EXPECT_FALSE(QuillFileString().trimLeaf(nullptr));
 }
 
-TEST(QuillFileString, TakesItsOwnTextAsAnArgument) {
-  for (const std::size_t length : {10U, 300U}) {
-    const std::string head(length, 'x');
-    QuillFileString string = Path(head + "/leaf");
-    string.appendLeaf(string.getUTF8() + length);
-    string.appendLeaf(string);
-    string.setUTF8(string.getUTF8() + length + 1);
-    string = *&string;
-    EXPECT_EQ("leaf/leaf/" + head + "/leaf/leaf", Text(string));
-    EXPECT_TRUE(string.trimLeaf(&string));
-    EXPECT_EQ("leaf/leaf/" + head + "/leaf", Text(string));
-  }
-}
-
 TEST(QuillFileString, KeepsWhatItHeldWhenMemoryIsShort) {
   const QuillFileString other = Path(std::string(96, 'z'));
   for (const std::string& held : {std::string("short/y"), std::string(200, 'x') + "/y"}) {

@@ -1,6 +1,8 @@
 // A manager that remembers every code that came through SetLastError, and whom the layer called through the table.
 #pragma once
 
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,6 +39,18 @@ class RecordingManager : public StandaloneFileManager {
 
   std::vector<int> observed;
 };
+
+/// The entries of a directory, each with its type.
+inline std::multimap<std::string, int> List(CoreFileManager& manager, const QuillFileString& directory) {
+  std::multimap<std::string, int> entries;
+  FindFileInfo info;
+  const auto close = [&](QuillFileFindRef* handle) { manager.FindClose(handle); };
+  const std::unique_ptr<QuillFileFindRef, decltype(close)> handle(manager.FindFirst(directory, info), close);
+  for (bool more = handle != nullptr; more; more = manager.FindNext(handle.get(), info)) {
+    entries.emplace(Text(info.path), info.type);
+  }
+  return entries;
+}
 
 class ManagerTest : public DirectoryTest {
  protected:

@@ -111,6 +111,8 @@ TEST_F(HostTest, MarksDownloadedFiles) {
   for (int time = 0; time < 2; ++time) EXPECT_TRUE(manager.MarkDownloadedFileAsUnsafeOrSafe(path, {}, {}, false));
   EXPECT_FALSE(manager.GetDownloadedStatus(path));
   EXPECT_EQ("true, nothing", Outcome(manager.ScanMediaFile(path)));
+  EXPECT_EQ("false, 3003 recorded", Outcome(manager.ScanMediaFile(At("none"))));
+  EXPECT_EQ("false, 3003 recorded", Outcome(manager.MarkDownloadedFileAsUnsafeOrSafe(At("none"), {}, {}, true)));
 }
 
 TEST_F(HostTest, SetsDatesToTheMicrosecond) {

@@ -79,7 +79,10 @@ TEST_F(StatusTest, WithoutTextEveryOperationFailsAndWritesNothing) {
 
 TEST_F(StatusTest, AvailableSpaceIsAskedForThroughTheTable) {
   struct Promising : RecordingManager {
-    bool FileGetDiskSpace(const QuillFileString&, double& freeBytes, double&) override { return (freeBytes = 21) > 0; }
+    bool FileGetDiskSpace(const QuillFileString&, double& freeBytes, double&) override {
+      freeBytes = 21;
+      return true;
+    }
   } promising;
   double free = 0;
   EXPECT_TRUE(promising.FileGetSpaceAvailable(Path(Root()), free));

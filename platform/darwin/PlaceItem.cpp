@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 
 #include "platform/darwin/FileDescriptor.h"
@@ -27,18 +28,27 @@ int LinkAndUnlink(int fromDirectory, const char* from, int toDirectory, const ch
   return error;
 }
 
-int Claim(int directory, const char* name, bool asDirectory) {
-  if (asDirectory) return Retry([&] { return ::mkdirat(directory, name, S_IRWXU); }) == 0 ? 0 : errno;
+int Claim(int directory, const char* name) {
   constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
   return FileDescriptor(Retry([&] { return ::openat(directory, name, kFlags, S_IRUSR | S_IWUSR); })) ? 0 : errno;
 }
 
-int RenameOverClaim(int fromDirectory, const char* from, int toDirectory, const char* to, bool isDirectory) {
-  if (const int error = Claim(toDirectory, to, isDirectory)) return error;
+int RenameOverClaim(int fromDirectory, const char* from, int toDirectory, const char* to) {
+  if (const int error = Claim(toDirectory, to)) return error;
   if (Retry([&] { return ::renameat(fromDirectory, from, toDirectory, to); }) == 0) return 0;
   const int reason = errno;
-  (void)Unlink(toDirectory, to, isDirectory ? AT_REMOVEDIR : 0);
+  (void)Unlink(toDirectory, to, 0);
   return reason;
+}
+
+/// No directory is created first to claim the name: it would stay there if the program were killed. Of what others put
+/// there after the question, the kernel lets a directory replace an empty directory alone.
+int RenameDirectory(int fromDirectory, const char* from, int toDirectory, const char* to) {
+  struct stat standing;
+  if (::fstatat(toDirectory, to, &standing, AT_SYMLINK_NOFOLLOW) == 0) return EEXIST;
+  if (errno != ENOENT) return errno;
+  if (Retry([&] { return ::renameat(fromDirectory, from, toDirectory, to); }) == 0) return 0;
+  return errno == ENOTDIR || errno == ENOTEMPTY ? EEXIST : errno;
 }
 
 }  // namespace
@@ -50,11 +60,9 @@ int RenameToFreeName(int fromDirectory, const char* from, int toDirectory, const
 int PlaceItem(int fromDirectory, const char* from, int toDirectory, const char* to, bool isDirectory) {
   int error = RenameToFreeName(fromDirectory, from, toDirectory, to);
   if (error != EINVAL && error != ENOSYS) return error;
-  if (!isDirectory) {
-    error = LinkAndUnlink(fromDirectory, from, toDirectory, to);
-    if (!LinksAreMissing(error)) return error;
-  }
-  return RenameOverClaim(fromDirectory, from, toDirectory, to, isDirectory);
+  if (isDirectory) return RenameDirectory(fromDirectory, from, toDirectory, to);
+  error = LinkAndUnlink(fromDirectory, from, toDirectory, to);
+  return LinksAreMissing(error) ? RenameOverClaim(fromDirectory, from, toDirectory, to) : error;
 }
 
 }  // namespace darwin

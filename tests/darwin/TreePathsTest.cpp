@@ -1,7 +1,10 @@
 // Which paths copy, move and removal of trees take, and which they refuse: nothing is reached through a link that the
 // bare name would not open, and nothing is replaced.
+#include <unistd.h>
+
 #include <cerrno>
 #include <filesystem>
+#include <vector>
 
 #include "platform/darwin/Trees.h"
 #include "tests/support/Fixture.h"
@@ -103,17 +106,20 @@ TEST_F(TreePaths, DestinationsAreFreeAndOutsideTheSource) {
   EXPECT_TRUE(IsUnchanged());
 }
 
-TEST_F(TreePaths, TheRootAndNoPathAreRefused) {
-  const std::string place = In("new");
-  EXPECT_EQ(EBUSY, darwin::RemoveTree("/"));
-  EXPECT_EQ(EBUSY, darwin::RemoveTree("//"));
-  EXPECT_EQ(EINVAL, darwin::RemoveTree("."));
-  EXPECT_EQ(ENOENT, darwin::RemoveTree(""));
-  EXPECT_EQ(EBUSY, darwin::MoveTree("/", place.c_str()));
-  EXPECT_EQ(EINVAL, darwin::CopyTree("/", place.c_str()));
-  EXPECT_EQ(EEXIST, darwin::CopyTree(Root().c_str(), "/"));
-  EXPECT_EQ(ENOENT, darwin::CopyTree("", place.c_str()));
-  EXPECT_EQ(ENOENT, darwin::CopyTree(Root().c_str(), ""));
+// In a root directory of its own, so that a fault takes nothing else away.
+TEST_F(TreePaths, TheRootAndTheCurrentDirectoryStay) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can have a root directory of its own";
+  using darwin::CopyTree, darwin::MoveTree, darwin::RemoveTree;
+  fs::create_directories(In("tree/inside"));
+  const auto inOwnRoot = [this] {
+    if (::chroot(Root().c_str()) != 0 || ::chdir("/tree") != 0) ::_exit(2);
+    const std::vector<int> wanted{EBUSY, EBUSY, EINVAL, ENOENT, EBUSY, EINVAL, EEXIST, ENOENT, ENOENT};
+    const std::vector<int> errors{RemoveTree("/"),        RemoveTree("//"),      RemoveTree("."),
+                                  RemoveTree(""),         MoveTree("/", "/new"), CopyTree("/", "/new"),
+                                  CopyTree("/tree", "/"), CopyTree("", "/new"),  CopyTree("/tree", "")};
+    ::_exit(errors == wanted && fs::exists("/tree/inside") ? 0 : 1);
+  };
+  EXPECT_EXIT(inOwnRoot(), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

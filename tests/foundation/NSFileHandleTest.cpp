@@ -21,10 +21,21 @@ TEST_F(NSFileHandleTest, LooksForTheEndAgainOnceAnythingHappened) {
   EXPECT_EQ(2u, handle->seekToEndOfFile());
   WriteFile(In("f"), "1234");
   EXPECT_EQ(4u, handle->seekToEndOfFile());
+  const auto written = OpenForUpdating(In("f"));
+  written->writeData({"1234567", 7});
+  EXPECT_EQ(7u, written->seekToEndOfFile());
   const auto moved = OpenForUpdating(In("f"));
   moved->seekToFileOffset(0);
-  EXPECT_EQ(4u, moved->seekToEndOfFile());
-  EXPECT_EQ(4, ::lseek(moved->fileDescriptor(), 0, SEEK_CUR)) << "the end was told without going there";
+  EXPECT_EQ(7u, moved->seekToEndOfFile());
+  EXPECT_EQ(7, ::lseek(moved->fileDescriptor(), 0, SEEK_CUR)) << "the end was told without going there";
+}
+
+TEST_F(NSFileHandleTest, HoldsNoDescriptorOnceItIsClosed) {
+  WriteFile(In("f"), "");
+  const auto handle = OpenForUpdating(In("f"));
+  handle->closeFile();
+  EXPECT_EQ(-1, handle->fileDescriptor()) << "closed again, it would be somebody else's";
+  EXPECT_THROW(handle->writeData({"x", 1}), NSException);
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ std::string Metadata(const std::string& path, const struct stat& status, const s
   if (!S_ISLNK(status.st_mode)) text << "mode " << std::oct << (status.st_mode & 07777U) << std::dec << ' ';
   text << "owner " << status.st_uid << ':' << status.st_gid << " modified " << status.st_mtim.tv_sec << '.'
        << status.st_mtim.tv_nsec << Attributes(path);
-  if (S_ISREG(status.st_mode) && status.st_blocks * 512 < status.st_size) text << " with holes";
+  if (S_ISREG(status.st_mode) && status.st_blocks * 512 < status.st_size / 4) text << " mostly holes";
   if (!twin.empty()) text << " same as " << twin;
   return text.str();
 }

@@ -43,7 +43,7 @@ void StampAll(const std::string& root) {
 }
 
 void MakeSparse(const std::string& path) {
-  std::ofstream(path).seekp(96 << 10) << "middle";
+  std::ofstream(path).seekp(128 << 10) << "middle";
   fs::resize_file(path, 256 << 10);
 }
 

@@ -22,7 +22,7 @@ TEST_F(NSFileHandleTest, LooksForTheEndAgainOnceAnythingHappened) {
   WriteFile(In("f"), "1234");
   EXPECT_EQ(4u, handle->seekToEndOfFile());
   const auto written = OpenForUpdating(In("f"));
-  written->writeData({"1234567", 7});
+  written->writeData({"567", 3});
   EXPECT_EQ(7u, written->seekToEndOfFile());
   const auto moved = OpenForUpdating(In("f"));
   moved->seekToFileOffset(0);

@@ -20,19 +20,5 @@ TEST(NSString, IsMadeFromWellFormedUTF8Only) {
   EXPECT_FALSE(NSString::stringWithUTF8String(nullptr));
 }
 
-TEST(NSString, ReplacesEveryOccurrence) {
-  const auto path = NSString::stringWithUTF8String("a::b:");
-  EXPECT_EQ("a//b/", path->stringByReplacingOccurrencesOfString(":", "/")->view());
-  EXPECT_EQ("ab:", path->stringByReplacingOccurrencesOfString("::", "")->view());
-  EXPECT_EQ("a::b:", path->stringByReplacingOccurrencesOfString("", "x")->view());
-}
-
-TEST(NSString, ComposesOnlyWhatIsNotASCII) {
-  const auto ascii = NSString::stringWithUTF8String("K;`");
-  EXPECT_EQ(ascii.get(), ascii->precomposedStringWithCanonicalMapping().get());
-  const auto decomposed = NSString::stringWithUTF8String("e\xCC\x81");
-  EXPECT_EQ("\xC3\xA9", decomposed->precomposedStringWithCanonicalMapping()->view());
-}
-
 }  // namespace
 }  // namespace foundation

@@ -175,7 +175,7 @@ CommandGroup ContentCommands() {
                Truncate},
               {"spool",
                "",
-               "read all of standard input, then print it, by way of a temporary file",
+               "print standard input once all of it is in a temporary file",
                "sort list.txt | quillfs spool | quillfs write list.txt -",
                {},
                Spool},

@@ -97,7 +97,7 @@ CommandGroup PlaceCommands() {
           {
               {"dirs",
                "[NAME...]",
-               "print the standard directories; log and data, when named, are created",
+               "print standard directories; naming log or data creates it",
                "quillfs dirs documents",
                {{"--json", OptionKind::kFlag, "print all as one JSON object"}},
                Directories},
@@ -105,7 +105,7 @@ CommandGroup PlaceCommands() {
               {"enter", "PATH", "make a directory the current one and print it", "quillfs enter ..", {}, Enter},
               {"private-place",
                "NAME",
-               "print a place in the temporary directory that is this user's alone",
+               "print a place for temporary items that is this user's alone",
                "quillfs private-place install.bin",
                {},
                PrivatePlace},

@@ -21,9 +21,10 @@ constexpr char kFooter[] =
     "quillfs COMMAND --help tells what a command takes, with an example.\n"
     "\"--\" ends the options, for names that begin with \"-\".\n"
     "\n"
-    "Exit status: 0 success, 1 an operation failed, 2 wrong usage, 130 interrupted by Ctrl-C.\n"
-    "Names are escaped on a terminal and printed as they are elsewhere. --json prints one object a line; a byte that\n"
-    "is not UTF-8 becomes one of the surrogates U+DC80 to U+DCFF.";
+    "Exit status: 0 success, 1 an operation failed, 2 wrong usage, 130 interrupted\n"
+    "by Ctrl-C. Names are escaped on a terminal and printed as they are elsewhere.\n"
+    "--json prints one object a line; a byte that is not UTF-8 becomes one of the\n"
+    "surrogates U+DC80 to U+DCFF.";
 
 // The parser takes "[a,b]" for a list and "{}" for an empty one. Both are fine names for files, so an argument that
 // could be taken for either travels with a guard in front.
@@ -43,6 +44,7 @@ class HelpFormatter final : public CLI::Formatter {
   HelpFormatter() {
     label("SUBCOMMAND", "COMMAND");
     label("OPTIONS", "OPTION...");
+    column_width(20);  // every line fits a terminal of 80 columns
   }
   /// The usage line names them already, and there is no more to say.
   std::string make_positionals(const CLI::App*) const override { return {}; }

@@ -129,7 +129,7 @@ CommandGroup TreeCommands() {
            OnEach<&CoreFileManager::DirDelete>},
           {"mkdir",
            "PATH...",
-           "make sure that directories exist, with every level above them",
+           "make sure that directories exist, with all levels above",
            "quillfs mkdir a/b/c",
            {},
            EnsureDirectories},

@@ -1,13 +1,11 @@
 // Whether one item holds another, whatever their paths look like.
 #pragma once
 
-#include "host/Export.h"
-
 namespace darwin {
 
 /// True when both paths lead to the same item, or \p container leads to a directory that \p item lies in, at any depth:
 /// through ".", "..", links, hard links, bind mounts and other normalizations, compared by device and inode. False when
 /// either does not exist, and for null.
-QUILL_EXPORT bool ItemContains(const char* container, const char* item);
+bool ItemContains(const char* container, const char* item);
 
 }  // namespace darwin

@@ -7,7 +7,7 @@
 
 namespace foundation {
 
-struct QUILL_EXPORT NSData {
+struct NSData {
   const void* bytes = nullptr;
   std::size_t length = 0;
 

@@ -11,7 +11,7 @@ class DirectoryReader;
 
 namespace foundation {
 
-class QUILL_EXPORT NSDirectoryEnumerator final : public NSObject {
+class NSDirectoryEnumerator final : public NSObject {
  public:
   /// Null when the directory cannot be read.
   static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);

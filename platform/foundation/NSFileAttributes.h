@@ -21,7 +21,7 @@ struct NSSettableAttributes {
 
 /// The attributes of one item at the time of the question. The creator code lives in an extended attribute and is
 /// looked up, by path, when it is asked for.
-class QUILL_EXPORT NSFileAttributes {
+class NSFileAttributes {
  public:
   NSFileAttributes(const NSString* path, const darwin::ItemStatus& now) noexcept
       : itemPath(const_cast<NSString*>(path)), status(now) {}

@@ -15,7 +15,7 @@
 
 namespace foundation {
 
-class QUILL_EXPORT NSFileHandle final : public NSObject {
+class NSFileHandle final : public NSObject {
  public:
   static RetainPtr<NSFileHandle> fileHandleForReadingAtPath(const NSString* path);
   static RetainPtr<NSFileHandle> fileHandleForWritingAtPath(const NSString* path);

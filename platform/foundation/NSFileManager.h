@@ -19,7 +19,7 @@ class NSDirectoryEnumerator;
 /// What an operation sees when the last component of its path is a symbolic link.
 enum class NSFinalLink { kItself, kTarget };
 
-class QUILL_EXPORT NSFileManager {
+class NSFileManager {
  public:
   static NSFileManager* defaultManager() noexcept;
 

@@ -20,21 +20,16 @@ namespace {
 constexpr std::size_t kLongestName = 255;
 
 /// In memory where that is possible; taken away at the end.
-class ScratchDirectory {
- public:
+struct ScratchDirectory {
   ScratchDirectory() {
     std::error_code error;
     const bool hasMemory = std::filesystem::is_directory("/dev/shm", error);
     path = (hasMemory ? "/dev/shm" : std::filesystem::temp_directory_path().string()) + "/quill-fuzz.XXXXXX";
     Require(::mkdtemp(path.data()) != nullptr);
   }
-  ~ScratchDirectory() {
-    std::error_code ignored;  // the program is ending
-    std::filesystem::remove_all(path, ignored);
-  }
+  ~ScratchDirectory() { std::filesystem::remove_all(path); }
   std::string In(std::string_view name) const { return path + "/" + std::string(name); }
 
- private:
   std::string path;
 };
 

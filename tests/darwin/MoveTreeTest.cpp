@@ -48,9 +48,6 @@ class MoveTreeAcross : public MoveTree {
     mount.reset();
     MoveTree::TearDown();
   }
-  std::ptrdiff_t CountItems(const std::string& name) {
-    return std::distance(fs::directory_iterator(In(name)), fs::directory_iterator());
-  }
 
  private:
   std::optional<Mount> mount;
@@ -66,8 +63,8 @@ TEST_F(MoveTreeAcross, BringsEverything) {
     ASSERT_EQ(0, Move("other/moved", source)) << part;
     EXPECT_EQ("", Difference(before, Describe(In(source)))) << part;
   }
-  EXPECT_TRUE(fs::is_empty(In("other")));
-  EXPECT_EQ(2, CountItems("."));
+  RemoveAll(In("tree"));
+  EXPECT_EQ(2U, Describe(Root()).size()) << "more is left than the directory and the other one in it";
 }
 
 TEST_F(MoveTreeAcross, RefusesWithoutAChange) {
@@ -80,9 +77,7 @@ TEST_F(MoveTreeAcross, RefusesWithoutAChange) {
   WriteFile(In("tree/mounted/kept"), "");
   EXPECT_EQ(EBUSY, Move("tree", "other/moved"));
   EXPECT_EQ(EINVAL, Move("tree", "tree/mounted/moved"));
-  EXPECT_EQ(1, CountItems("other"));
-  EXPECT_EQ(1, CountItems("tree/mounted"));
-  EXPECT_EQ(2, CountItems("."));
+  EXPECT_EQ(6U, Describe(Root()).size()) << "something came or went";
 }
 
 // What appears or changes in the source while it is copied is not removed with it.

@@ -73,10 +73,9 @@ TEST(Normalization, ConformsToTheUnicodeTest) {
 }
 
 TEST(Normalization, KeepsBytesThatAreNotUTF8) {
-  struct Row {
+  const struct {
     std::string text, composed, decomposed;
-  };
-  const Row rows[] = {
+  } rows[] = {
       {"", "", ""},
       {"\xFF", "\xFF", "\xFF"},
       {"e\xFF\xCC\x81", "e\xFF\xCC\x81", "e\xFF\xCC\x81"},  // composes with nothing across the byte
@@ -87,7 +86,7 @@ TEST(Normalization, KeepsBytesThatAreNotUTF8) {
       {"\xF4\x90\x80\x80\xE2\x84\xAA", "\xF4\x90\x80\x80K", "\xF4\x90\x80\x80K"},
       {std::string("a\0\xE2\x84\xAB", 5), std::string("a\0\xC3\x85", 4), std::string("a\0\x41\xCC\x8A", 5)},
   };
-  for (const Row& row : rows) ExpectForms(row.text, row.composed, row.decomposed);
+  for (const auto& [text, composed, decomposed] : rows) ExpectForms(text, composed, decomposed);
 }
 
 std::string Repeated(std::string_view text, std::size_t count) {

@@ -59,13 +59,14 @@ TEST_F(TreePaths, SourcesAreJudgedByTheEndOfThePath) {
               {".", EINVAL, EINVAL, EINVAL}};
   for (const auto& [path, copied, moved, removed] : rows) {
     const std::string from = In(path), name = from.substr(0, from.find('/', Root().size() + 1));
+    const auto judge = [&, path = path](int wanted, int error) {
+      EXPECT_EQ(wanted, error) << path;
+      EXPECT_TRUE(error == 0 ? !fs::exists(fs::symlink_status(name)) : IsUnchanged()) << path;
+      Build();
+    };
     Build();
-    EXPECT_EQ(removed, darwin::RemoveTree(from.c_str())) << path;
-    EXPECT_TRUE(removed == 0 ? !fs::exists(fs::symlink_status(name)) : IsUnchanged()) << path;
-    Build();
-    EXPECT_EQ(moved, darwin::MoveTree(from.c_str(), In("new").c_str())) << path;
-    EXPECT_TRUE(moved == 0 ? !fs::exists(fs::symlink_status(name)) : IsUnchanged()) << path;
-    Build();
+    judge(removed, darwin::RemoveTree(from.c_str()));
+    judge(moved, darwin::MoveTree(from.c_str(), In("new").c_str()));
     const auto source = Describe(from);
     EXPECT_EQ(copied, darwin::CopyTree(from.c_str(), In("new").c_str())) << path;
     EXPECT_TRUE(copied == 0 ? Difference(source, Describe(In("new"))).empty() : IsUnchanged()) << path;

@@ -107,7 +107,7 @@ void MakeSampleTree(const std::string& root, Abilities abilities) {
 
 void MakeMixedTree(const std::string& root) {
   MakeSampleTree(root, AbilitiesOf(fs::path(root).parent_path()));
-  WriteFile(root + "/large", std::string(700'000, 'x'));
+  WriteFile(root + "/large", std::string(3 * 256 * 1024, 'x'));
   for (const std::string& name :
        {std::string("\xff\n\x01"), std::string(255, 'n'), std::string("\xc3\xa9"), std::string("e\xcc\x81")})
     WriteFile(root + "/" + name, name);

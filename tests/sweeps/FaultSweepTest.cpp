@@ -72,7 +72,6 @@ void Judge(const Scene& scene, const Fault& fault, const Result& result, Finding
   const Scope scope = result.unkept != 0 && isUnsupported ? Scope::kSubstance : Scope::kMetadata;
   findings.Add(result.where, scene.WhatIsHalfMade(scope));
   const auto strays = scene.Strays();
-  if (fault.lasts) findings.CountLeftovers(strays.size());
   findings.Require(fault.lasts || strays.empty(), result.where, "left behind " + (strays.empty() ? "" : strays[0]));
   if (status == 1 && !output.empty() && result.threw == 0) return JudgeFailure(scene, fault, result, findings);
   if (status != 0) return;

@@ -13,7 +13,6 @@ void KillAt(Scene& scene, int last, Findings& findings) {
   const std::string where = "call " + std::to_string(last) + " " + subject.Describe();
   subject.Kill();
   findings.CountPoint();
-  findings.CountLeftovers(scene.Strays().size());
   findings.Add(where, scene.WhatIsHalfMade(Scope::kMetadata));
 }
 

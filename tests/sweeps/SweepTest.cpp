@@ -46,7 +46,6 @@ void Findings::Add(const std::string& where, const std::string& what) {
 
 Findings::~Findings() {
   std::cout << title << ": " << points << " points, " << lines.size() << " findings";
-  if (leftovers != 0) std::cout << ", " << leftovers << " leftovers under temporary names where no clean-up could run";
   std::cout << (IsFullSweep() ? "" : " (thinned; QUILL_SWEEP=full runs all)") << std::endl;
   EXPECT_GT(points, 0U) << title;
   for (std::size_t i = 0; i < lines.size() && i < kShownFindings; ++i) ADD_FAILURE() << title << ", " << lines[i];

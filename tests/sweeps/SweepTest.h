@@ -22,7 +22,6 @@ class Findings {
   explicit Findings(std::string sweepTitle) : title(std::move(sweepTitle)) {}
   ~Findings();
   void CountPoint() { ++points; }
-  void CountLeftovers(std::size_t count) { leftovers += count; }
   /// Nothing when \p what is "".
   void Add(const std::string& where, const std::string& what);
   void Require(bool holds, const std::string& where, const std::string& orElse) { Add(where, holds ? "" : orElse); }
@@ -30,7 +29,6 @@ class Findings {
  private:
   std::string title;
   std::size_t points = 0;
-  std::size_t leftovers = 0;
   std::vector<std::string> lines;
 };
 

@@ -76,15 +76,16 @@ class Stage(unittest.TestCase):
         os.makedirs(self.at(*names), exist_ok=True)
         return self.at(*names)
 
-    def succeeds(self, *words, **options):
+    def ends(self, status, *words, **options):
         result = run(QUILLFS, *words, **options)
-        self.assertEqual(0, result.status, result.errors)
+        self.assertEqual(status, result.status, result.errors)
         return result
 
+    def succeeds(self, *words, **options):
+        return self.ends(0, *words, **options)
+
     def fails(self, *words, **options):
-        result = run(QUILLFS, *words, **options)
-        self.assertEqual(1, result.status, result.errors)
-        return result
+        return self.ends(1, *words, **options)
 
     def expect_only(self, names, directory):
         self.assertEqual(sorted(names), sorted(os.listdir(directory)), "strays in " + directory)

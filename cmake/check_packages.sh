@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes the Debian packages twice, from two places, and compares them; asks lintian; compares what the library exports
-# with cmake/exported_symbols.txt (--update rewrites that list) and its binary interface with the last release's.
+# Makes the Debian packages in build/package, and once more from another place to compare them; asks lintian; compares
+# what the library exports with cmake/exported_symbols.txt (--update rewrites that list) and its binary interface with
+# the last release's.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source cmake/packages.sh
@@ -74,7 +75,9 @@ check_binary_interface() {
   echo "Binary interface: programs built with $tag go on working."
 }
 
+require_packages "${kPackagePackages[@]}"
 make_packages . "$scratch/first"
+cp "$scratch/first"/*.deb build/package/
 lintian --allow-root --fail-on error "$scratch/first"/*.deb
 check_symbols "$@"
 check_reproducibility

@@ -97,7 +97,7 @@ class CommandLine(unittest.TestCase):
         self.assertGreater(len(commands), 35)
         for command in commands:
             self.assertIn("Example:\n  ", self.succeeds(command, "--help").decode(), command)
-        self.assertRegex(self.succeeds("--version").decode(), r"^quillfs \d+\.\d+\.\d+\n$")
+        self.assertRegex(self.succeeds("--version").decode(), r"^quillfs \d+\.\d+\.\d+\n\Z")
 
     def test_writes_documents_that_their_readers_understand(self):
         readers = {("completion", shell): [shell, "-n"] for shell in ("bash", "zsh", "fish")}

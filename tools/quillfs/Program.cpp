@@ -133,7 +133,9 @@ int Report(const CLI::App& program, const CLI::ParseError& error) {
   std::ostringstream help, unused;
   if (program.exit(error, help, unused) == 0) {
     Session session;
-    (void)session.output.Print(help.str() + '\n');  // Finish tells of a failure
+    std::string text = help.str();
+    while (text.ends_with('\n')) text.pop_back();
+    (void)session.output.Print(text + '\n');  // Finish tells of a failure
     return session.Finish();
   }
   std::string reason = Printable(error.what());

@@ -1,9 +1,9 @@
-# The Debian packages that the scripts need, and their installation. Sourced by run, check, .ci/run and cmake/check_packages.sh.
+# The Debian packages that the scripts need, and their installation. Sourced by run, check, .ci/run and the scripts here.
 
 kToolPackages=(cmake g++ libcli11-dev libicu-dev ninja-build)
 kCheckPackages=("${kToolPackages[@]}" file git libbenchmark-dev libgtest-dev pkgconf python3 strace unicode-data)
 kPackagePackages=("${kToolPackages[@]}" abigail-tools dpkg-dev file git lintian)
-kCiPackages=("${kCheckPackages[@]}" "${kPackagePackages[@]}" clang clang-format clang-tidy doxygen man-db)
+kCiPackages=("${kCheckPackages[@]}" abigail-tools clang clang-format clang-tidy doxygen dpkg-dev lintian man-db)
 
 # require_packages <package>...: installs what is missing, as root; names it otherwise.
 require_packages() {

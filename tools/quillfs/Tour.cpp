@@ -59,7 +59,7 @@ class Guide {
   }
 
   bool CopyAndMove() {
-    Say("\nCopy, move, list: a copy appears whole or not at all, and missing parents are made.");
+    Say("\nCopy, move, list: copies appear whole or not at all; parents are made.");
     if (!manager.FileOrDirCopy(At("letter.txt"), At("archive/2026/letter.txt"), /*clobber=*/false)) return false;
     Call("FileOrDirCopy(letter.txt, archive/2026/letter.txt)", "true");
     if (!manager.FileOrDirMove(At("archive"), At("old letters"), /*clobber=*/false)) return false;
@@ -80,15 +80,15 @@ class Guide {
   /// Tells what a failure left behind, and who heard of it.
   bool Refused(const std::string& call, bool succeeded) {
     const int code = manager.GetLastError();
-    const std::string heard = manager.heard == code ? "SetLastError heard it" : "stored without a call";
-    Call(call, std::string("false, ") + QuillErrName(code) + " (" + std::to_string(code) + "): " + QuillErrText(code) +
-                   "; " + heard);
+    Call(call, "false");
+    Say(std::string("      ") + QuillErrName(code) + " (" + std::to_string(code) + "): " + QuillErrText(code));
+    Say(manager.heard == code ? "      SetLastError heard it" : "      stored without a call");
     manager.heard = kQuillErrNone;
     return !succeeded;
   }
 
   bool Break() {
-    Say("\nBreak something: every failure is a number, and the host's own table hears most of them.");
+    Say("\nBreak something: failures are numbers, and the host's table hears most.");
     return Refused("FileDelete(old letters)", manager.FileDelete(At("old letters"))) &&
            Refused("DirDelete(old letters)", manager.DirDelete(At("old letters"))) &&
            Refused("FileOrDirCopy(letter.txt, old letters)",

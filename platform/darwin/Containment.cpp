@@ -7,6 +7,7 @@
 #include <fstream>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "platform/darwin/FileDescriptor.h"
 #include "platform/darwin/NameLookup.h"
@@ -38,8 +39,7 @@ std::string DirectoryPart(std::string_view path) {
 
 // The directory from which the way up begins: the item itself, or the one that holds it. Links are not followed: where
 // a link lies, and not where it leads, is what a removal of the container would take away.
-FileDescriptor OpenStart(const char* item) {
-  FileDescriptor itself = OpenPlace(item, O_NOFOLLOW);
+FileDescriptor OpenStart(FileDescriptor itself, const char* item) {
   struct statx status {};
   if (!GetStatus(itself, status) || S_ISDIR(status.stx_mode)) return itself;
   return OpenPlace(DirectoryPart(item).c_str(), O_DIRECTORY);
@@ -60,38 +60,50 @@ bool WayUpMeets(FileDescriptor place, const struct statx& container) {
   }
 }
 
+// Empty when the kernel does not tell: its answer is as long as a page at most (proc(5)).
 std::string PathOf(const FileDescriptor& place) {
-  std::string path(4096, '\0');  // longer paths are cut by the kernel as well (proc(5))
+  std::string path(4096, '\0');
   const std::string link = "/proc/self/fd/" + std::to_string(place.get());
   const ssize_t length = ::readlink(link.c_str(), path.data(), path.size());
   path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
   return path;
 }
 
-// Where an item lies within its file system, whatever part of that is mounted where: from the fields id, root and mount
-// point of /proc/self/mountinfo (proc(5)).
+// Blanks, tabs, line feeds and backslashes stand in mountinfo as a backslash and three octal digits.
+std::string Unescaped(std::string_view field) {
+  std::string text;
+  while (!field.empty()) {
+    const bool isEscape = field.front() == '\\' && field.size() > 3;
+    text += isEscape ? static_cast<char>((field[1] - '0') << 6 | (field[2] - '0') << 3 | (field[3] - '0')) : field[0];
+    field.remove_prefix(isEscape ? 4 : 1);
+  }
+  return text;
+}
+
+// The file system, and where in it an item lies, whatever part of that is mounted where: from the fields id, device,
+// root and mount point of /proc/self/mountinfo (proc(5)).
 std::optional<std::string> PathInFileSystem(const FileDescriptor& place, unsigned long long mountId) {
+  const std::string path = PathOf(place);
   std::ifstream mounts("/proc/self/mountinfo");
   unsigned long long id = 0;
   for (std::string parent, device, root, point, rest; mounts >> id >> parent >> device >> root >> point;) {
     std::getline(mounts, rest);
     if (id != mountId) continue;
-    const std::string path = PathOf(place);
-    const std::size_t skipped = point == "/" ? 0 : point.size();
-    if (path.size() < skipped) return std::nullopt;
-    return (root == "/" ? "" : root) + path.substr(skipped) + "/";
+    const std::size_t skipped = point == "/" ? 0 : Unescaped(point).size();
+    if (path.empty() || path.size() < skipped) return std::nullopt;
+    return device + (root == "/" ? "" : Unescaped(root)) + path.substr(skipped) + "/";
   }
   return std::nullopt;
 }
 
-// A part of the container that is mounted elsewhere: no way up from there leads to it.
-bool MountedElsewhere(const FileDescriptor& container, const struct statx& status, const FileDescriptor& start) {
+// A part of the container that is mounted elsewhere, be it the item alone: no way up from there leads to it.
+bool MountedElsewhere(const FileDescriptor& container, const struct statx& status, const FileDescriptor& item) {
   struct statx place {};
-  if (!GetStatus(start, place) || place.stx_mnt_id == status.stx_mnt_id) return false;
-  if (place.stx_dev_major != status.stx_dev_major || place.stx_dev_minor != status.stx_dev_minor) return false;
+  if (!GetStatus(item, place) || place.stx_mnt_id == status.stx_mnt_id) return false;
   const auto outer = PathInFileSystem(container, status.stx_mnt_id);
-  const auto inner = PathInFileSystem(start, place.stx_mnt_id);
-  return outer && inner && inner->starts_with(*outer);
+  const auto inner = PathInFileSystem(item, place.stx_mnt_id);
+  if (outer && inner) return inner->starts_with(*outer);
+  return place.stx_dev_major == status.stx_dev_major && place.stx_dev_minor == status.stx_dev_minor;
 }
 
 }  // namespace
@@ -104,9 +116,10 @@ bool ItemContains(const char* container, const char* item) {
   struct statx itemStatus {};
   if (GetStatus(OpenPlace(item, 0), itemStatus) && SameItem(outerStatus, itemStatus)) return true;
   if (!S_ISDIR(outerStatus.stx_mode)) return false;
-  FileDescriptor start = OpenStart(item);
+  FileDescriptor itself = OpenPlace(item, O_NOFOLLOW);
+  if (MountedElsewhere(outer, outerStatus, itself)) return true;
+  FileDescriptor start = OpenStart(std::move(itself), item);
   if (!start) return false;
-  if (MountedElsewhere(outer, outerStatus, start)) return true;
   return WayUpMeets(std::move(start), outerStatus);
 }
 

@@ -29,7 +29,7 @@ class Limits(Stage):
         with open("/proc/self/mounts", encoding="utf-8") as mounts:
             below = [line.split()[1] for line in mounts if line.split()[1].startswith(self.root + "/")]
         for place in reversed(below):
-            subprocess.run(["umount", place], check=True)
+            subprocess.run(["umount", place.replace("\\040", " ")], check=True)
         super().clear()
 
     def mount_disk(self, options):
@@ -80,9 +80,10 @@ class Limits(Stage):
         self.assertEqual([b".", b"inner", b"inner/mounted", b"inner/mounted/precious"], sorted(describe(self.tree)))
 
     def test_into_itself_by_bind_mount(self):
-        bound = self.make_directory("disk")
+        bound, part = self.make_directory("disk"), self.make_directory("part of it")
         mount("--bind", self.tree, bound)
-        for words in (("cp", self.tree, bound + "/copy"), ("cp", self.tree, bound + "/inner/copy"),
+        mount("--bind", self.tree + "/inner", part)
+        for words in (("cp", self.tree, bound + "/copy"), ("cp", "--clobber", part + "/0", self.tree),
                       ("mv", self.tree, bound + "/copy"), ("cp", "--clobber", self.tree, bound),
                       ("mv", "--clobber", self.tree + "/inner", bound + "/inner"),
                       ("cp", "--clobber", self.tree + "/large", bound + "/large")):

@@ -87,6 +87,14 @@ void ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolve
   resolved.path += equivalent ? std::string_view(*equivalent) : name;
 }
 
+/// Where to look first: at the last component, if all that could be missing above it is there as given. Mostly it is;
+/// asking for each component, by all the path above it, would cost the square of their number.
+std::size_t FirstInQuestion(std::string_view searchable) {
+  const std::size_t last = searchable.rfind('/') + 1;  // 0 without a slash
+  const std::string_view above = SearchablePart(searchable.substr(0, last));
+  return !above.empty() && Probe(AT_FDCWD, std::string(above)) == 0 ? last : 0;
+}
+
 ResolvedPath Resolve(std::string_view path) {
   const std::string_view searchable = SearchablePart(path);
   // One call tells whether all of it is there as given. Another error than a missing name is the kernel's answer for
@@ -94,8 +102,9 @@ ResolvedPath Resolve(std::string_view path) {
   const int error = searchable.empty() ? 0 : Probe(AT_FDCWD, std::string(searchable));
   if (!MayStandUnderAnotherName(error)) return {std::string(path)};
 
-  ResolvedPath resolved;
-  for (std::size_t position = 0; position < searchable.size();) {
+  const std::size_t first = FirstInQuestion(searchable);
+  ResolvedPath resolved{std::string(path.substr(0, first))};
+  for (std::size_t position = first; position < searchable.size();) {
     const std::size_t end = std::min(path.find('/', position), path.size());
     const std::string_view name = path.substr(position, end - position);
     if (!resolved.missing && HasOtherForm(name)) {

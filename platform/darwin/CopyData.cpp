@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 
 #include "platform/darwin/Retry.h"
 
@@ -27,6 +28,21 @@ int WriteAll(int to, const std::byte* data, std::size_t size, std::uint64_t posi
     data += put;
     size -= static_cast<std::size_t>(put);
     position += static_cast<std::uint64_t>(put);
+  }
+  return 0;
+}
+
+bool IsZeros(const std::byte* data, std::size_t size) {
+  return *data == std::byte{0} && std::memcmp(data, data + 1, size - 1) == 0;
+}
+
+/// Leaves out blocks of zeros, which become holes.
+int WriteSparsely(int to, const std::byte* data, std::size_t size, std::uint64_t position) {
+  constexpr std::size_t kBlock = 16 * 1024;
+  for (std::size_t at = 0; at < size; at += kBlock) {
+    const std::size_t length = std::min(kBlock, size - at);
+    if (IsZeros(data + at, length)) continue;
+    if (const int error = WriteAll(to, data + at, length, position + at, /*positioned=*/true)) return error;
   }
   return 0;
 }
@@ -81,7 +97,8 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
     }
     const off_t hole = data < 0 ? -1 : Seek(from, static_cast<std::uint64_t>(data), SEEK_HOLE);
     if (hole < 0) return errno;
-    const Range extent{static_cast<std::uint64_t>(data), std::min(static_cast<std::uint64_t>(hole), source.size)};
+    Range extent{static_cast<std::uint64_t>(data), std::min(static_cast<std::uint64_t>(hole), source.size)};
+    extent.hidesHoles = extent.begin == 0 && extent.end == source.size;  // more bytes than its blocks hold
     if (const int error = CopyRange(from, to, extent, position)) return error;
     // It ended before the size that it claims: so does the copy.
     if (position < extent.end) return Retry([&] { return ::ftruncate(to, static_cast<off_t>(position)); }) ? errno : 0;
@@ -91,16 +108,17 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
 
 int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached) {
   reached = range.begin;
-  if (range.end - range.begin > sizeof(Block) && IsOnServer(from) && !CopyOnServer(from, to, range, reached)) {
-    return ECANCELED;
-  }
+  const bool mayAskServer = !range.hidesHoles && range.end - range.begin > sizeof(Block) && IsOnServer(from);
+  if (mayAskServer && !CopyOnServer(from, to, range, reached)) return ECANCELED;
   while (reached < range.end) {
     const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, sizeof(Block));
     const auto position = static_cast<off_t>(reached);
     const ssize_t got = Retry([&] { return ::pread(from, Buffer(), wanted, position); });
     if (got <= 0) return got == 0 ? 0 : errno;
     const auto size = static_cast<std::size_t>(got);
-    if (const int error = WriteAll(to, Buffer(), size, reached, /*positioned=*/true)) return error;
+    const int error = range.hidesHoles ? WriteSparsely(to, Buffer(), size, reached)
+                                       : WriteAll(to, Buffer(), size, reached, /*positioned=*/true);
+    if (error != 0) return error;
     if (!report.Wrote(size)) return ECANCELED;
     reached += size;
   }

@@ -19,13 +19,16 @@ class DataCopier {
   explicit DataCopier(TreeReport& listener) noexcept : report(listener) {}
 
   /// Copies everything in the open file \p from, whatever size \p source claims, to the new empty file \p to. Holes
-  /// stay holes. 0 or the errno; ECANCELED when the observer stops it.
+  /// stay holes, whether the file system tells where they are or not. 0 or the errno; ECANCELED when the observer stops
+  /// it.
   int Copy(int from, const TreeItem& source, int to);
 
  private:
   struct Range {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
+    /// It is told as data, but for a part of it there are no blocks: the file system does not tell holes.
+    bool hidesHoles = false;
   };
 
   bool Clone(int from, int to);

@@ -45,9 +45,15 @@ int SetModificationTime(const char* path, double milliseconds) {
   const long long microseconds = std::llround(asked);
   const long long remainder = microseconds % kMicrosecondsPerSecond;
   const long long fraction = remainder < 0 ? remainder + kMicrosecondsPerSecond : remainder;
-  const std::timespec times[] = {{0, UTIME_OMIT},
-                                 {(microseconds - fraction) / kMicrosecondsPerSecond, fraction * 1000}};
-  return OnItem(path, [&times](const char* item) { return ::utimensat(AT_FDCWD, item, times, 0); }) == 0 ? 0 : errno;
+  const std::timespec modified{(microseconds - fraction) / kMicrosecondsPerSecond, fraction * 1000};
+  // Not UTIME_OMIT: some FUSE file systems take a single time, say yes, and set nothing.
+  const auto change = [&modified](const char* item) {
+    struct stat status;
+    if (::stat(item, &status) != 0) return -1;
+    const std::timespec times[] = {status.st_atim, modified};
+    return ::utimensat(AT_FDCWD, item, times, 0);
+  };
+  return OnItem(path, change) == 0 ? 0 : errno;
 }
 
 int SetOwnership(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group) {

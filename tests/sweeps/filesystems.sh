@@ -15,6 +15,7 @@ done
 
 stage=$(mktemp --directory /var/tmp/quill-filesystems.XXXXXX)
 disk=$stage/disk
+chmod 0755 "$stage" # for the ordinary users of the tests
 mkdir "$disk"
 
 take_down() {

@@ -1,7 +1,33 @@
 // The layer's operations as the standalone manager offers them: what fails is noted, and work on trees is watched.
 #include <new>
 
+#include "platform/darwin/PathCalls.h"
 #include "standalone/NotingFailures.h"
+
+namespace {
+
+/// Takes a temporary file away unless its name is cleared, which tells that somebody got to open it.
+class TemporaryFileGuard {
+ public:
+  explicit TemporaryFileGuard(std::string& name) noexcept : path(name) { path.clear(); }
+  TemporaryFileGuard(const TemporaryFileGuard&) = delete;
+  TemporaryFileGuard& operator=(const TemporaryFileGuard&) = delete;
+  ~TemporaryFileGuard() {
+    const int reason = errno;
+    try {
+      if (!path.empty()) (void)darwin::unlink(path.c_str());
+    } catch (const std::bad_alloc&) {
+      // Only a file that has gone already is searched for.
+    }
+    std::string().swap(path);  // keeps no memory, as clearing would
+    errno = reason;
+  }
+
+ private:
+  std::string& path;
+};
+
+}  // namespace
 
 void StandaloneFileManager::Note(const char* name, const QuillFileString& path, const QuillFileString& secondPath,
                                  int posixError) noexcept {
@@ -13,7 +39,12 @@ void StandaloneFileManager::Note(const char* name, const QuillFileString& path, 
 }
 
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpenTemp() {
-  return Noting("FileOpenTemp", {}, [&] { return OSXFileManager::FileOpenTemp(); });
+  return Noting("FileOpenTemp", {}, [&] {
+    const TemporaryFileGuard guard(temporaryFile);
+    IQuillFileReadWriteTemp* const file = OSXFileManager::FileOpenTemp();
+    if (file) temporaryFile.clear();
+    return file;
+  });
 }
 
 IQuillFileAppendOnly* StandaloneFileManager::FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) {

@@ -8,6 +8,8 @@
 // What each operation promises is written at CoreFileManager. Use one manager per thread; managers share nothing.
 #pragma once
 
+#include <string>
+
 #include "platform/darwin/TreeObserver.h"
 #include "platform/osx/OSXFileManager.h"
 #include "standalone/OperationFailure.h"
@@ -83,5 +85,7 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   bool Succeeded(int posixError);
 
   darwin::TreeObserver* treeObserver = nullptr;
+  /// What FileGetTempPath made last.
+  std::string temporaryFile;
   OperationFailure lastFailure;
 };

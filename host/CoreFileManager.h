@@ -9,8 +9,9 @@
 // Errors: a failing operation records a QuillErr code, which GetLastError then gives. "Records" means a call of
 // SetLastError through this table, so that an override sees the code; "stores" means that the last error changes
 // without that call. A success never clears the last error, and a failure that is documented as recording nothing
-// leaves the code of an earlier one. A path without text makes every operation fail: opening as for a file that is missing
-// and cannot be created, FileDelete and the two operations on link texts with kQuillErrIO, all else with no code.
+// leaves the code of an earlier one. A path without text makes every operation fail: opening as for a file that is
+// missing and cannot be created, FileDelete and the two operations on link texts with kQuillErrIO, all else with no
+// code.
 //
 // Threads: operations may run on one manager from several threads, but the last error is one plain field: an observer
 // must expect another thread's code, and a manager that is used by several threads at once should be one per thread.

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -61,6 +63,8 @@ void Scene::Build() {
   fs::create_directories(from);
   fs::create_directories(destinationParent);
   MakeSampleTree(source, CommonAbilities(from, destinationParent));
+  const bool isEmptied = operation.verb != Verb::kCopy;  // which only root may do to a directory closed to writing
+  if (isEmptied && ::geteuid() != 0) fs::permissions(source + "/locked", fs::perms::owner_all, fs::perm_options::add);
   original = Describe(source);
   if (operation.clobbers) {
     fs::create_directories(destination + "/old/older");

@@ -75,8 +75,12 @@ void MakeSocket(const std::string& directory) {
 }  // namespace
 
 Abilities AbilitiesOf(const std::string& directory) {
-  const bool keepsAttributes = ::setxattr(directory.c_str(), "user.probe", "1", 1, 0) == 0;
-  return {keepsAttributes, ShowsHardLinks(directory)};
+  const std::string probe = directory + "/probe";
+  WriteFile(probe, "");
+  const bool keepsAttributes = ::setxattr(probe.c_str(), "user.probe", "1", 1, 0) == 0;
+  const bool keepsLists = GrantAccess(probe, "system.posix_acl_access");
+  ::unlink(probe.c_str());
+  return {keepsAttributes, keepsLists, ShowsHardLinks(directory)};
 }
 
 void MakeSampleTree(const std::string& root, Abilities abilities) {
@@ -87,10 +91,9 @@ void MakeSampleTree(const std::string& root, Abilities abilities) {
   WriteFile(root + "/nested/deep/leaf", "leaf bytes");
   WriteFile(root + "/locked/inside", "inside bytes");
   WriteFile(root + "/special", "special bytes");
-  if (abilities.attributes) {
-    EXPECT_EQ(0, ::setxattr((root + "/plain").c_str(), "user.note", "remember", 8, 0));
-    (void)GrantAccess(root + "/plain", "system.posix_acl_access");
-  }
+  const std::string plain = root + "/plain";
+  EXPECT_TRUE(!abilities.attributes || ::setxattr(plain.c_str(), "user.note", "remember", 8, 0) == 0);
+  EXPECT_TRUE(!abilities.accessLists || GrantAccess(plain, "system.posix_acl_access"));
   if (abilities.hardLinks) fs::create_hard_link(root + "/plain", root + "/nested/twin");
   fs::create_symlink("plain", root + "/link");
   fs::create_symlink("nowhere", root + "/dangling");

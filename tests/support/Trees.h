@@ -8,6 +8,7 @@ namespace quill_test {
 /// What a file system, or each of two, holds and shows.
 struct Abilities {
   bool attributes;
+  bool accessLists;
   bool hardLinks;
 };
 

@@ -22,7 +22,8 @@ namespace fs = std::filesystem;
 Abilities CommonAbilities(const std::string& from, const std::string& to) {
   const Abilities here = AbilitiesOf(from);
   const Abilities there = AbilitiesOf(to);
-  return {here.attributes && there.attributes, here.hardLinks && there.hardLinks};
+  return {here.attributes && there.attributes, here.accessLists && there.accessLists,
+          here.hardLinks && there.hardLinks};
 }
 
 }  // namespace
@@ -91,6 +92,7 @@ int Scene::CountCalls(const std::function<void(const Tracee&)>& look) {
   Build();
   const Abilities abilities = CommonAbilities(from, destinationParent);
   if (!abilities.attributes) std::cout << "SKIPPED extended attributes: not kept here" << std::endl;
+  if (!abilities.accessLists) std::cout << "SKIPPED access control lists: not kept here" << std::endl;
   if (!abilities.hardLinks) std::cout << "SKIPPED hard links: not told from other files here" << std::endl;
   Tracee subject = Start();
   int count = 0;

@@ -1,6 +1,6 @@
 // The platform string: immutable text, kept as the bytes that it was given.
 //
-// Made from text that must be valid UTF-8, or from a name that the file system delivered, which may be anything but
+// Made from text that must be valid UTF-8, or from a path of the file system, which may hold any bytes but
 // NUL. A string and its bytes are one allocation. Every function here accepts nil (null) and gives the nil answer.
 #pragma once
 

@@ -37,7 +37,7 @@ RetainPtr<NSString> FileUrlText(const QuillFileString& path) {
 // An input with a "%" is taken to be encoded; null when it has no text or is not well encoded.
 RetainPtr<NSString> Decoded(const QuillFileString& url) {
   const char* text = url.getUTF8();
-  if (!text || !std::strchr(text, '%')) return PlatformString(url);
+  if (!text || !std::strchr(text, '%')) return NSString::stringWithUTF8String(text);
   return NSString::stringByRemovingPercentEncodingFromUTF8String(text);
 }
 
@@ -99,7 +99,7 @@ bool OSXFileManager::FileGetUrlPath(const QuillFileString& url, QuillFileString&
 }
 
 bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, QuillFileString& url) {
-  const auto text = PlatformString(path);
+  const auto text = NSString::stringWithUTF8String(path.getUTF8());
   if (!text) return false;
   const auto fileUrl = NSURL::fileURLWithPath(text->stringByExpandingTildeInPath().get());
   if (!fileUrl) return false;

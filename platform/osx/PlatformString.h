@@ -4,9 +4,11 @@
 #include "host/QuillFileString.h"
 #include "platform/foundation/NSString.h"
 
-/// The path as a platform string; null when the path has no text or its text is not UTF-8.
+/// The path as a platform string; null when the path has no text. A name on a disk may hold bytes that are not UTF-8,
+/// and is found by the text that a listing delivered: they are kept.
 inline foundation::RetainPtr<foundation::NSString> PlatformString(const QuillFileString& path) {
-  return foundation::NSString::stringWithUTF8String(path.getUTF8());
+  const char* const text = path.getUTF8();
+  return text ? foundation::NSString::stringWithFileSystemBytes(text) : nullptr;
 }
 
 /// Whether something exists at the path, links followed; *isDirectory is written only then, and may be null.

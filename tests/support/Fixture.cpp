@@ -12,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 #include "tests/support/Trees.h"
 
@@ -34,7 +34,7 @@ std::string Text(const QuillFileString& path) { return path.getUTF8() ? path.get
 std::string Contents(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   EXPECT_TRUE(file) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
+  return (std::ostringstream() << file.rdbuf()).str();
 }
 
 void WriteFile(const std::string& path, std::string_view contents) {

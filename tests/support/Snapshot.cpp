@@ -5,7 +5,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -18,7 +17,7 @@ using Twins = std::map<std::pair<dev_t, ino_t>, std::string>;
 
 std::string Bytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const std::string bytes = (std::ostringstream() << file.rdbuf()).str();
   if (bytes.size() < 200) return "\"" + bytes + "\"";
   return std::to_string(bytes.size()) + " bytes, hash " + std::to_string(std::hash<std::string>{}(bytes));
 }

@@ -29,7 +29,6 @@ class Removal final : public TreeVisitor {
  private:
   // What happened since the directory was last read from its beginning.
   struct Pass {
-    int number = 1;
     bool removedSomething = false;
     bool failed = false;
     /// Directories that resisted: a later pass does not try them again.
@@ -79,9 +78,8 @@ class Removal final : public TreeVisitor {
     if (readError != 0) Fail(readError);
     const int error = Unlink(in, directory.name.c_str(), AT_REMOVEDIR);
     Pass& pass = passes.back();
-    if ((error == ENOTEMPTY || error == EEXIST) && pass.removedSomething && pass.number < kMostPasses) {
+    if ((error == ENOTEMPTY || error == EEXIST) && pass.removedSomething && directory.pass < kMostPasses) {
       // Some file systems skip entries when others are removed while they are read.
-      ++pass.number;
       pass.removedSomething = pass.failed = false;
       return Next::kReadAgain;
     }

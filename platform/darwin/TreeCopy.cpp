@@ -25,6 +25,9 @@ constexpr int kOpenSource = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CL
 constexpr int kOpenTarget = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 constexpr int kLookUp = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
+// A directory in which others are busy all the time is taken as it was read at last.
+constexpr int kMostPasses = 8;
+
 int Sync(int file) {
   return Retry([&] { return ::fsync(file); }) == 0 ? 0 : errno;
 }
@@ -80,8 +83,9 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   };
 
   Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) override {
-    if (entry.type == DT_DIR) return Next::kGoInto;
     const Target target = TargetOf(in, entry.name);
+    if (in.pass > 1 && IsCopied(target)) return Next::kGoOn;
+    if (entry.type == DT_DIR) return Next::kGoInto;
     if (entry.type == DT_REG) {
       const int error = CopyFile(in, entry.name, target);
       if (error != ESTALE) return Answer(error);
@@ -110,6 +114,9 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   }
 
   Next Leave(TreeLevel& in, TreeLevel& directory, int error) override {
+    bool hasChanged = false;
+    if (error == 0) error = LookForChange(directory, hasChanged);
+    if (hasChanged && directory.pass < kMostPasses) return Next::kReadAgain;
     const bool keepsOpen = walk.IsOutside(in) && (directory.item.mode & S_IWUSR) == 0;
     TreeItem item = directory.item;
     if (keepsOpen) item.mode |= S_IWUSR;
@@ -121,6 +128,20 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   }
 
   void Lost(int error) override { Answer(error); }
+
+  static bool IsCopied(Target target) {
+    TreeItem item;
+    return ReadItem(target.directory, target.name, item) == 0;
+  }
+
+  /// An entry that is renamed while its directory is read may be delivered under neither name (readdir, POSIX).
+  static int LookForChange(TreeLevel& directory, bool& hasChanged) {
+    const std::timespec before = directory.item.modified;
+    const int error = ReadItem(directory.descriptor(), directory.item);
+    const std::timespec& now = directory.item.modified;
+    hasChanged = error == 0 && (now.tv_sec != before.tv_sec || now.tv_nsec != before.tv_nsec);
+    return error;
+  }
 
   void NotKept(TreeMetadata what, int error) override {
     report.NotKept(what, error, [this] { return CurrentEntry(); });

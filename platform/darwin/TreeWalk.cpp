@@ -78,6 +78,7 @@ bool TreeWalk::Leave() {
     levels.pop_back();
     return true;
   }
+  ++directory.pass;
   const int error = directory.reader->Seek(0);
   return error == 0 || Lose(error);
 }

@@ -25,6 +25,8 @@ struct TreeLevel {
   /// Empty while it is closed.
   std::optional<DirectoryReader> reader;
   std::int64_t position = 0;
+  /// How often it has been begun to be read.
+  int pass = 1;
   /// A directory that the visitor keeps beside it, closed and opened again in step with it.
   FileDescriptor counterpart;
   TreeItem counterpartItem;

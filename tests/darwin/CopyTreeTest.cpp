@@ -39,6 +39,17 @@ TEST_F(CopyTree, KeepsEverything) {
   EXPECT_EQ(1, CountItems());
 }
 
+TEST_F(CopyTree, TakesWhatComesWhileItIsAtWork) {
+  MakeMixedTree(In("tree"));
+  RecordingObserver observer;
+  observer.meddle = [this](const darwin::TreeProgress& done) {
+    if (done.items == 1) WriteFile(In("tree/late"), "late bytes");
+    return true;
+  };
+  const darwin::TreeObserverScope scope(&observer);
+  ExpectWholeCopy("tree", "copy");
+}
+
 TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {
   MakeMixedTree(In("tree"));
   std::uint64_t last = 1;

@@ -2,9 +2,7 @@
 // and removed.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sched.h>
-#include <stdio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,7 +40,7 @@ class Storm {
     if (process == 0) RunAnywhere();
     for (std::size_t i = 0; process == 0; ++i) {
       const auto& [victim, link] = pairs[i / 2 % pairs.size()];
-      (void)::renameat2(AT_FDCWD, victim.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE);
+      (void)Exchange(victim, link);
     }
   }
   ~Storm() {

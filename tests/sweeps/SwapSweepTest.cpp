@@ -2,9 +2,6 @@
 // touch, or for another item that must not be lost. Some calls later it may come back.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <stdio.h>
-
 #include <filesystem>
 #include <fstream>
 #include <set>
@@ -41,7 +38,7 @@ class Swap {
   }
   ~Swap() { quill_test::RemoveAll(spare); }
 
-  bool Exchange() const { return ::renameat2(AT_FDCWD, victim.c_str(), AT_FDCWD, spare.c_str(), RENAME_EXCHANGE) == 0; }
+  bool Exchange() const { return quill_sweep::Exchange(victim, spare); }
 
   std::string Name() const {
     return (isOfDestination ? "the destination's parent" : "/" + inTree) +

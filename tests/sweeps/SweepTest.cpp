@@ -1,9 +1,12 @@
 #include "tests/sweeps/SweepTest.h"
 
+#include <fcntl.h>
 #include <sched.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>
@@ -38,6 +41,15 @@ bool IsFullSweep() {
 bool IsChosenCall(int call) {
   const char* wish = std::getenv("QUILL_SWEEP_CALL");
   return !wish || std::atoi(wish) == call;
+}
+
+bool Exchange(const std::string& one, const std::string& other) {
+  if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) return true;
+  if (errno != EINVAL) return false;
+  // The file system does not exchange. A program that is stopped meanwhile sees no difference.
+  const std::string between = other + "-between";
+  return ::rename(one.c_str(), between.c_str()) == 0 && ::rename(other.c_str(), one.c_str()) == 0 &&
+         ::rename(between.c_str(), other.c_str()) == 0;
 }
 
 void Findings::Add(const std::string& where, const std::string& what) {

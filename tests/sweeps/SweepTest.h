@@ -16,6 +16,9 @@ bool IsFullSweep();
 /// QUILL_SWEEP_CALL=n in the environment restricts a sweep to the n-th call.
 bool IsChosenCall(int call);
 
+/// Gives each of two items the name of the other; false when that cannot be.
+bool Exchange(const std::string& one, const std::string& other);
+
 /// Counts points and gathers what went wrong; prints the figures and fails the test in its destructor.
 class Findings {
  public:

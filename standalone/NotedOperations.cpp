@@ -27,6 +27,15 @@ class TemporaryFileGuard {
   std::string& path;
 };
 
+/// Opens a file that may be temporary, as \p open does, and leaves none behind that could not be opened after all.
+template <typename Open>
+IQuillFileReadWriteTemp* OpenGuarded(std::string& temporaryFile, Open open) {
+  const TemporaryFileGuard guard(temporaryFile);
+  IQuillFileReadWriteTemp* const file = open();
+  if (file) temporaryFile.clear();
+  return file;
+}
+
 }  // namespace
 
 void StandaloneFileManager::Note(const char* name, const QuillFileString& path, const QuillFileString& secondPath,
@@ -39,12 +48,8 @@ void StandaloneFileManager::Note(const char* name, const QuillFileString& path, 
 }
 
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpenTemp() {
-  return Noting("FileOpenTemp", {}, [&] {
-    const TemporaryFileGuard guard(temporaryFile);
-    IQuillFileReadWriteTemp* const file = OSXFileManager::FileOpenTemp();
-    if (file) temporaryFile.clear();
-    return file;
-  });
+  return Noting("FileOpenTemp", {},
+                [&] { return OpenGuarded(temporaryFile, [&] { return OSXFileManager::FileOpenTemp(); }); });
 }
 
 IQuillFileAppendOnly* StandaloneFileManager::FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) {
@@ -101,7 +106,8 @@ bool StandaloneFileManager::FileReadSymLink(const QuillFileString& link, QuillFi
 }
 
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpen(const QuillFileString& path, unsigned int flags) {
-  return Noting("FileOpen", path, [&] { return OSXFileManager::FileOpen(path, flags); });
+  return Noting("FileOpen", path,
+                [&] { return OpenGuarded(temporaryFile, [&] { return OSXFileManager::FileOpen(path, flags); }); });
 }
 
 bool StandaloneFileManager::FileCreateTemp(QuillFileString& path) {

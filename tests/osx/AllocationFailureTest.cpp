@@ -83,11 +83,12 @@ TEST_F(AllocationFailure, LeavesNothingBehind) {
 
   Starve("FileOpenReadOnly", [&] { const Opened file(manager.FileOpenReadOnly(path)); });
   Starve("FileOpen", [&] { const Opened file(manager.FileOpen(other, 0x33)); });
+  Starve("FileOpen, temporary", [&] { const Opened file(manager.FileOpen(other, 0x93)); });
   Starve("FileOpenTemp", [&] {
     const Opened file(manager.FileOpenTemp());
     allocationsLeft = -1;  // its removal may take some
   });
-  EXPECT_EQ(3u, List(manager, Path(Root())).size()) << "a temporary file stays behind";
+  EXPECT_EQ(5u, List(manager, Path(Root())).size()) << "a temporary file stays behind";
   Starve("FileGetLSize", [&] { manager.FileGetLSize(composed, size); });
   Starve("FindFirst", [&] { List(manager, Path(Root())); });
   Starve("DirEnsure", [&] { manager.DirEnsure(at(longName + "2/" + longName)); });

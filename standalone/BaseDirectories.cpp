@@ -1,14 +1,13 @@
 #include "standalone/BaseDirectories.h"
 
-#include <cstdlib>
 #include <string>
 #include <string_view>
 
 #include "platform/darwin/CanonicalPath.h"
+#include "platform/darwin/UserDirectories.h"
 
 bool FindBaseDirectory(CoreFileManager& manager, const BaseDirectory& base, QuillFileString& directory) {
-  const char* value = std::getenv(base.variable);
-  if (value && *value == '/') {
+  if (const char* value = darwin::AbsolutePathInVariable(base.variable)) {
     directory.setUTF8(value);
     return true;
   }

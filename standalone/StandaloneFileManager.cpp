@@ -1,13 +1,13 @@
 #include "standalone/StandaloneFileManager.h"
 
 #include <cerrno>
-#include <cstdlib>
 #include <string>
 
 #include "platform/darwin/CanonicalPath.h"
 #include "platform/darwin/DirectoryCalls.h"
 #include "platform/darwin/ItemChanges.h"
 #include "platform/darwin/PathCalls.h"
+#include "platform/darwin/UserDirectories.h"
 #include "platform/darwin/VolumeStatus.h"
 #include "platform/foundation/NSStandardDirectories.h"
 #include "platform/osx/OSXFileSystemUtils.h"
@@ -104,8 +104,8 @@ bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
 }
 
 bool StandaloneFileManager::DirGetTemp(QuillFileString& directory) {
-  const char* wanted = std::getenv("TMPDIR");
-  directory.setUTF8(wanted && *wanted == '/' ? wanted : "/tmp");
+  const char* const wanted = darwin::AbsolutePathInVariable("TMPDIR");
+  directory.setUTF8(wanted ? wanted : "/tmp");
   return true;
 }
 

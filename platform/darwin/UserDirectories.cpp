@@ -24,9 +24,10 @@ std::string WithoutTrailingSlashes(std::string path) {
   return path;
 }
 
+const char* IfAbsolute(const char* path) noexcept { return path && *path == '/' ? path : nullptr; }
+
 std::optional<std::string> AbsoluteOrNothing(const char* path) {
-  if (!path || *path != '/') return std::nullopt;
-  return WithoutTrailingSlashes(path);
+  return IfAbsolute(path) ? std::optional(WithoutTrailingSlashes(path)) : std::nullopt;
 }
 
 std::string InDirectory(const std::string& directory, std::string_view relative) {
@@ -63,6 +64,8 @@ std::string ContentsOf(const std::string& path) {
 }
 
 }  // namespace
+
+const char* AbsolutePathInVariable(const char* variable) noexcept { return IfAbsolute(std::getenv(variable)); }
 
 std::optional<std::string> HomeDirectory() {
   if (auto home = AbsoluteOrNothing(std::getenv("HOME"))) return home;

@@ -11,6 +11,9 @@
 
 namespace darwin {
 
+/// The value of an environment variable when it is absolute, as it stands there; else null.
+const char* AbsolutePathInVariable(const char* variable) noexcept;
+
 /// $HOME when it is absolute, else the password database's entry for the real user; nullopt when neither knows.
 std::optional<std::string> HomeDirectory();
 

@@ -17,14 +17,6 @@ namespace {
 
 constexpr ::mode_t kPermissions = 07777;
 
-int ChangeOwner(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group) {
-  constexpr unsigned kUnchanged = ~0u;
-  const auto change = [&](const char* item) {
-    return ::lchown(item, owner.value_or(kUnchanged), group.value_or(kUnchanged));
-  };
-  return OnItem(path, change) == 0 ? 0 : errno;
-}
-
 // One call since Linux 6.6, where fchmodat2 takes the flag; before, the C library goes the long way.
 int ChangeModeOfItself(const char* item, ::mode_t mode) {
   constexpr long kFchmodat2 = 452;  // the same number on every architecture that Debian supports
@@ -54,14 +46,6 @@ int SetModificationTime(const char* path, double milliseconds) {
     return ::utimensat(AT_FDCWD, item, times, 0);
   };
   return OnItem(path, change) == 0 ? 0 : errno;
-}
-
-int SetOwnership(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group) {
-  const int together = ChangeOwner(path, owner, group);
-  if (together == 0 || !owner || !group) return together;
-  (void)ChangeOwner(path, std::nullopt, group);  // an ordinary user may give a file to another of his groups
-  (void)ChangeOwner(path, owner, std::nullopt);
-  return together;
 }
 
 int SetPermissions(const char* path, FinalLink finalLink, unsigned permissions) {

@@ -2,8 +2,6 @@
 // links are followed unless a function says otherwise. Any thread.
 #pragma once
 
-#include <optional>
-
 #include "platform/darwin/ItemStatus.h"
 
 namespace darwin {
@@ -11,9 +9,6 @@ namespace darwin {
 /// \p milliseconds since 1970-01-01 00:00:00 UTC; EINVAL for a time that the system cannot hold. The time of the last
 /// access stays.
 int SetModificationTime(const char* path, double milliseconds);
-
-/// Sets what is present, of a link itself. Where both may not be set together, each is tried alone.
-int SetOwnership(const char* path, std::optional<unsigned> owner, std::optional<unsigned> group);
 
 /// The twelve permission bits. A link itself has none that could be set: EOPNOTSUPP.
 int SetPermissions(const char* path, FinalLink finalLink, unsigned permissions);

@@ -19,10 +19,6 @@ std::timespec Time(const struct statx_timestamp& stamp) noexcept {
   return {stamp.tv_sec, static_cast<long>(stamp.tv_nsec)};
 }
 
-bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept {
-  return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
-}
-
 std::timespec CreationTime(const struct statx& found) noexcept {
   if (found.stx_mask & STATX_BTIME) return Time(found.stx_btime);
   return std::min({Time(found.stx_mtime), Time(found.stx_ctime), Time(found.stx_atime)}, IsEarlier);
@@ -46,6 +42,10 @@ ItemStatus Translated(const struct statx& found) noexcept {
 }
 
 }  // namespace
+
+bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept {
+  return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
+}
 
 bool ItemStatus::IsDirectory() const noexcept { return S_ISDIR(mode); }
 

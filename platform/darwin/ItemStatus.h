@@ -22,6 +22,8 @@ struct ItemStatus {
   bool IsSymbolicLink() const noexcept;
 };
 
+bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept;
+
 /// 0, or the errno, with \p status untouched. One call for a path that is found as given.
 int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status);
 

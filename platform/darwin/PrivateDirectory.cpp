@@ -4,29 +4,14 @@
 #include <sys/random.h>
 #include <sys/stat.h>
 
-#include <cstdio>
-
 #include "platform/darwin/CopyMetadata.h"
+#include "platform/darwin/OwnDirectory.h"
 #include "platform/darwin/Retry.h"
 
 namespace darwin {
 namespace {
 
 constexpr int kMostTrials = 100;
-constexpr int kOpenDirectory = O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-
-FileDescriptor OpenDirectoryAt(int directory, const char* name, int flags) {
-  return FileDescriptor(Retry([&] { return ::openat(directory, name, kOpenDirectory | flags); }));
-}
-
-/// A directory that the umask has closed to its owner.
-FileDescriptor OpenClosedDirectoryAt(int directory, const char* name) {
-  const FileDescriptor lookup = OpenDirectoryAt(directory, name, O_PATH);
-  char path[32];
-  std::snprintf(path, sizeof path, "/proc/self/fd/%d", lookup.get());
-  if (!lookup || Retry([&] { return ::chmod(path, S_IRWXU); }) != 0) return FileDescriptor();
-  return OpenDirectoryAt(directory, name, O_RDONLY);
-}
 
 bool OthersMayExchangeEntries(int directory) {
   TreeItem item;
@@ -49,8 +34,7 @@ int ChooseName(std::string& name) {
 
 FileDescriptor MakeDirectoryAt(int directory, const char* name) {
   if (Retry([&] { return ::mkdirat(directory, name, S_IRWXU); }) != 0) return FileDescriptor();
-  FileDescriptor made = OpenDirectoryAt(directory, name, O_RDONLY);
-  if (!made && errno == EACCES) made = OpenClosedDirectoryAt(directory, name);
+  FileDescriptor made = OpenOwnDirectoryAt(directory, name);
   if (made) return made;
   const int reason = errno;
   (void)::unlinkat(directory, name, AT_REMOVEDIR);  // the reason why it could not be opened is what counts

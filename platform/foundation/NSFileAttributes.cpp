@@ -52,7 +52,7 @@ std::optional<unsigned long> NSFileAttributes::hfsCreatorCode() const {
   return creator;
 }
 
-NSSettableAttributes NSFileAttributes::ownership() const noexcept {
+NSOwnership NSFileAttributes::ownership() const noexcept {
   return {status.group, status.owner, status.mode & kPermissionBits};
 }
 

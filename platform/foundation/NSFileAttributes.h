@@ -10,13 +10,13 @@ namespace foundation {
 
 enum class NSFileType { kRegular, kDirectory, kSymbolicLink, kSocket, kCharacterSpecial, kBlockSpecial, kUnknown };
 
-/// The keys that may be set on an item.
-struct NSSettableAttributes {
-  std::optional<unsigned> groupOwnerAccountID;
-  std::optional<unsigned> ownerAccountID;
-  std::optional<unsigned> posixPermissions;
+/// What one directory hands down to another.
+struct NSOwnership {
+  unsigned groupOwnerAccountID;
+  unsigned ownerAccountID;
+  unsigned posixPermissions;
 
-  bool operator==(const NSSettableAttributes&) const = default;
+  bool operator==(const NSOwnership&) const = default;
 };
 
 /// The attributes of one item at the time of the question. The creator code lives in an extended attribute and is
@@ -32,8 +32,7 @@ class NSFileAttributes {
   std::optional<double> creationDate() const noexcept;
   std::optional<double> modificationDate() const noexcept;
   std::optional<unsigned long> hfsCreatorCode() const;
-  /// Group, owner and permission bits, as one directory hands them down to another.
-  NSSettableAttributes ownership() const noexcept;
+  NSOwnership ownership() const noexcept;
 
  private:
   RetainPtr<NSString> itemPath;

@@ -66,15 +66,8 @@ std::optional<NSFileSystemAttributes> NSFileManager::attributesOfFileSystemForPa
   return NSFileSystemAttributes{space.total, space.available};
 }
 
-bool NSFileManager::setAttributesOfItemAtPath(const NSSettableAttributes& attributes, const NSString* path) {
-  if (!path) return false;
-  const char* const item = path->fileSystemRepresentation();
-  const auto& [group, owner, permissions] = attributes;
-  const bool hasOwner = !(owner || group) || darwin::SetOwnership(item, owner, group) == 0;
-  // Last, as a change of owner may clear permission bits.
-  const bool hasPermissions =
-      !permissions || darwin::SetPermissions(item, darwin::FinalLink::kItself, *permissions) == 0;
-  return hasOwner && hasPermissions;
+bool NSFileManager::setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path) {
+  return path && darwin::SetPermissions(path->fileSystemRepresentation(), darwin::FinalLink::kItself, permissions) == 0;
 }
 
 bool NSFileManager::createFileAtPath(const NSString* path) {

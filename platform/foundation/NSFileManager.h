@@ -32,9 +32,8 @@ class NSFileManager {
   /// kTarget answers as for the path with every link in it resolved.
   std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink);
   std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path);
-  /// Sets what is present, owner and group before the permissions; the rest is set even when one is refused. An item
-  /// that was exchanged for a link meanwhile does not lead to the link's target.
-  bool setAttributesOfItemAtPath(const NSSettableAttributes& attributes, const NSString* path);
+  /// An item that was exchanged for a link meanwhile does not lead to the link's target.
+  bool setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path);
 
   /// Creates an empty file. One that somebody else has created a moment before keeps its contents.
   bool createFileAtPath(const NSString* path);

@@ -1,5 +1,6 @@
 // Ensuring a directory chain.
 
+#include "platform/darwin/Inheritance.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
@@ -8,27 +9,27 @@
 using foundation::NSError;
 using foundation::NSFileManager;
 using foundation::NSFinalLink;
-using foundation::NSSettableAttributes;
+using foundation::NSOwnership;
 using foundation::NSString;
 using foundation::RetainPtr;
 
 namespace {
 
-// Owner, group and permissions of the directory at hand; absent where they cannot be read.
-using Ownership = std::optional<NSSettableAttributes>;
+// Absent where it cannot be read.
+using Ownership = std::optional<NSOwnership>;
 
-Ownership OwnershipOf(const NSString* directory) {
-  const auto attributes = NSFileManager::defaultManager()->attributesOfItemAtPath(directory, NSFinalLink::kTarget);
+Ownership OwnershipOf(const NSString* directory, NSFinalLink finalLink) {
+  const auto attributes = NSFileManager::defaultManager()->attributesOfItemAtPath(directory, finalLink);
   return attributes ? Ownership(attributes->ownership()) : std::nullopt;
 }
 
 // Gives a new directory what its parent has, as far as it is not so already, and tells what it has then. A refused
 // change stops nobody: the directory is there.
-Ownership Inherit(const Ownership& parent, const NSString* directory) {
-  const auto own = OwnershipOf(directory);
+Ownership Inherit(const Ownership& parent, const NSString* directory, const std::timespec& beginning) {
+  const auto own = OwnershipOf(directory, NSFinalLink::kItself);
   if (!parent || !own || *parent == *own) return own;
-  const bool all = NSFileManager::defaultManager()->setAttributesOfItemAtPath(*parent, directory);
-  return all ? parent : OwnershipOf(directory);
+  const bool all = darwin::InheritOwnership(directory->fileSystemRepresentation(), beginning) == 0;
+  return all ? parent : OwnershipOf(directory, NSFinalLink::kItself);
 }
 
 }  // namespace
@@ -42,6 +43,7 @@ bool OSXFileManager::DirEnsure(const QuillFileString& directory) {
   if (!text) return false;
   auto ensured = NSString::stringWithUTF8String("");
   const auto here = NSString::stringWithUTF8String(".");
+  const auto beginning = darwin::TimeOfNewItems();
   Ownership inherited;  // known below a directory that was created here
   for (const auto component : text->pathComponents()) {
     auto candidate = ensured->stringByAppendingPathComponent(component);
@@ -58,8 +60,10 @@ bool OSXFileManager::DirEnsure(const QuillFileString& directory) {
     if (exists) {
       inherited.reset();
     } else {
-      if (!inherited) inherited = OwnershipOf(ensured->view().empty() ? here.get() : ensured.get());
-      inherited = Inherit(inherited, candidate.get());
+      if (!inherited) {
+        inherited = OwnershipOf(ensured->view().empty() ? here.get() : ensured.get(), NSFinalLink::kTarget);
+      }
+      inherited = Inherit(inherited, candidate.get(), beginning);
     }
     ensured = std::move(candidate);
   }

@@ -10,7 +10,6 @@
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSFileManager;
-using foundation::NSSettableAttributes;
 
 namespace {
 
@@ -72,9 +71,8 @@ bool OSXFileManager::_FileOrDirCreateTempInDir(const QuillFileString& directory,
   if (!name) return Fail(kQuillErrIO);
   if (!(isDirectory ? MakeDirectory(name.get(), result) : MakeFile(name.get(), result))) return Fail(kQuillErrIO);
 
-  NSSettableAttributes attributes;
-  attributes.posixPermissions = isDirectory ? kDirectoryPermissions : kFilePermissions;
+  const unsigned permissions = isDirectory ? kDirectoryPermissions : kFilePermissions;
   // The item is usable with the mode it was made with, too.
-  (void)NSFileManager::defaultManager()->setAttributesOfItemAtPath(attributes, PlatformString(result).get());
+  (void)NSFileManager::defaultManager()->setPosixPermissionsOfItemAtPath(permissions, PlatformString(result).get());
   return true;
 }

@@ -66,23 +66,5 @@ TEST_F(NSFileManagerTest, AccessIsTheEffectiveUsersNotTheRealUsers) {
   ASSERT_EQ(0, ::seteuid(0));
 }
 
-TEST_F(NSFileManagerTest, SetsWhatItMayWhenTheRestIsRefused) {
-  constexpr unsigned kAnotherGroup = 12345;
-  ASSERT_EQ(0, ::mkdir(In("d").c_str(), 0777));
-  // A file that an ordinary user makes in it starts out in another group than the user's own.
-  if (::geteuid() == 0) {
-    ASSERT_EQ(0, ::chown(In("d").c_str(), 0, kAnotherGroup));
-  }
-  ASSERT_EQ(0, ::chmod(In("d").c_str(), 02777));
-  quill_test::AsOrdinaryUser(Root(), [this] {
-    WriteFile(In("d/f"), "");
-    const auto path = Text(In("d/f"));
-    EXPECT_FALSE(manager.setAttributesOfItemAtPath({::getegid(), 0, 0640}, path.get()));
-    const auto now = manager.attributesOfItemAtPath(path.get(), NSFinalLink::kItself)->ownership();
-    EXPECT_EQ((NSSettableAttributes{::getegid(), ::geteuid(), 0640}), now);
-  });
-  EXPECT_TRUE(manager.setAttributesOfItemAtPath({}, Text(In("d/f")).get()));
-}
-
 }  // namespace
 }  // namespace foundation

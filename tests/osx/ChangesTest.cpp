@@ -85,6 +85,19 @@ TEST_F(ChangesTest, EnsureCreatesWhatIsMissingAsTheParentIs) {
   EXPECT_TRUE(There("new"));
 }
 
+TEST_F(ChangesTest, EnsureHandsDownWhatItMayWhenTheRestIsRefused) {
+  // What an ordinary user makes in it starts out in another group than the user's own.
+  EXPECT_EQ(::geteuid() == 0, ::chown(In("empty").c_str(), 0, 12345) == 0);
+  ASSERT_EQ(0, ::chmod(In("empty").c_str(), 01777));
+  quill_test::AsOrdinaryUser(Root(), [this] {
+    const ::mode_t before = ::umask(0777);
+    EXPECT_EQ("true, nothing", Outcome(manager.DirEnsure(At("empty/a/b"))));
+    ::umask(before);
+    for (const char* name : {"empty/a", "empty/a/b"})
+      EXPECT_EQ(fs::perms(01777), fs::status(In(name)).permissions()) << name;
+  });
+}
+
 TEST_F(ChangesTest, ManagersOfTwoThreadsShareNothing) {
   const auto work = [this](const std::string& own) {
     RecordingManager host;

@@ -94,7 +94,7 @@ int PrepareRemoval(const Move& move, PrivateDirectory& aside) {
 }
 
 void RemoveSource(const Move& move, const PrivateDirectory& aside, CopiedItems& copied, TreeReport& report) {
-  report.StopAsking();  // half a source would be left
+  report.BeginRemovalOfSource();
   copied.Sort();
   const SetAside source(move, aside);
   if (source) {

@@ -114,7 +114,8 @@ class Removal final : public TreeVisitor {
 
   Next Removed() {
     passes.back().removedSomething = true;
-    if (report.Finished(1)) return Next::kGoOn;
+    const bool isAll = passes.size() == 1;  // there is nothing left to stop
+    if (report.Finished(1) || isAll) return Next::kGoOn;
     Fail(ECANCELED);
     return Next::kStop;
   }

@@ -18,6 +18,8 @@ struct TreeProgress {
   std::uint64_t bytes = 0;
   /// Items copied or removed; a move within a file system is one item.
   std::uint64_t items = 0;
+  /// Items that a move to another file system has removed at their old place, all of it being at the new one by then.
+  std::uint64_t itemsRemovedFromSource = 0;
 };
 
 /// A property of an item that the target could not hold.
@@ -28,7 +30,7 @@ enum class TreeMetadata { kOwner, kPermissions, kTimes, kExtendedAttributes, kHa
 class QUILL_EXPORT TreeObserver {
  public:
   /// After every item and every few megabytes. False stops the operation, which takes back what it can and fails with
-  /// ECANCELED.
+  /// ECANCELED; a move that removes its source already leaves the rest of it there, and all of it at the new place.
   virtual bool Advanced(const TreeProgress& progress);
   /// The copy is good, but this could not be carried over (not supported or not permitted there).
   virtual void MetadataNotKept(const char* entry, TreeMetadata what, int error);

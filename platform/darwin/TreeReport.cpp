@@ -15,9 +15,9 @@ bool TreeReport::Wrote(std::uint64_t bytes) {
 }
 
 bool TreeReport::Tell(std::uint64_t bytes, std::uint64_t items) {
-  if (!observer || !mayStop) return true;
+  if (!observer) return true;
   done.bytes += bytes + std::exchange(untold, 0);
-  done.items += items;
+  (removesSource ? done.itemsRemovedFromSource : done.items) += items;
   return observer->Advanced(done);
 }
 

@@ -34,8 +34,8 @@ class TreeReport {
     return firstError;
   }
 
-  /// From here on the work is not to be stopped any more.
-  void StopAsking() noexcept { mayStop = false; }
+  /// From here on items are not copied any more but removed at their old place.
+  void BeginRemovalOfSource() noexcept { removesSource = true; }
 
   /// 0 while nothing has failed.
   int error() const noexcept { return firstError; }
@@ -47,7 +47,7 @@ class TreeReport {
   TreeProgress done;
   std::uint64_t untold = 0;
   int firstError = 0;
-  bool mayStop = true;
+  bool removesSource = false;
 };
 
 }  // namespace darwin

@@ -95,7 +95,7 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
     const auto count = Describe(In("tree")).size();
     RecordingObserver observer;
     observer.meddle = [&, meddle = meddle](const darwin::TreeProgress& done) {
-      if (done.items == count) meddle(In("tree"));  // everything has been copied, nothing removed
+      if (done.items == count && done.itemsRemovedFromSource == 0) meddle(In("tree"));  // all has been copied
       return true;
     };
     const darwin::TreeObserverScope scope(&observer);
@@ -105,6 +105,17 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
     EXPECT_FALSE(fs::exists(In("tree/dangling"))) << kept;
     for (const char* made : {"tree", "other/moved"}) RemoveAll(In(made));
   }
+}
+
+TEST_F(MoveTreeAcross, LosesNothingWhenTheRemovalOfTheSourceIsStopped) {
+  MakeMixedTree(In("tree"));
+  const auto count = Describe(In("tree")).size();
+  RecordingObserver observer;
+  observer.meddle = [](const darwin::TreeProgress& done) { return done.itemsRemovedFromSource < 2; };
+  const darwin::TreeObserverScope scope(&observer);
+  EXPECT_EQ(ECANCELED, Move("tree", "other/moved"));
+  EXPECT_EQ(count, Describe(In("other/moved")).size());
+  EXPECT_EQ(count - 2, Describe(In("tree")).size());
 }
 
 }  // namespace

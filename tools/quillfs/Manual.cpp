@@ -42,6 +42,8 @@ Wrong usage; nothing was done.
 .TP
 .B 130
 Interrupted by Ctrl-C (143 by SIGTERM, 129 by SIGHUP). What was being copied or moved has not been left half-made.
+A move to another file system that had begun to remove its source has left all of it at the new place and the rest of
+the source at the old one, and says so.
 .SH ENVIRONMENT
 .TP
 .B HOME, XDG_DATA_HOME, XDG_STATE_HOME, XDG_DATA_DIRS, XDG_CONFIG_HOME, XDG_CACHE_HOME

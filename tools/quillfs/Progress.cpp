@@ -32,6 +32,8 @@ const char* MetadataName(darwin::TreeMetadata what) {
   return "something";
 }
 
+std::string ItemsText(std::uint64_t items) { return std::to_string(items) + (items == 1 ? " item" : " items"); }
+
 }  // namespace
 
 Progress::Progress(Session& running, std::string_view verbText, bool wantsLosses)
@@ -54,7 +56,10 @@ void Progress::Clear() {
 }
 
 bool Progress::Advanced(const darwin::TreeProgress& progress) {
-  if (WasInterrupted()) return false;
+  if (WasInterrupted()) {
+    leftPartOfSource = progress.itemsRemovedFromSource > 0;
+    return false;
+  }
   if (!isTerminal || Clock::now() < nextLine) return true;
   Show(progress);
   nextLine = Clock::now() + kLineInterval;
@@ -70,9 +75,12 @@ void Progress::MetadataNotKept(const char* entry, darwin::TreeMetadata what, int
 }
 
 void Progress::Show(const darwin::TreeProgress& progress) {
-  std::string line = kClearLine + std::to_string(progress.items) + (progress.items == 1 ? " item " : " items ");
+  std::string line = kClearLine + ItemsText(progress.items) + ' ';
   line += verb;
   if (progress.bytes > 0) line += ", " + SizeText(static_cast<double>(progress.bytes));
+  if (progress.itemsRemovedFromSource > 0) {
+    line += ", " + ItemsText(progress.itemsRemovedFromSource) + " removed from the source";
+  }
   isShown = std::fputs(line.c_str(), stderr) >= 0;
   (void)std::fflush(stderr);
 }

@@ -19,13 +19,17 @@ class Progress final : public darwin::TreeObserver {
   ~Progress();
 
   bool Advanced(const darwin::TreeProgress& progress) override;
+  /// Takes the line from the terminal.
+  void Clear();
+  /// Whether the work was stopped while it removed what has been moved.
+  bool LeftPartOfSource() const noexcept { return leftPartOfSource; }
+
   void MetadataNotKept(const char* entry, darwin::TreeMetadata what, int error) override;
 
  private:
   using Clock = std::chrono::steady_clock;
 
   void Show(const darwin::TreeProgress& progress);
-  void Clear();
 
   InterruptionScope interruption;
   Session& session;
@@ -33,5 +37,6 @@ class Progress final : public darwin::TreeObserver {
   bool tellsLosses;
   bool isTerminal;
   bool isShown = false;
+  bool leftPartOfSource = false;
   Clock::time_point nextLine;
 };

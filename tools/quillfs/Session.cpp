@@ -63,6 +63,11 @@ void Session::FailForSystem(std::string_view subject, int posixError) {
   Report(Quoted(subject), ReasonText(kQuillErrNone, posixError));
 }
 
+void Session::FailWithSourceLeft() {
+  Print(Quoted(TextOf(manager.LastFailure().path)),
+        "interrupted; all of it is at the new place, and what has not been removed yet still at the old one");
+}
+
 std::string Session::Reason() {
   const OperationFailure& failure = manager.LastFailure();
   std::string reason = ReasonText(manager.GetLastError(), failure.posixError);
@@ -72,8 +77,11 @@ std::string Session::Reason() {
 
 void Session::Report(std::string_view subject, std::string_view reason) {
   status = kExitFailure;
-  if (WasInterrupted()) return;  // who pressed the keys knows why
-  (void)output.Finish();         // keeps both streams in order on a terminal; a failure is told at the end
+  if (!WasInterrupted()) Print(subject, reason);  // who pressed the keys knows why
+}
+
+void Session::Print(std::string_view subject, std::string_view reason) {
+  (void)output.Finish();  // keeps both streams in order on a terminal; a failure is told at the end
   const std::string message = "quillfs: " + std::string(subject) + ": " + std::string(reason) + '\n';
   (void)std::fputs(message.c_str(), stderr);  // there is no other place to tell
 }

@@ -36,6 +36,8 @@ class Session {
   void Fail(std::string_view subject, int code);
   /// The same for a call to the system that failed outside the manager.
   void FailForSystem(std::string_view subject, int posixError);
+  /// Reports that the last operation was interrupted when all was at its new place and a part still at the old one.
+  void FailWithSourceLeft();
 
   /// Prints what is left and gives the status with which the program ends.
   int Finish();
@@ -43,6 +45,7 @@ class Session {
  private:
   std::string Reason();
   void Report(std::string_view subject, std::string_view reason);
+  void Print(std::string_view subject, std::string_view reason);
 
   int status = kExitSuccess;
 };

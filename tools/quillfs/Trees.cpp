@@ -9,12 +9,15 @@ namespace {
 constexpr OptionRow kVerbose{"-v,--verbose", OptionKind::kFlag, "tell what could not be kept: owners, dates and so on"};
 constexpr OptionRow kClobber{"-f,--clobber", OptionKind::kFlag, "delete what stands at the destination first"};
 
-/// Runs an operation on trees under the eyes of the user; reports nothing.
+/// Runs an operation on trees under the eyes of the user; reports only what nobody else would.
 template <typename Operation>
 bool Watched(Session& session, const char* verb, Operation operation, bool tellsLosses = false) {
   session.Begin();
-  const Progress progress(session, verb, tellsLosses);
-  return operation(session.manager);
+  Progress progress(session, verb, tellsLosses);
+  const bool succeeded = operation(session.manager);
+  progress.Clear();
+  if (!succeeded && progress.LeftPartOfSource()) session.FailWithSourceLeft();
+  return succeeded;
 }
 
 void Remove(Session& session, const Arguments& arguments) {

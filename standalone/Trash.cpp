@@ -161,6 +161,10 @@ int MoveToTrash(CoreFileManager& manager, const char* path, std::string& trashed
       trashed = target;
       return 0;
     }
+    // What has come from another file system, but could not go there as a whole, lies in the trash all the same.
+    darwin::ItemStatus arrived;
+    if (error != EEXIST && darwin::GetItemStatus(target.c_str(), darwin::FinalLink::kItself, arrived) == 0)
+      return error;
     (void)darwin::unlink(info.c_str());  // the reason of the move is the one to tell
     if (error != EEXIST) return error;
   }

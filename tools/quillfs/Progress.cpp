@@ -34,6 +34,14 @@ const char* MetadataName(darwin::TreeMetadata what) {
 
 std::string ItemsText(std::uint64_t items) { return std::to_string(items) + (items == 1 ? " item" : " items"); }
 
+/// "3 items copied, 1.5 GB"; of a first item that takes its time "1.5 GB copied".
+std::string AmountText(const darwin::TreeProgress& progress, std::string_view verb) {
+  const std::string size = SizeText(static_cast<double>(progress.bytes));
+  if (progress.bytes == 0) return (ItemsText(progress.items) + ' ').append(verb);
+  if (progress.items == 0) return (size + ' ').append(verb);
+  return (ItemsText(progress.items) + ' ').append(verb).append(", " + size);
+}
+
 }  // namespace
 
 Progress::Progress(Session& running, std::string_view verbText, bool wantsLosses)
@@ -75,9 +83,7 @@ void Progress::MetadataNotKept(const char* entry, darwin::TreeMetadata what, int
 }
 
 void Progress::Show(const darwin::TreeProgress& progress) {
-  std::string line = kClearLine + ItemsText(progress.items) + ' ';
-  line += verb;
-  if (progress.bytes > 0) line += ", " + SizeText(static_cast<double>(progress.bytes));
+  std::string line = kClearLine + AmountText(progress, verb);
   if (progress.itemsRemovedFromSource > 0) {
     line += ", " + ItemsText(progress.itemsRemovedFromSource) + " removed from the source";
   }

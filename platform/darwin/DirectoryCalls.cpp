@@ -1,5 +1,6 @@
 #include "platform/darwin/DirectoryCalls.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,14 +12,20 @@
 #include "platform/darwin/ItemStatus.h"
 #include "platform/darwin/NameLookup.h"
 #include "platform/darwin/OpenFile.h"
+#include "platform/darwin/OwnDirectory.h"
 
 namespace darwin {
 namespace {
 
+int MakeOwnDirectory(const char* path) {
+  if (::mkdir(path, S_IRWXU) != 0) return errno;
+  const FileDescriptor made = OpenOwnDirectoryAt(AT_FDCWD, path);
+  return made ? GiveOwnerRights(made.get()) : errno;
+}
+
 int EnsureDirectory(const char* path, ::mode_t allowedToOthers) {
   const std::string place = PathForCreation(path);
-  if (::mkdir(place.c_str(), S_IRWXU) == 0) return 0;
-  if (errno != EEXIST) return errno;
+  if (const int error = MakeOwnDirectory(place.c_str()); error != EEXIST) return error;
 
   ItemStatus status;
   if (const int error = GetItemStatus(place.c_str(), FinalLink::kItself, status); error != 0) return error;

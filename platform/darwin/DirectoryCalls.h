@@ -12,8 +12,9 @@ int IsEmptyDirectory(const char* path, bool& empty);
 
 int SetCurrentDirectory(const char* path);
 
-/// Makes sure that \p path is a directory that belongs to the effective user; a new one is closed to everybody else.
-/// What stands there already is accepted only when it is just that (never through a link), else EACCES.
+/// Makes sure that \p path is a directory that belongs to the effective user; a new one is closed to everybody else and
+/// open to its owner, whatever the umask says. What stands there already is accepted only when it is just that (never
+/// through a link), else EACCES.
 int EnsureOwnDirectory(const char* path);
 
 /// The same, and a directory that stands there already must be closed to everybody else.

@@ -14,6 +14,8 @@
 namespace darwin {
 namespace {
 
+constexpr ::mode_t kOwnerReadsAndWrites = S_IRUSR | S_IWUSR;
+
 int WriteAll(int descriptor, std::string_view contents) {
   while (!contents.empty()) {
     const auto count = Retry([&] { return ::write(descriptor, contents.data(), contents.size()); });
@@ -28,9 +30,10 @@ int WriteAll(int descriptor, std::string_view contents) {
 int CreateExclusively(const char* path, std::string_view contents) {
   const std::string place = PathForCreation(path);
   FileDescriptor file(
-      Retry([&] { return ::open(place.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR); }));
+      Retry([&] { return ::open(place.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kOwnerReadsAndWrites); }));
   if (!file) return errno;
 
+  (void)::fchmod(file.get(), kOwnerReadsAndWrites);  // what the umask has taken; only a file system without refuses
   int error = WriteAll(file.get(), contents);
   if (const int closing = file.Close(); error == 0) error = closing;
   if (error != 0) (void)::unlink(place.c_str());  // the reason of the writing is the one to tell

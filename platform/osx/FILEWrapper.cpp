@@ -1,6 +1,7 @@
 #include "platform/osx/FILEWrapper.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <limits>
 
 #include "host/QuillErr.h"
@@ -32,7 +33,7 @@ FILEWrapper::~FILEWrapper() {
     int unreported = kQuillErrNone;
     (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(fileName).get(), unreported);
   } catch (...) {
-    // Out of memory: the file stays.
+    (void)std::remove(fileName.getUTF8());  // takes no memory
   }
 }
 

@@ -85,8 +85,10 @@ TEST_F(AllocationFailure, LeavesNothingBehind) {
   Starve("FileOpen", [&] { const Opened file(manager.FileOpen(other, 0x33)); });
   Starve("FileOpen, temporary", [&] { const Opened file(manager.FileOpen(other, 0x93)); });
   Starve("FileOpenTemp", [&] {
-    const Opened file(manager.FileOpenTemp());
-    allocationsLeft = -1;  // its removal may take some
+    Opened file(manager.FileOpenTemp());
+    allocationsLeft = 0;
+    file.reset();
+    allocationsLeft = -1;
   });
   EXPECT_EQ(5u, List(manager, Path(Root())).size()) << "a temporary file stays behind";
   Starve("FileGetLSize", [&] { manager.FileGetLSize(composed, size); });

@@ -45,15 +45,17 @@ FileDescriptor OpenStart(FileDescriptor itself, const char* item) {
   return OpenPlace(DirectoryPart(item).c_str(), O_DIRECTORY);
 }
 
-// A way that cannot be followed to the root counts as leading through the container: better a refusal than a loss.
-bool WayUpMeets(FileDescriptor place, const struct statx& container) {
+// Nothing when the way cannot be followed to the root, as through a directory that may not be searched.
+std::optional<bool> WayUpMeets(const FileDescriptor& start, const struct statx& container) {
+  FileDescriptor place;
   struct statx here {};
-  if (!GetStatus(place, here)) return true;
+  if (!GetStatus(start, here)) return std::nullopt;
   for (;;) {
     if (SameItem(here, container)) return true;
-    FileDescriptor above(Retry([&] { return ::openat(place.get(), "..", O_PATH | O_DIRECTORY | O_CLOEXEC); }));
+    const int below = place ? place.get() : start.get();
+    FileDescriptor above(Retry([&] { return ::openat(below, "..", O_PATH | O_DIRECTORY | O_CLOEXEC); }));
     struct statx next {};
-    if (!GetStatus(above, next)) return true;
+    if (!GetStatus(above, next)) return std::nullopt;
     if (SameItem(here, next) && here.stx_mnt_id == next.stx_mnt_id) return false;  // the root is its own parent
     place = std::move(above);
     here = next;
@@ -67,6 +69,17 @@ std::string PathOf(const FileDescriptor& place) {
   const ssize_t length = ::readlink(link.c_str(), path.data(), path.size());
   path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
   return path;
+}
+
+// Within one mount the paths tell as well, if they are paths: "(unreachable)/d" and "/d (deleted)" are not. What cannot
+// be told counts as leading through the container: better a refusal than a loss.
+bool PathLeadsThrough(const FileDescriptor& container, const struct statx& status, const FileDescriptor& place) {
+  struct statx here {};
+  if (!GetStatus(place, here) || here.stx_mnt_id != status.stx_mnt_id) return true;
+  const std::string outer = PathOf(container), inner = PathOf(place);
+  const auto tells = [](std::string_view path) { return path.starts_with('/') && !path.ends_with(" (deleted)"); };
+  if (!tells(outer) || !tells(inner)) return true;
+  return (inner + '/').starts_with(outer == "/" ? outer : outer + '/');
 }
 
 // Blanks, tabs, line feeds and backslashes stand in mountinfo as a backslash and three octal digits.
@@ -118,9 +131,10 @@ bool ItemContains(const char* container, const char* item) {
   if (!S_ISDIR(outerStatus.stx_mode)) return false;
   FileDescriptor itself = OpenPlace(item, O_NOFOLLOW);
   if (MountedElsewhere(outer, outerStatus, itself)) return true;
-  FileDescriptor start = OpenStart(std::move(itself), item);
+  const FileDescriptor start = OpenStart(std::move(itself), item);
   if (!start) return false;
-  return WayUpMeets(std::move(start), outerStatus);
+  const auto meets = WayUpMeets(start, outerStatus);
+  return meets ? *meets : PathLeadsThrough(outer, outerStatus, start);
 }
 
 }  // namespace darwin

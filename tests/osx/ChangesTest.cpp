@@ -162,6 +162,19 @@ TEST_F(ChangesTest, ADestinationThatIsHoldsOrIsHeldByTheSourceIsRefused) {
   EXPECT_TRUE(manager.FileOrDirCopy(At("link"), At("full/sub/source"), true)) << "a link holds nothing";
 }
 
+TEST_F(ChangesTest, ClearingIsSafeAndAllowedBelowADirectoryThatIsShut) {
+  quill_test::AsOrdinaryUser(Root(), [this] {
+    for (const char* made : {"shut/here/d/in", "shut/here/e"}) fs::create_directories(In(made));
+    const fs::path before = fs::current_path();
+    fs::current_path(In("shut/here"));
+    fs::permissions(In("shut"), fs::perms::none);
+    EXPECT_EQ("false, 3012 stored", Outcome(manager.FileOrDirCopy(Path("d/in"), Path("d"), true)));
+    EXPECT_EQ("true, nothing", Outcome(manager.FileOrDirCopy(Path("d"), Path("e"), true)));
+    fs::permissions(In("shut"), fs::perms::owner_all);
+    fs::current_path(before);
+  });
+}
+
 TEST_F(ChangesTest, ClearingGoesThroughTheTableAndSaysSoWhenItFails) {
   struct Keeping : RecordingManager {
     bool FileDelete(const QuillFileString&) override {

@@ -29,7 +29,14 @@ QuillFileString::~QuillFileString() { freeAll(); }
 
 void QuillFileString::setUTF8(const char* newText) {
   if (!newText) return freeAll();
-  Replace(newText, {}, {});
+  const std::size_t length = std::strlen(newText);
+  if (length >= kInlineCapacity) return Replace({newText, length}, {}, {});
+  // The usual short text without detour. It may lie in the present one, which is given up afterwards.
+  std::memmove(inlineText, newText, length + 1);
+  freeAll();
+  text = inlineText;
+  end = text + length;
+  originalFormat = kOriginalUTF8;
 }
 
 void QuillFileString::appendLeaf(const char* leaf) {

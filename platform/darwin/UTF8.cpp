@@ -8,15 +8,21 @@
 namespace darwin {
 namespace {
 
+using Word = std::uint64_t;
+
+bool IsASCIIWord(const char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return (word & 0x8080808080808080) == 0;
+}
+
 /// Where the run of ASCII that begins at \p position ends.
 std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
-  constexpr std::uint64_t kHighBits = 0x8080808080808080;
-  std::uint64_t word;
-  for (; bytes.size() - position >= sizeof word; position += sizeof word) {
-    std::memcpy(&word, bytes.data() + position, sizeof word);
-    if (word & kHighBits) break;
-  }
-  while (position < bytes.size() && U8_IS_SINGLE(bytes[position])) ++position;
+  const std::size_t size = bytes.size();
+  while (size - position >= sizeof(Word) && IsASCIIWord(bytes.data() + position)) position += sizeof(Word);
+  // The rest as part of the last whole word, as long as all before it has been seen.
+  if (size - position < sizeof(Word) && size >= sizeof(Word) && IsASCIIWord(bytes.data() + size - sizeof(Word))) return size;
+  while (position < size && U8_IS_SINGLE(bytes[position])) ++position;
   return position;
 }
 

@@ -20,7 +20,7 @@ class QUILL_EXPORT NSObject {
  protected:
   /// Born with one owner; see Adopt.
   NSObject() noexcept = default;
-  virtual ~NSObject();
+  virtual ~NSObject() = default;
 
  private:
   template <typename T>

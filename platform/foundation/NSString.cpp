@@ -20,8 +20,6 @@ std::string_view WithoutLeadingSeparators(std::string_view path) noexcept {
 
 }  // namespace
 
-void NSString::operator delete(void* memory) noexcept { ::operator delete(memory); }
-
 RetainPtr<NSString> NSString::WithLength(std::size_t length) {
   void* const memory = ::operator new(sizeof(NSString) + length + 1);
   auto string = RetainPtr<NSString>::Adopt(::new (memory) NSString(length));

@@ -84,7 +84,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   }
 
   // Unsized: the allocation is larger than the object, as it holds the bytes too.
-  static void operator delete(void* memory) noexcept;
+  static void operator delete(void* memory) noexcept { ::operator delete(memory); }
 
   std::size_t length;
 };

@@ -1,7 +1,0 @@
-#include "platform/foundation/NSObject.h"
-
-namespace foundation {
-
-NSObject::~NSObject() = default;
-
-}  // namespace foundation

@@ -28,11 +28,14 @@ std::string ByICU(const std::string& text) {
   return result;
 }
 
-/// A name that is not ASCII, into a string of its own.
+/// Into a path string of its own.
 void RegisterLayer(const std::string& operation, const std::string& text) {
   const auto string = NSString::stringWithUTF8String(text.c_str());
   Require(static_cast<bool>(string), "NSString");
-  Register(Sized(operation + "/layer", text.size()), [=] { return string->precomposedStringWithCanonicalMapping(); });
+  Register(Sized(operation + "/layer", text.size()), [=] {
+    QuillFileString result;
+    return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(string.get(), result, /*normalize=*/true);
+  });
 }
 
 void RegisterAgainstICU(const std::string& operation, const std::string& text) {
@@ -41,17 +44,12 @@ void RegisterAgainstICU(const std::string& operation, const std::string& text) {
 }
 
 void RegisterASCII(const std::string& text) {
-  const auto string = NSString::stringWithUTF8String(text.c_str());
-  Register(Sized("BM_FormCOfASCII/layer", text.size()), [=] {
-    QuillFileString result;
-    return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(string.get(), result, /*normalize=*/true);
-  });
+  RegisterAgainstICU("BM_FormCOfASCII", text);
   Register(Sized("BM_FormCOfASCII/copy", text.size()), [=] {
     std::string result = text;
     benchmark::DoNotOptimize(result.data());
     return result.size();
   });
-  Register(Sized("BM_FormCOfASCII/icu", text.size()), [=] { return ByICU(text); });
 }
 
 }  // namespace

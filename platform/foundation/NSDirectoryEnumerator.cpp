@@ -21,12 +21,11 @@ RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const N
   return RetainPtr<NSDirectoryEnumerator>::Adopt(new NSDirectoryEnumerator(std::move(reader)));
 }
 
-RetainPtr<NSString> NSDirectoryEnumerator::nextObject() {
+const char* NSDirectoryEnumerator::nextObject() {
   const auto* const entry = reader->Next();
   lastName = entry ? entry->name : nullptr;
-  if (!entry) return nullptr;
-  lastType = entry->type;
-  return NSString::stringWithFileSystemBytes(entry->name);
+  if (entry) lastType = entry->type;
+  return lastName;
 }
 
 bool NSDirectoryEnumerator::lastIsDirectory() {

@@ -16,8 +16,9 @@ class NSDirectoryEnumerator final : public NSObject {
   /// Null when the directory cannot be read.
   static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);
 
-  /// The next name, never "." or ".."; null at the end and ever after. It does not descend.
-  RetainPtr<NSString> nextObject();
+  /// The next name as the file system keeps it, never "." or ".."; valid until the next call. Null at the end and ever
+  /// after. It does not descend.
+  const char* nextObject();
 
   /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the listing has
   /// told that it cannot be one.

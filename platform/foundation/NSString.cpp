@@ -4,7 +4,6 @@
 #include <new>
 #include <string>
 
-#include "platform/darwin/Normalization.h"
 #include "platform/darwin/UTF8.h"
 
 namespace foundation {
@@ -74,11 +73,6 @@ RetainPtr<NSString> NSString::stringByReplacingOccurrencesOfString(std::string_v
 
 RetainPtr<NSString> NSString::substringToIndex(std::size_t bytes) const {
   return stringWithFileSystemBytes(view().substr(0, bytes));
-}
-
-RetainPtr<NSString> NSString::precomposedStringWithCanonicalMapping() const {
-  if (canBeConvertedToASCII()) return Shared();
-  return stringWithFileSystemBytes(darwin::FormC(view()));
 }
 
 RetainPtr<NSString> NSString::stringByAppendingPathComponent(std::string_view component) const {

@@ -40,9 +40,6 @@ class QUILL_EXPORT NSString final : public NSObject {
   /// The first \p bytes bytes.
   RetainPtr<NSString> substringToIndex(std::size_t bytes) const;
 
-  /// Normalization Form C (UAX #15). Bytes that are not UTF-8 stay as they are.
-  RetainPtr<NSString> precomposedStringWithCanonicalMapping() const;
-
   /// Joined by exactly one "/"; an empty string gives the component alone.
   RetainPtr<NSString> stringByAppendingPathComponent(std::string_view component) const;
   /// The components without separators; an absolute path begins with "/". The views live as long as this string.

@@ -3,7 +3,6 @@
 #include "host/Ravel.h"
 #include "platform/foundation/NSDirectoryEnumerator.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileSystemUtils.h"
 #include "platform/osx/PlatformString.h"
 
 OSXFileIterator::OSXFileIterator() noexcept = default;
@@ -21,9 +20,9 @@ bool OSXFileIterator::Init(const QuillFileString& directory) {
 }
 
 bool OSXFileIterator::GetNextItem(FindFileInfo* info) {
-  const auto name = enumerator->nextObject();
+  const char* const name = enumerator->nextObject();
   if (!name) return false;
-  (void)OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(name.get(), info->path, /*normalize=*/true);
+  SetInFormC(name, info->path);
   info->type = enumerator->lastIsDirectory() ? kQuillFileTypeDirectory : kQuillFileTypeFile;
   return true;
 }

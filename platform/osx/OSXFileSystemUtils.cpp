@@ -3,10 +3,11 @@
 #include <cerrno>
 
 #include "host/QuillErr.h"
-#include "host/QuillFileString.h"
+#include "platform/darwin/Normalization.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/NSURL.h"
+#include "platform/osx/PlatformString.h"
 
 namespace OSXFileSystemUtils {
 namespace {
@@ -90,8 +91,8 @@ int _NSErrorToQuillErr(const foundation::NSError* error) noexcept {
 
 bool SetQuillFileStringFromNSStringPath(const foundation::NSString* text, QuillFileString& result, bool normalize) {
   if (!text) return true;
-  if (normalize && !text->canBeConvertedToASCII()) {
-    result.setUTF8(text->precomposedStringWithCanonicalMapping()->UTF8String());
+  if (normalize) {
+    SetInFormC(text->UTF8String(), result);
   } else {
     result.setUTF8(text->UTF8String());
   }
@@ -106,3 +107,8 @@ bool _GetFilePathFromNSURL(const foundation::NSURL* url, QuillFileString& result
 }
 
 }  // namespace OSXFileSystemUtils
+
+// ASCII is its own Form C.
+void SetInFormC(const char* text, QuillFileString& path) {
+  path.setUTF8(darwin::IsASCII(text) ? text : darwin::FormC(text).c_str());
+}

@@ -11,5 +11,8 @@ inline foundation::RetainPtr<foundation::NSString> PlatformString(const QuillFil
   return text ? foundation::NSString::stringWithFileSystemBytes(text) : nullptr;
 }
 
+/// Stores \p text, which need not be UTF-8, into \p path in Normalization Form C.
+void SetInFormC(const char* text, QuillFileString& path);
+
 /// Whether something exists at the path, links followed; *isDirectory is written only then, and may be null.
 bool _FileExists(const QuillFileString& path, bool* isDirectory);

@@ -24,10 +24,10 @@ std::timespec CreationTime(const struct statx& found) noexcept {
   return std::min({Time(found.stx_mtime), Time(found.stx_ctime), Time(found.stx_atime)}, IsEarlier);
 }
 
-/// As stat does, neither call mounts what an automounter only offers.
-int Ask(int directory, const char* path, FinalLink finalLink, struct statx& found) noexcept {
+/// As stat does, it mounts nothing that an automounter only offers.
+int Ask(const char* path, FinalLink finalLink, struct statx& found) noexcept {
   const int flags = AT_NO_AUTOMOUNT | (finalLink == FinalLink::kItself ? AT_SYMLINK_NOFOLLOW : 0);
-  return ::statx(directory, path, flags, kWanted, &found);
+  return ::statx(AT_FDCWD, path, flags, kWanted, &found);
 }
 
 ItemStatus Translated(const struct statx& found) noexcept {
@@ -54,7 +54,7 @@ bool ItemStatus::IsSymbolicLink() const noexcept { return S_ISLNK(mode); }
 int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status) {
   if (!path) return EFAULT;
   struct statx found;
-  const auto ask = [&](const char* name) { return Ask(AT_FDCWD, name, finalLink, found); };
+  const auto ask = [&](const char* name) { return Ask(name, finalLink, found); };
   if (OnItem(path, ask) != 0) return errno;
   status = Translated(found);
   return 0;
@@ -64,11 +64,17 @@ bool MayAccess(const char* path, int mode) {
   return OnItem(path, [mode](const char* name) { return ::faccessat(AT_FDCWD, name, mode, AT_EACCESS); }) == 0;
 }
 
-int GetItemStatusAt(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept {
-  struct statx found;
-  if (Ask(directory, name, finalLink, found) != 0) return errno;
-  status = Translated(found);
+int IsDirectory(const char* path, bool& isDirectory) {
+  if (!path) return EFAULT;
+  struct stat found;
+  if (OnItem(path, [&](const char* name) { return ::stat(name, &found); }) != 0) return errno;
+  isDirectory = S_ISDIR(found.st_mode);
   return 0;
+}
+
+bool IsDirectoryAt(int directory, const char* name) noexcept {
+  struct stat found;
+  return ::fstatat(directory, name, &found, 0) == 0 && S_ISDIR(found.st_mode);
 }
 
 }  // namespace darwin

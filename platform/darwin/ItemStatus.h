@@ -30,8 +30,12 @@ int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status);
 /// Whether the effective user may do what \p mode (R_OK, W_OK) says to an existing item; access asks for the real user.
 bool MayAccess(const char* path, int mode);
 
-/// As GetItemStatus for a name that a listing of \p directory (a descriptor) has delivered, so that it is looked for
-/// only as it is.
-int GetItemStatusAt(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept;
+/// Whether a directory stands at \p path, or a link to one; cheaper to ask than all of its status. 0, or the errno,
+/// with \p isDirectory untouched.
+int IsDirectory(const char* path, bool& isDirectory);
+
+/// The same for a name that a listing of \p directory (a descriptor) has delivered, so that it is looked for only as it
+/// is. False as well when it is gone.
+bool IsDirectoryAt(int directory, const char* name) noexcept;
 
 }  // namespace darwin

@@ -31,10 +31,7 @@ const char* NSDirectoryEnumerator::nextObject() {
 bool NSDirectoryEnumerator::lastIsDirectory() {
   if (!lastName) return false;
   if (lastType != DT_DIR && lastType != DT_LNK && lastType != DT_UNKNOWN) return false;
-
-  darwin::ItemStatus status;
-  return darwin::GetItemStatusAt(reader->descriptor(), lastName, darwin::FinalLink::kTarget, status) == 0 &&
-         status.IsDirectory();
+  return darwin::IsDirectoryAt(reader->descriptor(), lastName);
 }
 
 }  // namespace foundation

@@ -22,11 +22,6 @@ bool CanAccess(const NSString* path, int mode) {
   return path && darwin::MayAccess(path->fileSystemRepresentation(), mode);
 }
 
-bool FindStatus(const NSString* path, NSFinalLink finalLink, darwin::ItemStatus& status) {
-  const auto link = finalLink == NSFinalLink::kItself ? darwin::FinalLink::kItself : darwin::FinalLink::kTarget;
-  return path && darwin::GetItemStatus(path->fileSystemRepresentation(), link, status) == 0;
-}
-
 bool Succeeded(int posixError, RetainPtr<NSError>* error) {
   if (posixError == 0) return true;
   if (error) *error = NSError::errorWithDomain(NSPOSIXErrorDomain(), posixError);
@@ -43,10 +38,7 @@ NSFileManager* NSFileManager::defaultManager() noexcept {
 bool NSFileManager::fileExistsAtPath(const NSString* path, bool* isDirectory) {
   // Existence alone is cheaper to ask.
   if (!isDirectory) return CanAccess(path, F_OK);
-  darwin::ItemStatus status;
-  if (!FindStatus(path, NSFinalLink::kTarget, status)) return false;
-  *isDirectory = status.IsDirectory();
-  return true;
+  return path && darwin::IsDirectory(path->fileSystemRepresentation(), *isDirectory) == 0;
 }
 
 bool NSFileManager::isReadableFileAtPath(const NSString* path) { return CanAccess(path, R_OK); }
@@ -54,8 +46,10 @@ bool NSFileManager::isReadableFileAtPath(const NSString* path) { return CanAcces
 bool NSFileManager::isWritableFileAtPath(const NSString* path) { return CanAccess(path, W_OK); }
 
 std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink) {
+  if (!path) return std::nullopt;
+  const auto link = finalLink == NSFinalLink::kItself ? darwin::FinalLink::kItself : darwin::FinalLink::kTarget;
   darwin::ItemStatus status;
-  if (!FindStatus(path, finalLink, status)) return std::nullopt;
+  if (darwin::GetItemStatus(path->fileSystemRepresentation(), link, status) != 0) return std::nullopt;
   return NSFileAttributes(path, status);
 }
 

@@ -12,9 +12,8 @@ constexpr std::string_view kFileScheme = "file://";
 constexpr auto kPathAllowed = NSCharacterSet::URLPathAllowedCharacterSet();
 
 bool IsDirectory(const NSString& path) {
-  darwin::ItemStatus status;
-  return darwin::GetItemStatus(path.fileSystemRepresentation(), darwin::FinalLink::kTarget, status) == 0 &&
-         status.IsDirectory();
+  bool isDirectory = false;
+  return darwin::IsDirectory(path.fileSystemRepresentation(), isDirectory) == 0 && isDirectory;
 }
 
 RetainPtr<NSString> AbsolutePath(const NSString& path) {

@@ -20,9 +20,9 @@ bool IsASCIIWord(const char* bytes) noexcept {
 std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
   const std::size_t size = bytes.size();
   while (size - position >= sizeof(Word) && IsASCIIWord(bytes.data() + position)) position += sizeof(Word);
-  // The rest as part of the last whole word, as long as all before it has been seen.
-  if (size - position < sizeof(Word) && size >= sizeof(Word) && IsASCIIWord(bytes.data() + size - sizeof(Word)))
-    return size;
+  // What is left of the last word is looked at together with the bytes in front of it.
+  const bool endsInPartOfWord = size - position < sizeof(Word) && size >= sizeof(Word);
+  if (endsInPartOfWord && IsASCIIWord(bytes.data() + size - sizeof(Word))) return size;
   while (position < size && U8_IS_SINGLE(bytes[position])) ++position;
   return position;
 }

@@ -25,9 +25,9 @@ std::timespec CreationTime(const struct statx& found) noexcept {
 }
 
 /// As stat does, it mounts nothing that an automounter only offers.
-int Ask(const char* path, FinalLink finalLink, struct statx& found) noexcept {
+int Ask(int directory, const char* path, FinalLink finalLink, struct statx& found) noexcept {
   const int flags = AT_NO_AUTOMOUNT | (finalLink == FinalLink::kItself ? AT_SYMLINK_NOFOLLOW : 0);
-  return ::statx(AT_FDCWD, path, flags, kWanted, &found);
+  return ::statx(directory, path, flags, kWanted, &found);
 }
 
 ItemStatus Translated(const struct statx& found) noexcept {
@@ -54,8 +54,15 @@ bool ItemStatus::IsSymbolicLink() const noexcept { return S_ISLNK(mode); }
 int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status) {
   if (!path) return EFAULT;
   struct statx found;
-  const auto ask = [&](const char* name) { return Ask(name, finalLink, found); };
+  const auto ask = [&](const char* name) { return Ask(AT_FDCWD, name, finalLink, found); };
   if (OnItem(path, ask) != 0) return errno;
+  status = Translated(found);
+  return 0;
+}
+
+int GetItemStatusAt(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept {
+  struct statx found;
+  if (Ask(directory, name, finalLink, found) != 0) return errno;
   status = Translated(found);
   return 0;
 }

@@ -27,6 +27,9 @@ bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept;
 /// 0, or the errno, with \p status untouched. One call for a path that is found as given.
 int GetItemStatus(const char* path, FinalLink finalLink, ItemStatus& status);
 
+/// As GetItemStatus for a name in \p directory (a descriptor) that is looked for only as it is.
+int GetItemStatusAt(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept;
+
 /// Whether the effective user may do what \p mode (R_OK, W_OK) says to an existing item; access asks for the real user.
 bool MayAccess(const char* path, int mode);
 

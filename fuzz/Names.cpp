@@ -54,7 +54,7 @@ int Status(const std::string& path) {
 
 /// An item that stands under \p stored is found by \p asked, and a creation by that name meets it.
 void CheckLookup(const ScratchDirectory& directory, std::string_view stored, std::string_view asked) {
-  if (!CanBeName(stored) || !CanBeName(asked)) return;
+  if (stored == asked || !CanBeName(stored) || !CanBeName(asked)) return;
   const std::string item = directory.In(stored);
   Require(std::ofstream(item).is_open());
   Require(Status(directory.In(asked)) == 0);

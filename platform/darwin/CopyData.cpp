@@ -2,9 +2,7 @@
 
 #include <fcntl.h>
 #include <linux/fs.h>
-#include <linux/magic.h>
 #include <sys/ioctl.h>
-#include <sys/vfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -16,8 +14,7 @@
 namespace darwin {
 namespace {
 
-constexpr std::uint64_t kLongestServerCopy = 64 << 20;  // between two reports
-constexpr unsigned kCephMagic = 0x00c36400;             // not in linux/magic.h
+constexpr std::uint64_t kLongestKernelCopy = 64 << 20;  // between two reports
 
 int WriteAll(int to, const std::byte* data, std::size_t size, std::uint64_t position, bool positioned) {
   while (size > 0) {
@@ -47,6 +44,9 @@ int WriteSparsely(int to, const std::byte* data, std::size_t size, std::uint64_t
   return 0;
 }
 
+/// By these file systems, or by this kernel.
+bool IsRefusedForAll(int error) { return error == EOPNOTSUPP || error == EXDEV || error == ENOTTY || error == ENOSYS; }
+
 off_t Seek(int file, std::uint64_t position, int whence) {
   return Retry([&] { return ::lseek(file, static_cast<off_t>(position), whence); });
 }
@@ -62,15 +62,15 @@ int DataCopier::Copy(int from, const TreeItem& source, int to) {
 bool DataCopier::Clone(int from, int to) {
   if (Retry([&] { return ::ioctl(to, FICLONE, from); }) == 0) return true;
   // Others concern one file alone. Whatever the reason is: if it is serious, the plain way meets it as well.
-  if (errno == EOPNOTSUPP || errno == EXDEV || errno == ENOTTY || errno == ENOSYS) mayClone = false;
+  if (IsRefusedForAll(errno)) mayClone = false;
   return false;
 }
 
 /// Reads without positions, so that it suits files that have none.
 int DataCopier::CopyToEnd(int from, const TreeItem& source, int to) {
   std::uint64_t total = 0;
-  if (source.size > sizeof(Block) && IsOnServer(from)) {
-    if (!CopyOnServer(from, to, {0, source.size}, total)) return ECANCELED;
+  if (source.size > sizeof(Block) && mayCopyInKernel) {
+    if (!CopyInKernel(from, to, {0, source.size}, total)) return ECANCELED;
     if (Seek(from, total, SEEK_SET) == -1 || Seek(to, total, SEEK_SET) == -1) return errno;
   }
   for (;;) {
@@ -108,8 +108,8 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
 
 int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached) {
   reached = range.begin;
-  const bool mayAskServer = !range.hidesHoles && range.end - range.begin > sizeof(Block) && IsOnServer(from);
-  if (mayAskServer && !CopyOnServer(from, to, range, reached)) return ECANCELED;
+  const bool isForKernel = mayCopyInKernel && !range.hidesHoles && range.end - range.begin > sizeof(Block);
+  if (isForKernel && !CopyInKernel(from, to, range, reached)) return ECANCELED;
   while (reached < range.end) {
     const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, sizeof(Block));
     const auto position = static_cast<off_t>(reached);
@@ -126,30 +126,19 @@ int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached)
 }
 
 /// As far as it gets; the rest, and the reason if there is one, is the plain way's. False when it was stopped.
-bool DataCopier::CopyOnServer(int from, int to, Range range, std::uint64_t& reached) {
+bool DataCopier::CopyInKernel(int from, int to, Range range, std::uint64_t& reached) {
   auto in = static_cast<off_t>(range.begin);
   auto out = in;
   reached = range.begin;
   while (reached < range.end) {
-    const std::size_t wanted = std::min(range.end - reached, kLongestServerCopy);
+    const std::size_t wanted = std::min(range.end - reached, kLongestKernelCopy);
     const ssize_t done = Retry([&] { return ::copy_file_range(from, &in, to, &out, wanted, 0); });
+    if (done < 0 && IsRefusedForAll(errno)) mayCopyInKernel = false;
     if (done <= 0) return true;
     reached += static_cast<std::uint64_t>(done);
     if (!report.Wrote(static_cast<std::uint64_t>(done))) return false;
   }
   return true;
-}
-
-bool DataCopier::IsOnServer(int file) {
-  if (onServer != Answer::kUnknown) return onServer == Answer::kYes;
-  struct statfs status;
-  onServer = Answer::kNo;
-  if (Retry([&] { return ::fstatfs(file, &status); }) != 0) return false;
-  for (const unsigned magic : {unsigned{NFS_SUPER_MAGIC}, unsigned{CIFS_SUPER_MAGIC}, unsigned{SMB2_SUPER_MAGIC},
-                               unsigned{FUSE_SUPER_MAGIC}, kCephMagic}) {
-    if (static_cast<unsigned>(status.f_type) == magic) onServer = Answer::kYes;
-  }
-  return onServer == Answer::kYes;
 }
 
 std::byte* DataCopier::Buffer() {

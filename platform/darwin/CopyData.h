@@ -12,8 +12,9 @@ namespace darwin {
 
 /// For the files of one tree: what the file systems refused once is not asked for again.
 ///
-/// The ladder: a clone, which shares the blocks; where a server can copy for us, copy_file_range; else reading and
-/// writing, which is faster than copy_file_range on local disks. Each goes on where the one before stopped.
+/// The ladder: a clone, which shares the blocks; for more than one block, copy_file_range, which spares the data a way
+/// through the program, or even to it from a server; else reading and writing. Each goes on where the one before
+/// stopped.
 class DataCopier {
  public:
   explicit DataCopier(TreeReport& listener) noexcept : report(listener) {}
@@ -35,8 +36,7 @@ class DataCopier {
   int CopyToEnd(int from, const TreeItem& source, int to);
   int CopyExtents(int from, const TreeItem& source, int to);
   int CopyRange(int from, int to, Range range, std::uint64_t& reached);
-  bool CopyOnServer(int from, int to, Range range, std::uint64_t& reached);
-  bool IsOnServer(int file);
+  bool CopyInKernel(int from, int to, Range range, std::uint64_t& reached);
   std::byte* Buffer();
 
   /// Aligned to a page: the kernel copies to it and from it a good deal faster.
@@ -44,12 +44,10 @@ class DataCopier {
     std::byte bytes[256 * 1024];
   };
 
-  enum class Answer { kUnknown, kNo, kYes };
-
   TreeReport& report;
   std::unique_ptr<Block> buffer;
   bool mayClone = true;
-  Answer onServer = Answer::kUnknown;
+  bool mayCopyInKernel = true;
 };
 
 }  // namespace darwin

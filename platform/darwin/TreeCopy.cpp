@@ -25,8 +25,13 @@ constexpr int kOpenSource = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CL
 constexpr int kOpenTarget = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
 constexpr int kLookUp = O_PATH | O_NOFOLLOW | O_CLOEXEC;
 
-// A directory in which others are busy all the time is taken as it was read at last.
 constexpr int kMostPasses = 8;
+
+// A directory in which others are busy all the time is taken as it was read at last; what comes into it faster than it
+// can be copied would grow with every pass.
+bool MayReadAgain(const TreeLevel& directory) {
+  return directory.pass < kMostPasses && directory.lateEntries <= directory.earlyEntries;
+}
 
 int Sync(int file) {
   return Retry([&] { return ::fsync(file); }) == 0 ? 0 : errno;
@@ -85,6 +90,7 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) override {
     const Target target = TargetOf(in, entry.name);
     if (in.pass > 1 && IsCopied(target)) return Next::kGoOn;
+    ++(in.pass == 1 ? in.earlyEntries : in.lateEntries);
     if (entry.type == DT_DIR) return Next::kGoInto;
     if (entry.type == DT_REG) {
       const int error = CopyFile(in, entry.name, target);
@@ -116,7 +122,7 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   Next Leave(TreeLevel& in, TreeLevel& directory, int error) override {
     bool hasChanged = false;
     if (error == 0) error = LookForChange(directory, hasChanged);
-    if (hasChanged && directory.pass < kMostPasses) return Next::kReadAgain;
+    if (hasChanged && MayReadAgain(directory)) return Next::kReadAgain;
     const bool keepsOpen = walk.IsOutside(in) && (directory.item.mode & S_IWUSR) == 0;
     TreeItem item = directory.item;
     if (keepsOpen) item.mode |= S_IWUSR;
@@ -136,10 +142,11 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
 
   /// An entry that is renamed while its directory is read may be delivered under neither name (readdir, POSIX).
   static int LookForChange(TreeLevel& directory, bool& hasChanged) {
-    const std::timespec before = directory.item.modified;
+    const TreeItem before = directory.item;
     const int error = ReadItem(directory.descriptor(), directory.item);
+    directory.item.accessed = before.accessed;  // by now our own reading is the latest access
     const std::timespec& now = directory.item.modified;
-    hasChanged = error == 0 && (now.tv_sec != before.tv_sec || now.tv_nsec != before.tv_nsec);
+    hasChanged = error == 0 && (now.tv_sec != before.modified.tv_sec || now.tv_nsec != before.modified.tv_nsec);
     return error;
   }
 

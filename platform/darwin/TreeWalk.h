@@ -27,6 +27,8 @@ struct TreeLevel {
   std::int64_t position = 0;
   /// How often it has been begun to be read.
   int pass = 1;
+  /// What the visitor found in the first pass, and only in a later one.
+  std::size_t earlyEntries = 0, lateEntries = 0;
   /// A directory that the visitor keeps beside it, closed and opened again in step with it.
   FileDescriptor counterpart;
   TreeItem counterpartItem;

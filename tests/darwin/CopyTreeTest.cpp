@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -48,6 +49,26 @@ TEST_F(CopyTree, TakesWhatComesWhileItIsAtWork) {
   };
   const darwin::TreeObserverScope scope(&observer);
   ExpectWholeCopy("tree", "copy");
+
+  // What came faster than it was copied made every pass longer than the one before.
+  std::uint64_t made = 0;
+  observer.meddle = [&](const darwin::TreeProgress&) {
+    for (int trial = 0; trial < 3; ++trial) WriteFile(In("tree/more" + std::to_string(made++)), "");
+    return true;
+  };
+  EXPECT_EQ(0, Copy("tree", "copy"));
+  EXPECT_LT(made, 1000U);
+}
+
+// Reading it once more to see whether it had changed gave the copy the time of that reading.
+TEST_F(CopyTree, KeepsTheTimeOfAccessOfADirectory) {
+  fs::create_directory(In("tree"));
+  const timespec times[] = {{1000, 0}, {2000, 0}};
+  ASSERT_EQ(0, ::utimensat(AT_FDCWD, In("tree").c_str(), times, 0));
+  ASSERT_EQ(0, Copy("tree", "copy"));
+  struct stat status {};
+  ASSERT_EQ(0, ::stat(In("copy").c_str(), &status));
+  EXPECT_EQ(1000, status.st_atim.tv_sec);
 }
 
 TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {

@@ -18,10 +18,16 @@ namespace {
 
 constexpr ::mode_t kPermissions = 07777;
 
+// Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
+std::timespec Latest(const std::timespec& stamp) noexcept {
+  constexpr long kLastNanosecond = 999'999'999;
+  return {stamp.tv_sec, stamp.tv_nsec == 0 ? kLastNanosecond : stamp.tv_nsec};
+}
+
 // Servers have clocks of their own, by which what they have just made may seem old. Of an older directory, put in
 // its place by somebody else, nothing is given away while it is empty.
 bool IsNew(DirectoryReader& directory, const ItemStatus& status, const std::timespec& beginning) {
-  return !IsEarlier(status.created, beginning) || (!directory.Next() && directory.error() == 0);
+  return !IsEarlier(Latest(status.created), beginning) || (!directory.Next() && directory.error() == 0);
 }
 
 int ChangeOwner(int directory, ::uid_t owner, ::gid_t group) {

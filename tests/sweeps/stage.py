@@ -16,7 +16,7 @@ IS_FULL = os.environ.get("QUILL_SWEEP") == "full"
 Result = collections.namedtuple("Result", "status errors peak_kib")
 
 
-def run(*words, limits=(), seconds=300):
+def run(*words, limits=(), seconds=900):
     """Runs a program; the status is negative for a signal."""
 
     def prepare():

@@ -98,12 +98,14 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
     }
     const FileDescriptor from = walk.Open(in.descriptor(), entry.name, kLookUp);
     TreeItem item;
-    if (const int error = from ? ReadItem(from.get(), item) : errno) return Answer(error);
+    if (const int error = from ? ReadItem(from.get(), item) : errno) return Missed(in, error);
     if (item.IsDirectory()) return Next::kGoInto;
-    return Answer(item.IsFile() ? CopyFile(in, entry.name, target) : CopyOther({from.get(), true}, item, target));
+    const bool isFile = item.IsFile();
+    const int error = isFile ? CopyFile(in, entry.name, target) : CopyOther({from.get(), true}, item, target);
+    return error == ESTALE ? Missed(in, error) : Answer(error);
   }
 
-  Next Shut(TreeLevel&, const char*, int error) override { return Answer(error); }
+  Next Shut(TreeLevel& in, const char*, int error) override { return Missed(in, error); }
 
   Next Enter(TreeLevel& in, TreeLevel& directory) override {
     // The place of the copy lies in the tree by a way that its path does not show, a second mount of it.
@@ -135,6 +137,14 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
 
   void Lost(int error) override { Answer(error); }
 
+  /// What is gone, or was exchanged again and again, is left to another reading of its directory, if there may be one.
+  Next Missed(TreeLevel& in, int error) {
+    const bool isMissed = error == ENOENT || error == ESTALE;
+    if (!isMissed || walk.IsOutside(in) || !MayReadAgain(in)) return Answer(error);
+    in.item.modified = {};  // so that it will have changed
+    return Next::kGoOn;
+  }
+
   static bool IsCopied(Target target) {
     TreeItem item;
     return ReadItem(target.directory, target.name, item) == 0;
@@ -154,10 +164,10 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
     report.NotKept(what, error, [this] { return CurrentEntry(); });
   }
 
-  /// ESTALE when it is no regular file any more.
+  /// ESTALE when it is no regular file any more, or gone.
   int CopyFile(TreeLevel& in, const char* name, Target target) {
     const FileDescriptor from = walk.Open(in.descriptor(), name, kOpenSource);
-    if (!from) return errno == ELOOP || errno == ENXIO ? ESTALE : errno;
+    if (!from) return errno == ELOOP || errno == ENXIO || errno == ENOENT ? ESTALE : errno;
     TreeItem item;
     if (const int error = ReadItem(from.get(), item)) return error;
     if (!item.IsFile()) return ESTALE;

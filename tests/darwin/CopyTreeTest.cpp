@@ -58,6 +58,17 @@ TEST_F(CopyTree, TakesWhatComesWhileItIsAtWork) {
   };
   EXPECT_EQ(0, Copy("tree", "copy"));
   EXPECT_LT(made, 1000U);
+
+  fs::create_directory(In("renamed"));
+  const std::vector<std::string> names = {"a", "b", "c"};
+  for (const auto& name : names) WriteFile(In("renamed/" + name), "");
+  observer.meddle = [&](const darwin::TreeProgress& done) {
+    for (const auto& name : names)
+      if (done.items == 1) fs::rename(In("renamed/" + name), In("renamed/new " + name));
+    return true;
+  };
+  EXPECT_EQ(0, Copy("renamed", "copy of renamed"));
+  for (const auto& name : names) EXPECT_TRUE(fs::exists(In("copy of renamed/new " + name))) << name;
 }
 
 // Reading it once more to see whether it had changed gave the copy the time of that reading.

@@ -8,6 +8,8 @@
 #include <sys/vfs.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "platform/darwin/CopyData.h"
 #include "platform/darwin/CopyMetadata.h"
 #include "platform/darwin/FileSizeLimit.h"
@@ -122,9 +124,11 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   }
 
   Next Leave(TreeLevel& in, TreeLevel& directory, int error) override {
+    const int missed = std::exchange(directory.missed, 0);
     bool hasChanged = false;
     if (error == 0) error = LookForChange(directory, hasChanged);
-    if (hasChanged && MayReadAgain(directory)) return Next::kReadAgain;
+    if (error == 0 && (hasChanged || missed != 0) && MayReadAgain(directory)) return Next::kReadAgain;
+    if (error == 0) error = missed;
     const bool keepsOpen = walk.IsOutside(in) && (directory.item.mode & S_IWUSR) == 0;
     TreeItem item = directory.item;
     if (keepsOpen) item.mode |= S_IWUSR;
@@ -137,11 +141,11 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
 
   void Lost(int error) override { Answer(error); }
 
-  /// What is gone, or was exchanged again and again, is left to another reading of its directory, if there may be one.
+  /// What is gone, or was exchanged again and again, is left to another reading of its directory.
   Next Missed(TreeLevel& in, int error) {
-    const bool isMissed = error == ENOENT || error == ESTALE;
-    if (!isMissed || walk.IsOutside(in) || !MayReadAgain(in)) return Answer(error);
-    in.item.modified = {};  // so that it will have changed
+    const bool mayComeAgain = error == ENOENT || error == ESTALE;
+    if (!mayComeAgain || walk.IsOutside(in)) return Answer(error);
+    in.missed = error;
     return Next::kGoOn;
   }
 

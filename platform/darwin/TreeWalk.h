@@ -29,6 +29,8 @@ struct TreeLevel {
   int pass = 1;
   /// What the visitor found in the first pass, and only in a later one.
   std::size_t earlyEntries = 0, lateEntries = 0;
+  /// Why the visitor had to leave out an entry in this pass; 0 when it did not.
+  int missed = 0;
   /// A directory that the visitor keeps beside it, closed and opened again in step with it.
   FileDescriptor counterpart;
   TreeItem counterpartItem;

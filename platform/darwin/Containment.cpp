@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/darwin/DescriptorPath.h"
 #include "platform/darwin/FileDescriptor.h"
 #include "platform/darwin/NameLookup.h"
 #include "platform/darwin/Retry.h"
@@ -65,8 +66,7 @@ std::optional<bool> WayUpMeets(const FileDescriptor& start, const struct statx& 
 // Empty when the kernel does not tell: its answer is as long as a page at most (proc(5)).
 std::string PathOf(const FileDescriptor& place) {
   std::string path(4096, '\0');
-  const std::string link = "/proc/self/fd/" + std::to_string(place.get());
-  const ssize_t length = ::readlink(link.c_str(), path.data(), path.size());
+  const ssize_t length = ::readlink(DescriptorPath(place.get()).text, path.data(), path.size());
   path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
   return path;
 }

@@ -1,10 +1,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cstdio>
-
 #include "platform/darwin/CopyData.h"
 #include "platform/darwin/CopyMetadata.h"
+#include "platform/darwin/DescriptorPath.h"
 #include "platform/darwin/Retry.h"
 #include "platform/darwin/TreeCopy.h"
 
@@ -38,9 +37,7 @@ int GiveName(int file, const TreePath& to) {
   int error = link(file, "", AT_EMPTY_PATH);
   if (error == ENOENT || error == EPERM) {
     // Older kernels ask for a capability.
-    char path[32];
-    std::snprintf(path, sizeof path, "/proc/self/fd/%d", file);
-    error = link(AT_FDCWD, path, AT_SYMLINK_FOLLOW);
+    error = link(AT_FDCWD, DescriptorPath(file).text, AT_SYMLINK_FOLLOW);
   }
   const bool notHere = error == ENOENT || error == EPERM || error == EOPNOTSUPP || error == EXDEV;
   return notHere ? kNotHere : error;

@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <climits>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <string_view>
 
+#include "platform/darwin/DescriptorPath.h"
 #include "platform/darwin/Retry.h"
 
 namespace darwin {
@@ -19,12 +19,6 @@ namespace {
 
 constexpr char kAccessList[] = "system.posix_acl_access";
 constexpr char kDefaultList[] = "system.posix_acl_default";
-
-/// The path by which calls that know no O_PATH descriptor reach the item itself, links included.
-struct LookupPath {
-  explicit LookupPath(int descriptor) { std::snprintf(text, sizeof text, "/proc/self/fd/%d", descriptor); }
-  char text[32];
-};
 
 bool CannotBeHeld(int error) {
   return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == E2BIG || error == ERANGE;
@@ -44,13 +38,13 @@ mode_t GroupBits(std::string_view list, mode_t mode) {
 }
 
 ssize_t GetAttribute(OpenItem item, const char* name, std::vector<char>& value) {
-  if (item.forLookupAlone) return ::getxattr(LookupPath(item.descriptor).text, name, value.data(), value.size());
+  if (item.forLookupAlone) return ::getxattr(DescriptorPath(item.descriptor).text, name, value.data(), value.size());
   return ::fgetxattr(item.descriptor, name, value.data(), value.size());
 }
 
 int SetAttribute(OpenItem item, const char* name, const void* value, std::size_t size) {
   return Retry([&] {
-    if (item.forLookupAlone) return ::setxattr(LookupPath(item.descriptor).text, name, value, size, 0);
+    if (item.forLookupAlone) return ::setxattr(DescriptorPath(item.descriptor).text, name, value, size, 0);
     return ::fsetxattr(item.descriptor, name, value, size, 0);
   });
 }
@@ -61,7 +55,7 @@ int ChangeOwner(OpenItem item, uid_t user, gid_t group) {
 
 int ChangeMode(OpenItem item, mode_t mode) {
   const int result = Retry([&] {
-    return item.forLookupAlone ? ::chmod(LookupPath(item.descriptor).text, mode) : ::fchmod(item.descriptor, mode);
+    return item.forLookupAlone ? ::chmod(DescriptorPath(item.descriptor).text, mode) : ::fchmod(item.descriptor, mode);
   });
   return result == 0 ? 0 : errno;
 }
@@ -108,7 +102,7 @@ int MetadataCopier::ListAttributes(OpenItem from, std::size_t& length) {
   length = 0;
   for (;;) {
     const ssize_t got = Retry([&] {
-      if (from.forLookupAlone) return ::listxattr(LookupPath(from.descriptor).text, names.data(), names.size());
+      if (from.forLookupAlone) return ::listxattr(DescriptorPath(from.descriptor).text, names.data(), names.size());
       return ::flistxattr(from.descriptor, names.data(), names.size());
     });
     if (got >= 0) {

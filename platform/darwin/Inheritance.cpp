@@ -16,8 +16,6 @@
 namespace darwin {
 namespace {
 
-constexpr ::mode_t kPermissions = 07777;
-
 // Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
 std::timespec Latest(const std::timespec& stamp) noexcept {
   constexpr long kLastNanosecond = 999'999'999;
@@ -54,7 +52,7 @@ int Inherit(DirectoryReader directory, const std::timespec& beginning) {
 
   const int ownerError = SetOwnership(open, holder.owner, holder.group);
   // Last, as a change of owner may clear permission bits.
-  const bool hasMode = Retry([&] { return ::fchmod(open, holder.mode & kPermissions); }) == 0;
+  const bool hasMode = Retry([&] { return ::fchmod(open, holder.mode & ALLPERMS); }) == 0;
   return hasMode ? ownerError : errno;
 }
 

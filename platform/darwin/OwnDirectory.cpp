@@ -2,8 +2,7 @@
 
 #include <fcntl.h>
 
-#include <cstdio>
-
+#include "platform/darwin/DescriptorPath.h"
 #include "platform/darwin/Retry.h"
 #include "platform/darwin/TreeItem.h"
 
@@ -17,9 +16,8 @@ FileDescriptor OpenDirectoryAt(int directory, const char* name, int access) {
 
 FileDescriptor OpenClosedDirectoryAt(int directory, const char* name) {
   const FileDescriptor lookup = OpenDirectoryAt(directory, name, O_PATH);
-  char path[32];
-  std::snprintf(path, sizeof path, "/proc/self/fd/%d", lookup.get());
-  if (!lookup || Retry([&] { return ::chmod(path, S_IRWXU); }) != 0) return FileDescriptor();
+  const DescriptorPath path(lookup.get());
+  if (!lookup || Retry([&] { return ::chmod(path.text, S_IRWXU); }) != 0) return FileDescriptor();
   return OpenDirectoryAt(directory, name, O_RDONLY);
 }
 

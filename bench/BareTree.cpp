@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "bench/Support.h"
-#include "platform/darwin/FileDescriptor.h"
+#include "platform/darwin/descriptors/FileDescriptor.h"
 
 namespace bench {
 namespace {
 
-using darwin::FileDescriptor;
+using quill::darwin::FileDescriptor;
 
 constexpr mode_t kPermissions = 07777;
 

@@ -113,8 +113,9 @@ class Driver {
     Count("kind", 1, {1, 1}, [&] { Require(!manager.FileIsDir(path), "FileIsDir"); });
     Count("size", 1, {1, 1}, [&] { Require(manager.FileGetSize(path, size), "FileGetSize"); });
     Count("dates", 1, {1, 1}, [&] { Require(manager.FileGetDates(path, created, modified), "FileGetDates"); });
-    Count("platform string of a path", 1, {0, 1},
-          [&] { Require(static_cast<bool>(foundation::NSString::stringWithUTF8String(path.getUTF8())), "NSString"); });
+    Count("platform string of a path", 1, {0, 1}, [&] {
+      Require(static_cast<bool>(quill::foundation::NSString::stringWithUTF8String(path.getUTF8())), "NSString");
+    });
   }
 
   void Names() {
@@ -229,7 +230,7 @@ class Driver {
   /// What the root of a tree costs by itself.
   static constexpr unsigned long kTreeCalls = 16;
 
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   fs::path base;
   fs::path file;
   QuillFileString path;

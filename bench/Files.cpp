@@ -8,14 +8,14 @@
 #include <vector>
 
 #include "bench/Support.h"
-#include "platform/darwin/FileDescriptor.h"
+#include "platform/darwin/descriptors/FileDescriptor.h"
 #include "standalone/StandaloneFileManager.h"
 
 namespace bench {
 namespace {
 
 namespace fs = std::filesystem;
-using darwin::FileDescriptor;
+using quill::darwin::FileDescriptor;
 using ReadOnly = std::unique_ptr<IQuillFileReadOnly>;
 using ReadWrite = std::unique_ptr<IQuillFileReadWriteTemp>;
 using AppendOnly = std::unique_ptr<IQuillFileAppendOnly>;
@@ -26,8 +26,8 @@ constexpr std::size_t kLarge = 256 * 1024 * 1024;
 constexpr int kRandomReads = 1000;
 constexpr int kAppends = 1024;
 
-StandaloneFileManager& Manager() {
-  static StandaloneFileManager manager;
+quill::StandaloneFileManager& Manager() {
+  static quill::StandaloneFileManager manager;
   return manager;
 }
 

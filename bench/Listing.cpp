@@ -53,7 +53,7 @@ Listed ListByReaddir(const fs::path& path) {
 
 Listed ListByLayer(const fs::path& path) {
   Listed listed;
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   FindFileInfo info;
   QuillFileFindRef* const handle = manager.FindFirst(PathString(path), info);
   for (bool more = handle; more; more = manager.FindNext(handle, info)) {

@@ -11,7 +11,7 @@
 namespace bench {
 namespace {
 
-using foundation::NSString;
+using quill::foundation::NSString;
 
 /// \p start, then \p unit as often as it fits into \p size bytes.
 std::string Repeated(std::string_view unit, std::size_t size, std::string_view start = {}) {

@@ -21,7 +21,7 @@ bool AskDates(const char* path, double& created, double& modified) {
   return true;
 }
 
-void RegisterLayer(const std::shared_ptr<StandaloneFileManager>& manager, const fs::path& file) {
+void RegisterLayer(const std::shared_ptr<quill::StandaloneFileManager>& manager, const fs::path& file) {
   const auto path = PathString(file);
   Register("BM_Exists/layer", [=] { return manager->FileExists(path); });
   Register("BM_IsDirectory/layer", [=] { return manager->FileIsDir(path); });
@@ -74,7 +74,7 @@ void RegisterStandard(const fs::path& file) {
 void RegisterStatus() {
   const fs::path file = Scratch("status-file");
   MakeFile(file, 4096);
-  RegisterLayer(std::make_shared<StandaloneFileManager>(), file);
+  RegisterLayer(std::make_shared<quill::StandaloneFileManager>(), file);
   RegisterBare(file);
   RegisterStandard(file);
 }

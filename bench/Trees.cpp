@@ -12,7 +12,7 @@
 
 #include "bench/BareTree.h"
 #include "bench/Support.h"
-#include "platform/darwin/FileDescriptor.h"
+#include "platform/darwin/descriptors/FileDescriptor.h"
 #include "standalone/StandaloneFileManager.h"
 
 namespace bench {
@@ -29,8 +29,8 @@ constexpr std::size_t kMebibyte = 1024 * 1024;
 constexpr std::size_t kGibibyte = 1024 * kMebibyte;
 constexpr std::size_t kPiece = 512 * 1024;
 
-StandaloneFileManager& Manager() {
-  static StandaloneFileManager manager;
+quill::StandaloneFileManager& Manager() {
+  static quill::StandaloneFileManager manager;
   return manager;
 }
 
@@ -114,8 +114,8 @@ void CopyLargeByBareCalls(const fs::path& from, const fs::path& to) {
 }
 
 void CopyLargeByKernel(const fs::path& from, const fs::path& to) {
-  const darwin::FileDescriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
-  const darwin::FileDescriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+  const quill::darwin::FileDescriptor source(::open(from.c_str(), O_RDONLY | O_CLOEXEC));
+  const quill::darwin::FileDescriptor target(::open(to.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
   ssize_t got = 1;
   while (got > 0) got = ::copy_file_range(source.get(), nullptr, target.get(), nullptr, kGibibyte, 0);
   Require(got == 0, "copy_file_range");

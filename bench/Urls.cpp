@@ -7,7 +7,7 @@
 namespace bench {
 
 void RegisterUrls() {
-  const auto manager = std::make_shared<StandaloneFileManager>();
+  const auto manager = std::make_shared<quill::StandaloneFileManager>();
   const auto path = PathString(kUrlPath);
   Register("BM_PathToUrl/layer/60", [=] {
     QuillFileString url;

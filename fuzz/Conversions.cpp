@@ -4,15 +4,15 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
-#include "platform/darwin/UTF8.h"
+#include "platform/darwin/names/UTF8.h"
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSURL.h"
 #include "standalone/StandaloneFileManager.h"
 
-using foundation::NSCharacterSet;
-using foundation::NSString;
-using foundation::NSURL;
 using fuzz::Require;
+using quill::foundation::NSCharacterSet;
+using quill::foundation::NSString;
+using quill::foundation::NSURL;
 
 namespace {
 
@@ -33,8 +33,8 @@ bool HasControlCharacter(std::string_view text) {
 
 void CheckRoundTrip(CoreFileManager& manager, Conversion toURL, Conversion toPath, std::string path) {
   QuillFileString url, back;
-  Require((manager.*toURL)(Path(path), url) == darwin::IsUTF8(path));
-  if (!darwin::IsUTF8(path)) return Require(!url.getUTF8());
+  Require((manager.*toURL)(Path(path), url) == quill::darwin::IsUTF8(path));
+  if (!quill::darwin::IsUTF8(path)) return Require(!url.getUTF8());
 
   Require(Text(url).starts_with("file:///"));
   Require((manager.*toPath)(url, back));
@@ -45,7 +45,7 @@ void CheckRoundTrip(CoreFileManager& manager, Conversion toURL, Conversion toPat
 void CheckAnyInput(CoreFileManager& manager, Conversion convert, const std::string& text) {
   QuillFileString result = Path("before");
   if (!(manager.*convert)(Path(text), result)) return Require(Text(result) == "before");
-  Require(darwin::IsUTF8(Text(result)));
+  Require(quill::darwin::IsUTF8(Text(result)));
 }
 
 /// From a URL to its path by every step: decoded, encoded, \p from replaced by \p to, parsed.
@@ -72,7 +72,7 @@ void CheckShortWays(CoreFileManager& manager, const std::string& url) {
 
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string text(fuzz::TextIn(fuzz::Bytes(data, size)));
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   for (const Conversion convert : {&CoreFileManager::FileGetPathUrl, &CoreFileManager::FileGetUrlPath,
                                    &CoreFileManager::FileGetUrlPathPreVeranda}) {
     CheckAnyInput(manager, convert, text);

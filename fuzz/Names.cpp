@@ -7,13 +7,13 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
-#include "platform/darwin/ItemStatus.h"
-#include "platform/darwin/NameLookup.h"
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/NameLookup.h"
+#include "platform/darwin/names/Normalization.h"
+#include "platform/darwin/paths/ItemStatus.h"
 
-using darwin::FormC;
-using darwin::FormD;
 using fuzz::Require;
+using quill::darwin::FormC;
+using quill::darwin::FormD;
 
 namespace {
 
@@ -40,7 +40,7 @@ void CheckForms(std::string_view text) {
   Require(FormD(decomposed) == decomposed);
   Require(FormC(decomposed) == composed);
   Require(FormD(composed) == decomposed);
-  if (darwin::IsUTF8(text)) Require(darwin::IsUTF8(composed) && darwin::IsUTF8(decomposed));
+  if (quill::darwin::IsUTF8(text)) Require(quill::darwin::IsUTF8(composed) && quill::darwin::IsUTF8(decomposed));
 }
 
 bool CanBeName(std::string_view name) {
@@ -48,8 +48,8 @@ bool CanBeName(std::string_view name) {
 }
 
 int Status(const std::string& path) {
-  darwin::ItemStatus status;
-  return darwin::GetItemStatus(path.c_str(), darwin::FinalLink::kItself, status);
+  quill::darwin::ItemStatus status;
+  return quill::darwin::GetItemStatus(path.c_str(), quill::darwin::FinalLink::kItself, status);
 }
 
 /// An item that stands under \p stored is found by \p asked, and a creation by that name meets it.
@@ -58,7 +58,7 @@ void CheckLookup(const ScratchDirectory& directory, std::string_view stored, std
   const std::string item = directory.In(stored);
   Require(std::ofstream(item).is_open());
   Require(Status(directory.In(asked)) == 0);
-  Require(darwin::PathForCreation(directory.In(asked).c_str()) == item);
+  Require(quill::darwin::PathForCreation(directory.In(asked).c_str()) == item);
   Require(::unlink(item.c_str()) == 0);
   Require(Status(directory.In(asked)) == ENOENT);
 }

@@ -2,14 +2,14 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
-#include "platform/darwin/UTF8.h"
+#include "platform/darwin/names/UTF8.h"
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSURL.h"
 
-using foundation::NSCharacterSet;
-using foundation::NSString;
-using foundation::NSURL;
 using fuzz::Require;
+using quill::foundation::NSCharacterSet;
+using quill::foundation::NSString;
+using quill::foundation::NSURL;
 
 namespace {
 
@@ -28,7 +28,7 @@ void CheckParsing(const NSString& text) {
 
   const auto path = url->path();
   if (!path) return Require(text.containsString("%"));
-  Require(darwin::IsUTF8(path->view()));
+  Require(quill::darwin::IsUTF8(path->view()));
   // The path alone is a reference with the same path, behind an authority that keeps its "//" and ":" harmless.
   if (!path->hasPrefix("/")) return;
   const auto encoded = path->stringByAddingPercentEncodingWithAllowedCharacters(kPathAllowed);
@@ -39,7 +39,7 @@ void CheckParsing(const NSString& text) {
 
 void CheckEncoding(const NSString& text, const NSCharacterSet& allowed) {
   const auto encoded = text.stringByAddingPercentEncodingWithAllowedCharacters(allowed);
-  Require(static_cast<bool>(encoded) == darwin::IsUTF8(text.view()));
+  Require(static_cast<bool>(encoded) == quill::darwin::IsUTF8(text.view()));
   if (!encoded || allowed.contains('%')) return;
   for (const char character : encoded->view())
     Require(character == '%' || character < 'a' || allowed.contains(character));
@@ -53,7 +53,7 @@ void CheckFileURL(std::string_view text) {
   const auto parsed = NSURL::URLWithString(url->absoluteString());
   Require(static_cast<bool>(parsed));
   const auto found = parsed->path();
-  Require(static_cast<bool>(found) == darwin::IsUTF8(text));
+  Require(static_cast<bool>(found) == quill::darwin::IsUTF8(text));
   if (found) Require(found->view() == WithoutSlashesAtEnd(path) && found->isEqualToString(url->path().get()));
 }
 

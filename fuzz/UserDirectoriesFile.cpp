@@ -2,10 +2,10 @@
 #include <string>
 
 #include "fuzz/Fuzz.h"
-#include "platform/darwin/UserDirectoriesFile.h"
+#include "platform/darwin/user/UserDirectoriesFile.h"
 
-using darwin::DirectoryInUserDirectoriesFile;
 using fuzz::Require;
+using quill::darwin::DirectoryInUserDirectoriesFile;
 
 namespace {
 

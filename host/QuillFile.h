@@ -76,7 +76,7 @@ class QUILL_EXPORT IQuillFileReadOnly {
 class QUILL_EXPORT IQuillFileReadWriteTemp : public IQuillFileReadOnly {
  public:
   /// Cuts the file at the position, or extends it to there with zero bytes.
-  /// Throws foundation::NSException when the platform fails.
+  /// Throws quill::foundation::NSException when the platform fails.
   virtual bool Truncate() = 0;
 
   /// Writes all of \p count bytes at the position and advances; a gap behind the end is filled with zero bytes.
@@ -84,7 +84,7 @@ class QUILL_EXPORT IQuillFileReadWriteTemp : public IQuillFileReadOnly {
   /// some of the bytes may stand in the file.
   virtual bool Write(const void* data, unsigned long count) = 0;
 
-  /// Returns when the data is on the storage device. Throws foundation::NSException when the platform fails.
+  /// Returns when the data is on the storage device. Throws quill::foundation::NSException when the platform fails.
   virtual bool Flush() = 0;
 };
 

@@ -16,10 +16,11 @@ class QUILL_EXPORT QuillFileBase : public IQuillFileReadWriteTemp, public IQuill
   bool Write(const void* data, unsigned long count) override;
   bool Append(const void* data, unsigned long count) override;
 
-  /// Writes at the position, as Write, but lets a failure of the platform out as foundation::NSException.
+  /// Writes at the position, as Write, but lets a failure of the platform out as quill::foundation::NSException.
   virtual bool prvWrite(const void* data, unsigned long count) = 0;
 
-  /// Writes at the end of the file, as Append, but lets a failure of the platform out as foundation::NSException.
+  /// Writes at the end of the file, as Append, but lets a failure of the platform out as
+  /// quill::foundation::NSException.
   virtual bool prvAppend(const void* data, unsigned long count) = 0;
 
   /// Marks the file to be removed from disk, by its path, after the object's destruction has closed it.

@@ -3,8 +3,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/darwin/CanonicalPath.h"
-#include "platform/darwin/UserDirectories.h"
+#include "platform/darwin/paths/CanonicalPath.h"
+#include "platform/darwin/user/UserDirectories.h"
+
+namespace quill {
 
 bool FindBaseDirectory(CoreFileManager& manager, const BaseDirectory& base, QuillFileString& directory) {
   if (const char* value = darwin::AbsolutePathInVariable(base.variable)) {
@@ -45,3 +47,5 @@ QuillFileString LeafOf(const QuillFileString& path) {
   result.setUTF8(leaf.c_str());
   return result;
 }
+
+}  // namespace quill

@@ -4,6 +4,8 @@
 
 #include "host/CoreFileManager.h"
 
+namespace quill {
+
 /// One of the base directories: the value of an environment variable, if that is absolute, else a place in the home
 /// directory.
 struct BaseDirectory {
@@ -25,3 +27,5 @@ bool SplitProgramPath(QuillFileString& directory, QuillFileString& name);
 
 /// The last component of a path; empty when there is none.
 QuillFileString LeafOf(const QuillFileString& path);
+
+}  // namespace quill

@@ -2,6 +2,8 @@
 
 #include "host/QuillErr.h"
 
+namespace quill {
+
 namespace {
 
 struct ErrorRow {
@@ -44,3 +46,5 @@ const char* QuillErrText(int code) noexcept {
   const ErrorRow* row = Find(code);
   return row ? row->text : "unknown error";
 }
+
+}  // namespace quill

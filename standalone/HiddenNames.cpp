@@ -4,8 +4,10 @@
 #include <string>
 #include <string_view>
 
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 #include "standalone/BaseDirectories.h"
+
+namespace quill {
 
 namespace {
 
@@ -50,3 +52,5 @@ bool IsHiddenName(CoreFileManager& manager, const QuillFileString& path) {
   if (manager.FileGetEffectivePermissions(list) < 2) return false;
   return HasLine(ReadSmallFile(manager, list), darwin::FormC(name));
 }
+
+}  // namespace quill

@@ -1,8 +1,10 @@
 // The layer's operations as the standalone manager offers them: what fails is noted, and work on trees is watched.
 #include <new>
 
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "standalone/NotingFailures.h"
+
+namespace quill {
 
 namespace {
 
@@ -141,3 +143,5 @@ bool StandaloneFileManager::FileCreateTempInDir(const QuillFileString& directory
 bool StandaloneFileManager::DirCreateTempInDir(const QuillFileString& directory, QuillFileString& path) {
   return Noting("DirCreateTempInDir", directory, [&] { return OSXFileManager::DirCreateTempInDir(directory, path); });
 }
+
+}  // namespace quill

@@ -6,6 +6,8 @@
 
 #include "standalone/StandaloneFileManager.h"
 
+namespace quill {
+
 /// Passes on what an operation on a tree tells, and keeps where it failed.
 class FailureWatch final : public darwin::TreeObserver {
  public:
@@ -62,3 +64,5 @@ bool StandaloneFileManager::NotingTree(const char* name, const QuillFileString& 
   }
   return succeeded;
 }
+
+}  // namespace quill

@@ -5,6 +5,8 @@
 
 #include "host/QuillFileString.h"
 
+namespace quill {
+
 /// One failed operation.
 struct OperationFailure {
   /// The operation as it stands in the table, "FileOrDirCopy"; empty while nothing has failed.
@@ -19,3 +21,5 @@ struct OperationFailure {
   /// did.
   int posixError = 0;
 };
+
+}  // namespace quill

@@ -3,18 +3,20 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/darwin/CanonicalPath.h"
-#include "platform/darwin/DirectoryCalls.h"
-#include "platform/darwin/ItemChanges.h"
-#include "platform/darwin/PathCalls.h"
-#include "platform/darwin/UserDirectories.h"
-#include "platform/darwin/VolumeStatus.h"
+#include "platform/darwin/paths/CanonicalPath.h"
+#include "platform/darwin/paths/DirectoryCalls.h"
+#include "platform/darwin/paths/ItemChanges.h"
+#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/VolumeStatus.h"
+#include "platform/darwin/user/UserDirectories.h"
 #include "platform/foundation/NSStandardDirectories.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "standalone/BaseDirectories.h"
 #include "standalone/HiddenNames.h"
 #include "standalone/NotingFailures.h"
 #include "standalone/Trash.h"
+
+namespace quill {
 
 namespace {
 
@@ -115,3 +117,5 @@ bool StandaloneFileManager::Succeeded(int posixError) {
   errno = posixError;
   return false;
 }
+
+}  // namespace quill

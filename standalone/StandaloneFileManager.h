@@ -10,9 +10,11 @@
 
 #include <string>
 
-#include "platform/darwin/TreeObserver.h"
+#include "platform/darwin/trees/TreeObserver.h"
 #include "platform/osx/OSXFileManager.h"
 #include "standalone/OperationFailure.h"
+
+namespace quill {
 
 /// A file manager that completes every operation of the table.
 class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
@@ -89,3 +91,5 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   std::string temporaryFile;
   OperationFailure lastFailure;
 };
+
+}  // namespace quill

@@ -7,16 +7,18 @@
 #include <string_view>
 
 #include "host/CoreFileManager.h"
-#include "platform/darwin/CanonicalPath.h"
-#include "platform/darwin/DirectoryCalls.h"
-#include "platform/darwin/ExclusiveFile.h"
-#include "platform/darwin/ItemStatus.h"
-#include "platform/darwin/LocalTime.h"
-#include "platform/darwin/NameLookup.h"
-#include "platform/darwin/PathCalls.h"
-#include "platform/darwin/Trees.h"
-#include "platform/darwin/VolumeStatus.h"
+#include "platform/darwin/names/NameLookup.h"
+#include "platform/darwin/paths/CanonicalPath.h"
+#include "platform/darwin/paths/DirectoryCalls.h"
+#include "platform/darwin/paths/ExclusiveFile.h"
+#include "platform/darwin/paths/ItemStatus.h"
+#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/VolumeStatus.h"
+#include "platform/darwin/trees/Trees.h"
+#include "platform/darwin/user/LocalTime.h"
 #include "standalone/BaseDirectories.h"
+
+namespace quill {
 
 namespace {
 
@@ -169,3 +171,5 @@ int MoveToTrash(CoreFileManager& manager, const char* path, std::string& trashed
     if (error != EEXIST) return error;
   }
 }
+
+}  // namespace quill

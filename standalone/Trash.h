@@ -9,6 +9,10 @@
 
 class CoreFileManager;
 
+namespace quill {
+
 /// 0, or the errno of the first cause, with the item where it was. A link is trashed itself. On success \p trashed is
 /// the place where the item lies now. Reports to the thread's TreeObserver.
 int MoveToTrash(CoreFileManager& manager, const char* path, std::string& trashed);
+
+}  // namespace quill

@@ -22,7 +22,7 @@ volatile std::sig_atomic_t interrupted = 0;
 void OnInterrupt(int) { interrupted = 1; }
 
 /// Adds up what is to be copied, as far as it can be read. Links are not followed.
-void Measure(StandaloneFileManager& manager, const QuillFileString& path, std::uint64_t& bytes) {
+void Measure(quill::StandaloneFileManager& manager, const QuillFileString& path, std::uint64_t& bytes) {
   if (interrupted || manager.FileIsSymLink(path)) return;
   long long size = 0;
   if (!manager.FileIsDir(path)) {
@@ -40,23 +40,23 @@ void Measure(StandaloneFileManager& manager, const QuillFileString& path, std::u
   manager.FindClose(listing);
 }
 
-class Progress final : public darwin::TreeObserver {
+class Progress final : public quill::darwin::TreeObserver {
  public:
   explicit Progress(std::uint64_t bytes) : total(bytes) {}
 
-  bool Advanced(const darwin::TreeProgress& progress) override {
+  bool Advanced(const quill::darwin::TreeProgress& progress) override {
     done = progress;
     const unsigned percent = total == 0 ? 100 : static_cast<unsigned>(done.bytes * 100 / total);
     if (isatty(STDERR_FILENO) && percent != shown) std::fprintf(stderr, "\r%3u %%", shown = percent);
     return !interrupted;
   }
-  void MetadataNotKept(const char*, darwin::TreeMetadata, int) override { ++notKept; }
+  void MetadataNotKept(const char*, quill::darwin::TreeMetadata, int) override { ++notKept; }
 
   void Finish() const {
     if (shown != kNothing) std::fputc('\n', stderr);
   }
 
-  darwin::TreeProgress done;
+  quill::darwin::TreeProgress done;
   std::uint64_t notKept = 0;
 
  private:
@@ -80,11 +80,11 @@ QuillFileString PlaceFor(const QuillFileString& source, const char* directory) {
   return place;
 }
 
-int Fail(StandaloneFileManager& manager, const char* source) {
-  const OperationFailure& failure = manager.LastFailure();
+int Fail(quill::StandaloneFileManager& manager, const char* source) {
+  const quill::OperationFailure& failure = manager.LastFailure();
   if (failure.posixError == ECANCELED) return std::fputs("backup: stopped, nothing is left of it\n", stderr), 130;
   const char* entry = failure.entry.empty() ? source : failure.entry.c_str();
-  std::fprintf(stderr, "backup: %s: %s", entry, QuillErrText(manager.GetLastError()));
+  std::fprintf(stderr, "backup: %s: %s", entry, quill::QuillErrText(manager.GetLastError()));
   if (failure.posixError != 0) std::fprintf(stderr, " (%s)", std::strerror(failure.posixError));
   return std::fputc('\n', stderr), 1;
 }
@@ -95,7 +95,7 @@ int main(int count, char** arguments) {
   if (count != 3) return std::fputs("usage: backup SOURCE DIRECTORY\n", stderr), 2;
   std::signal(SIGINT, OnInterrupt);
 
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   QuillFileString given, source;
   given.setUTF8(arguments[1]);
   // The item that a link leads to, by a path that ends in its name.

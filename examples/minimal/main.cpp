@@ -4,12 +4,12 @@
 #include "standalone/StandaloneFileManager.h"
 
 int main() {
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   QuillFileString path;
   path.setUTF8("greeting.txt");
 
   IQuillFileReadWriteTemp* file = manager.FileOpen(path, kQuillOpenRead | kQuillOpenWrite | kQuillOpenCreate);
-  if (!file) return std::fprintf(stderr, "%s: %s\n", path.getUTF8(), QuillErrText(manager.GetLastError())), 1;
+  if (!file) return std::fprintf(stderr, "%s: %s\n", path.getUTF8(), quill::QuillErrText(manager.GetLastError())), 1;
 
   char text[32];
   unsigned long count = 0;

@@ -118,6 +118,6 @@ bool HostManager::FileDelete(const QuillFileString& path) {
 }
 
 void HostManager::SetLastError(int code) {
-  std::printf("    SetLastError(%d): %s\n", code, QuillErrText(code));
+  std::printf("    SetLastError(%d): %s\n", code, quill::QuillErrText(code));
   OSXFileManager::SetLastError(code);
 }

@@ -21,7 +21,8 @@ bool WriteFile(HostManager& manager, const QuillFileString& path) {
 }
 
 void Report(const char* operation, bool result, HostManager& manager) {
-  std::printf("%s: %s, last error %s\n", operation, result ? "true" : "false", QuillErrName(manager.GetLastError()));
+  std::printf("%s: %s, last error %s\n", operation, result ? "true" : "false",
+              quill::QuillErrName(manager.GetLastError()));
 }
 
 void Show(HostManager& manager, const QuillFileString& place) {

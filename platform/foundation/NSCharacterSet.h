@@ -5,7 +5,7 @@
 #include <array>
 #include <string_view>
 
-namespace foundation {
+namespace quill::foundation {
 
 class NSCharacterSet {
  public:
@@ -45,4 +45,4 @@ class NSCharacterSet {
   std::array<bool, 256> members{};
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -1,8 +1,8 @@
 #include "platform/foundation/NSData.h"
 
-#include "platform/darwin/OpenFile.h"
+#include "platform/darwin/paths/OpenFile.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 bool NSData::writeToFile(const NSString* path) const {
   if (!path) return false;
@@ -13,4 +13,4 @@ bool NSData::writeToFile(const NSString* path) const {
   return file.Close() == 0;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -5,7 +5,7 @@
 
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 struct NSData {
   const void* bytes = nullptr;
@@ -15,4 +15,4 @@ struct NSData {
   bool writeToFile(const NSString* path) const;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

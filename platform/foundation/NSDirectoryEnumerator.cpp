@@ -2,11 +2,11 @@
 
 #include <dirent.h>
 
-#include "platform/darwin/DirectoryReader.h"
-#include "platform/darwin/ItemStatus.h"
-#include "platform/darwin/OpenFile.h"
+#include "platform/darwin/descriptors/DirectoryReader.h"
+#include "platform/darwin/paths/ItemStatus.h"
+#include "platform/darwin/paths/OpenFile.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 NSDirectoryEnumerator::NSDirectoryEnumerator(std::unique_ptr<darwin::DirectoryReader> open) noexcept
     : reader(std::move(open)) {}
@@ -34,4 +34,4 @@ bool NSDirectoryEnumerator::lastIsDirectory() {
   return darwin::IsDirectoryAt(reader->descriptor(), lastName);
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

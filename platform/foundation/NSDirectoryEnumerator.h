@@ -5,11 +5,11 @@
 
 #include "platform/foundation/NSString.h"
 
-namespace darwin {
+namespace quill::darwin {
 class DirectoryReader;
 }
 
-namespace foundation {
+namespace quill::foundation {
 
 class NSDirectoryEnumerator final : public NSObject {
  public:
@@ -34,4 +34,4 @@ class NSDirectoryEnumerator final : public NSObject {
   unsigned char lastType = 0;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

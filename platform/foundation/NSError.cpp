@@ -1,6 +1,6 @@
 #include "platform/foundation/NSError.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 // The domains live as long as the program: an error may outlive every other static object.
 NSString* NSCocoaErrorDomain() {
@@ -17,4 +17,4 @@ RetainPtr<NSError> NSError::errorWithDomain(NSString* domain, long code) {
   return RetainPtr<NSError>::Adopt(new NSError(domain, code));
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -3,7 +3,7 @@
 
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 /// The domains that the layer compares with. Codes of NSPOSIXErrorDomain are errno values of this system.
 QUILL_EXPORT NSString* NSCocoaErrorDomain();
@@ -25,4 +25,4 @@ class QUILL_EXPORT NSError final : public NSObject {
   long number;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

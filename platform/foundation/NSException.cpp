@@ -1,10 +1,10 @@
 #include "platform/foundation/NSException.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 NSException::NSException(int posixError, const char* operation)
     : std::system_error(posixError, std::generic_category(), operation) {}
 
 NSException::~NSException() = default;
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -5,7 +5,7 @@
 
 #include "host/Export.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 /// The code is the errno of the call that failed, in std::generic_category.
 class QUILL_EXPORT NSException : public std::system_error {
@@ -15,4 +15,4 @@ class QUILL_EXPORT NSException : public std::system_error {
   ~NSException() override;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -4,9 +4,9 @@
 
 #include <array>
 
-#include "platform/darwin/ExtendedAttributes.h"
+#include "platform/darwin/paths/ExtendedAttributes.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 constexpr unsigned kPermissionBits = 07777;
@@ -56,4 +56,4 @@ NSOwnership NSFileAttributes::ownership() const noexcept {
   return {status.group, status.owner, status.mode & kPermissionBits};
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -3,10 +3,10 @@
 
 #include <optional>
 
-#include "platform/darwin/ItemStatus.h"
+#include "platform/darwin/paths/ItemStatus.h"
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 enum class NSFileType { kRegular, kDirectory, kSymbolicLink, kSocket, kCharacterSpecial, kBlockSpecial, kUnknown };
 
@@ -45,4 +45,4 @@ struct NSFileSystemAttributes {
   double systemFreeSize = 0;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

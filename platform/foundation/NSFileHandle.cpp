@@ -6,10 +6,10 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/darwin/OpenFile.h"
-#include "platform/darwin/Retry.h"
+#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/paths/OpenFile.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 /// An offset above the largest of the kernel's arrives there as a negative one, which it refuses with EINVAL.
@@ -83,4 +83,4 @@ void NSFileHandle::closeFile() {
   if (error != 0) throw NSException(error, "closeFile");
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -13,7 +13,7 @@
 #include "platform/foundation/NSObject.h"
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 class NSFileHandle final : public NSObject {
  public:
@@ -48,4 +48,4 @@ class NSFileHandle final : public NSObject {
   std::optional<long long> knownEnd;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -5,17 +5,17 @@
 #include <cerrno>
 #include <string>
 
-#include "platform/darwin/CanonicalPath.h"
-#include "platform/darwin/DirectoryCalls.h"
-#include "platform/darwin/ItemChanges.h"
-#include "platform/darwin/OpenFile.h"
-#include "platform/darwin/PathCalls.h"
-#include "platform/darwin/Trees.h"
-#include "platform/darwin/VolumeStatus.h"
+#include "platform/darwin/paths/CanonicalPath.h"
+#include "platform/darwin/paths/DirectoryCalls.h"
+#include "platform/darwin/paths/ItemChanges.h"
+#include "platform/darwin/paths/OpenFile.h"
+#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/VolumeStatus.h"
+#include "platform/darwin/trees/Trees.h"
 #include "platform/foundation/NSData.h"
 #include "platform/foundation/NSDirectoryEnumerator.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 bool CanAccess(const NSString* path, int mode) {
@@ -108,4 +108,4 @@ RetainPtr<NSString> NSFileManager::stringWithFileSystemRepresentation(const char
   return bytes ? NSString::stringWithFileSystemBytes({bytes, length}) : nullptr;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -12,7 +12,7 @@
 #include "platform/foundation/NSFileAttributes.h"
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 class NSDirectoryEnumerator;
 
@@ -55,4 +55,4 @@ class NSFileManager {
   RetainPtr<NSString> stringWithFileSystemRepresentation(const char* bytes, std::size_t length);
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

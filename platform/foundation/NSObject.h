@@ -10,7 +10,7 @@
 
 #include "host/Export.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 class QUILL_EXPORT NSObject {
  public:
@@ -75,4 +75,4 @@ class RetainPtr {
   T* object = nullptr;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "platform/darwin/UserDirectories.h"
+#include "platform/darwin/user/UserDirectories.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 RetainPtr<NSString> PathString(const std::optional<std::string>& path) {
@@ -30,4 +30,4 @@ RetainPtr<NSString> NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory d
   return nullptr;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -3,7 +3,7 @@
 
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 enum class NSSearchPathDirectory { kDocument = 9, kDesktop = 12, kCaches = 13, kDownloads = 15 };
 
@@ -13,4 +13,4 @@ RetainPtr<NSString> NSHomeDirectory();
 /// The first entry in the user's domain, absolute, tilde expanded; null when there is none.
 RetainPtr<NSString> NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory directory);
 
-}  // namespace foundation
+}  // namespace quill::foundation

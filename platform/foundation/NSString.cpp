@@ -4,9 +4,9 @@
 #include <new>
 #include <string>
 
-#include "platform/darwin/UTF8.h"
+#include "platform/darwin/names/UTF8.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 std::string_view WithoutTrailingSeparators(std::string_view path) noexcept {
@@ -93,4 +93,4 @@ std::vector<std::string_view> NSString::pathComponents() const {
   return components;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -10,7 +10,7 @@
 
 #include "platform/foundation/NSObject.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 class NSCharacterSet;
 class NSURL;
@@ -86,4 +86,4 @@ class QUILL_EXPORT NSString final : public NSObject {
   std::size_t length;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

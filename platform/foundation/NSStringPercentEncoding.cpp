@@ -2,12 +2,12 @@
 // never longer than encoded text.
 #include <algorithm>
 
-#include "platform/darwin/UTF8.h"
+#include "platform/darwin/names/UTF8.h"
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/PercentEscape.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 std::size_t EncodedLength(std::string_view text, const NSCharacterSet& allowed) noexcept {
@@ -84,4 +84,4 @@ RetainPtr<NSString> NSString::stringByRemovingPercentEncodingFromUTF8String(cons
   return PercentDecoded(text);
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

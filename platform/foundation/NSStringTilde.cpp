@@ -3,10 +3,10 @@
 #include <optional>
 #include <string>
 
-#include "platform/darwin/UserDirectories.h"
+#include "platform/darwin/user/UserDirectories.h"
 #include "platform/foundation/NSString.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 RetainPtr<NSString> NSString::stringByExpandingTildeInPath() const {
   if (!hasPrefix("~")) return Shared();
@@ -21,4 +21,4 @@ RetainPtr<NSString> NSString::stringByExpandingTildeInPath() const {
   return Joined(endsInRest ? "" : *home, {}, rest);
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -1,10 +1,10 @@
 #include "platform/foundation/NSURL.h"
 
-#include "platform/darwin/ItemStatus.h"
+#include "platform/darwin/paths/ItemStatus.h"
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSFileManager.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 constexpr std::string_view kFileScheme = "file://";
@@ -50,4 +50,4 @@ RetainPtr<NSString> NSURL::path() const {
   return NSString::PercentDecoded(encoded);
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

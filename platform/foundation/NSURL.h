@@ -4,7 +4,7 @@
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/URIReference.h"
 
-namespace foundation {
+namespace quill::foundation {
 
 class QUILL_EXPORT NSURL final : public NSObject {
  public:
@@ -28,4 +28,4 @@ class QUILL_EXPORT NSURL final : public NSObject {
   URIRange pathRange;
 };
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
-namespace foundation {
+namespace quill::foundation {
 
 constexpr std::size_t kEscapeLength = 3;
 
@@ -24,4 +24,4 @@ constexpr int EscapedByte(std::string_view text, std::size_t position) noexcept 
   return high < 0 || low < 0 ? -1 : high * 16 + low;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -8,7 +8,7 @@
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/PercentEscape.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 constexpr auto kDigit = NSCharacterSet::characterSetWithCharactersInString("0123456789");
@@ -105,4 +105,4 @@ std::optional<URIRange> PathOfURIReference(std::string_view text) noexcept {
   return path;
 }
 
-}  // namespace foundation
+}  // namespace quill::foundation

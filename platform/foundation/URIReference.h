@@ -5,7 +5,7 @@
 #include <optional>
 #include <string_view>
 
-namespace foundation {
+namespace quill::foundation {
 
 /// Where a component lies in its reference.
 struct URIRange {
@@ -16,4 +16,4 @@ struct URIRange {
 /// The path component (section 3.3) of \p text, which may be empty; nullopt when the text is no URI reference.
 std::optional<URIRange> PathOfURIReference(std::string_view text) noexcept;
 
-}  // namespace foundation
+}  // namespace quill::foundation

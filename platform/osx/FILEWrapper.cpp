@@ -6,7 +6,7 @@
 
 #include "host/QuillErr.h"
 #include "host/Ravel.h"
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "platform/foundation/NSFileHandle.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "platform/osx/PlatformString.h"

@@ -13,7 +13,7 @@
 #include "host/QuillFileString.h"
 #include "platform/foundation/NSObject.h"
 
-namespace foundation {
+namespace quill::foundation {
 class NSFileHandle;
 }
 
@@ -21,7 +21,8 @@ class NSFileHandle;
 class QUILL_EXPORT FILEWrapper : public QuillFileBase {
  public:
   /// \p path is the name under which the non-null \p handle was opened. An exception leaves nothing behind.
-  FILEWrapper(CoreFileManager& manager, const QuillFileString& path, foundation::NSFileHandle* handle, bool autoDelete);
+  FILEWrapper(CoreFileManager& manager, const QuillFileString& path, quill::foundation::NSFileHandle* handle,
+              bool autoDelete);
   ~FILEWrapper() override;
 
   /// File objects live in the host's memory.
@@ -45,7 +46,7 @@ class QUILL_EXPORT FILEWrapper : public QuillFileBase {
   void MoveHandleToPosition();
   void PositionForWriting(int previousError);
 
-  foundation::RetainPtr<foundation::NSFileHandle> handle;
+  quill::foundation::RetainPtr<quill::foundation::NSFileHandle> handle;
   QuillFileString fileName;
   bool autoDelete;
   long long position = 0;

@@ -6,10 +6,10 @@
 #include "host/FindFile.h"
 #include "platform/foundation/NSObject.h"
 
-namespace foundation {
+namespace quill::foundation {
 class NSDirectoryEnumerator;
 class NSString;
-}  // namespace foundation
+}  // namespace quill::foundation
 
 class OSXFileIterator final : public IFileIterator {
  public:
@@ -24,8 +24,8 @@ class OSXFileIterator final : public IFileIterator {
   bool GetNextItem(FindFileInfo* info) override;
 
  private:
-  foundation::RetainPtr<foundation::NSDirectoryEnumerator> enumerator;
-  foundation::RetainPtr<foundation::NSString> basePath;
+  quill::foundation::RetainPtr<quill::foundation::NSDirectoryEnumerator> enumerator;
+  quill::foundation::RetainPtr<quill::foundation::NSString> basePath;
 };
 
 /// The root is delivered by FindFirstRoot itself; there is no further volume.

@@ -2,6 +2,7 @@
 
 #include "host/Ravel.h"
 #include "platform/foundation/NSFileManager.h"
+#include "platform/osx/PlatformString.h"
 
 OSXFileManager::OSXFileManager() : fileManager(foundation::NSFileManager::defaultManager()) {}
 

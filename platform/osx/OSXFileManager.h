@@ -27,10 +27,10 @@
 
 class FILEWrapper;
 
-namespace foundation {
+namespace quill::foundation {
 class NSFileManager;
 class NSString;
-}  // namespace foundation
+}  // namespace quill::foundation
 
 /// The layer's file manager, from which a host derives its own.
 class QUILL_EXPORT OSXFileManager : public CoreFileManager {
@@ -104,7 +104,7 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
 
  private:
   FILEWrapper* _FileOpen(const QuillFileString& path, unsigned int flags);
-  void RecordWhyNoHandle(const foundation::NSString* path, unsigned int flags);
+  void RecordWhyNoHandle(const quill::foundation::NSString* path, unsigned int flags);
   bool PrepareDestination(const QuillFileString& source, const QuillFileString& destination, bool clobber);
   bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
   bool _FileOrDirCreateTemp(QuillFileString& result, bool isDirectory);
@@ -114,5 +114,5 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   bool FailUnobserved(int code);
 
   int lastError = kQuillErrNone;
-  foundation::NSFileManager* fileManager;
+  quill::foundation::NSFileManager* fileManager;
 };

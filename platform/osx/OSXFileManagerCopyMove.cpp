@@ -1,7 +1,7 @@
 // Copying and moving files and trees.
 
-#include "platform/darwin/Containment.h"
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/Containment.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"

@@ -1,6 +1,6 @@
 // Ensuring a directory chain.
 
-#include "platform/darwin/Inheritance.h"
+#include "platform/darwin/paths/Inheritance.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"

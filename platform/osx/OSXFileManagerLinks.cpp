@@ -3,7 +3,7 @@
 #include <array>
 #include <cerrno>
 
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"

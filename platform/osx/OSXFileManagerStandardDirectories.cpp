@@ -4,6 +4,7 @@
 #include "platform/foundation/NSStandardDirectories.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/PlatformString.h"
 
 using foundation::NSHomeDirectory;
 using foundation::NSSearchPathDirectory;

@@ -4,7 +4,7 @@
 #include <memory>
 #include <new>
 
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileManager.h"
 #include "platform/osx/PlatformString.h"

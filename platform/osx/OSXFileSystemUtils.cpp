@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "host/QuillErr.h"
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/NSString.h"
 #include "platform/foundation/NSURL.h"
@@ -109,6 +109,6 @@ bool _GetFilePathFromNSURL(const foundation::NSURL* url, QuillFileString& result
 }  // namespace OSXFileSystemUtils
 
 // ASCII is its own Form C.
-void SetInFormC(const char* text, QuillFileString& path) {
+void quill::SetInFormC(const char* text, QuillFileString& path) {
   path.setUTF8(darwin::IsASCII(text) ? text : darwin::FormC(text).c_str());
 }

@@ -9,11 +9,11 @@
 
 class QuillFileString;
 
-namespace foundation {
+namespace quill::foundation {
 class NSError;
 class NSString;
 class NSURL;
-}  // namespace foundation
+}  // namespace quill::foundation
 
 namespace OSXFileSystemUtils {
 
@@ -24,21 +24,22 @@ QUILL_EXPORT int _PosixErrToQuillErr(int posixError) noexcept;
 QUILL_EXPORT int _CocoaErrToQuillErr(int cocoaError) noexcept;
 
 /// The host code of an error object, by its domain. kQuillErrNone for null and for code 0.
-QUILL_EXPORT int _NSErrorToQuillErr(const foundation::NSError* error) noexcept;
+QUILL_EXPORT int _NSErrorToQuillErr(const quill::foundation::NSError* error) noexcept;
 
 /// Stores \p text into \p result, in Normalization Form C when \p normalize is true. Always true; for nil the result
 /// keeps what it held.
-QUILL_EXPORT bool SetQuillFileStringFromNSStringPath(const foundation::NSString* text, QuillFileString& result,
+QUILL_EXPORT bool SetQuillFileStringFromNSStringPath(const quill::foundation::NSString* text, QuillFileString& result,
                                                      bool normalize);
 
 /// Stores a URL's path, in Normalization Form C. False, and \p result untouched, for nil and a URL without a path.
-QUILL_EXPORT bool _GetFilePathFromNSURL(const foundation::NSURL* url, QuillFileString& result);
+QUILL_EXPORT bool _GetFilePathFromNSURL(const quill::foundation::NSURL* url, QuillFileString& result);
 
 /// Moves an item; nothing that stands at \p to is ever replaced. On false \p code holds the host code.
-QUILL_EXPORT bool _MoveItemAtPath(const foundation::NSString* from, const foundation::NSString* to, int& code);
+QUILL_EXPORT bool _MoveItemAtPath(const quill::foundation::NSString* from, const quill::foundation::NSString* to,
+                                  int& code);
 
 /// Removes an item, a directory with everything in it. On false \p code holds the host code of the first cause; all
 /// that could be removed is gone.
-QUILL_EXPORT bool _RemoveItemAtPath(const foundation::NSString* path, int& code);
+QUILL_EXPORT bool _RemoveItemAtPath(const quill::foundation::NSString* path, int& code);
 
 }  // namespace OSXFileSystemUtils

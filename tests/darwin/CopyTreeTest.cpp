@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <new>
 
-#include "platform/darwin/Trees.h"
+#include "platform/darwin/trees/Trees.h"
 #include "tests/darwin/RecordingObserver.h"
 #include "tests/support/Fixture.h"
 #include "tests/support/Snapshot.h"
@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 class CopyTree : public DirectoryTest {
  protected:
   int Copy(const std::string& from, const std::string& to) {
-    return darwin::CopyTree(In(from).c_str(), In(to).c_str());
+    return quill::darwin::CopyTree(In(from).c_str(), In(to).c_str());
   }
   void ExpectWholeCopy(const std::string& from, const std::string& to) {
     EXPECT_EQ(0, Copy(from, to)) << from;
@@ -33,7 +33,7 @@ TEST_F(CopyTree, KeepsEverything) {
   MakeMixedTree(In("tree"));
   ASSERT_EQ(0, ::chmod(In("tree").c_str(), 0555));
   RecordingObserver observer;
-  const darwin::TreeObserverScope scope(&observer);
+  const quill::darwin::TreeObserverScope scope(&observer);
   for (const char* part : {"", "/plain", "/dangling", "/fifo", "/socket", "/sparse", "/nested"})
     ExpectWholeCopy(std::string("tree") + part, "copy");
   EXPECT_TRUE(observer.notKept.empty()) << observer.notKept.front();
@@ -43,17 +43,17 @@ TEST_F(CopyTree, KeepsEverything) {
 TEST_F(CopyTree, TakesWhatComesWhileItIsAtWork) {
   MakeMixedTree(In("tree"));
   RecordingObserver observer;
-  observer.meddle = [this](const darwin::TreeProgress& done) {
+  observer.meddle = [this](const quill::darwin::TreeProgress& done) {
     if (done.items == 1) WriteFile(In("tree/late"), "late bytes");
     return true;
   };
-  const darwin::TreeObserverScope scope(&observer);
+  const quill::darwin::TreeObserverScope scope(&observer);
   ExpectWholeCopy("tree", "copy");
 
   fs::create_directory(In("renamed"));
   const std::vector<std::string> names = {"a", "b", "c"};
   for (const auto& name : names) WriteFile(In("renamed/" + name), "");
-  observer.meddle = [&](const darwin::TreeProgress& done) {
+  observer.meddle = [&](const quill::darwin::TreeProgress& done) {
     for (const auto& name : names)
       if (done.items == 1) fs::rename(In("renamed/" + name), In("renamed/new " + name));
     return true;
@@ -78,11 +78,11 @@ TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {
   std::uint64_t last = 1;
   for (int error = ECANCELED; error != 0; ++last) {
     RecordingObserver observer;
-    observer.meddle = [last](const darwin::TreeProgress& done) {
+    observer.meddle = [last](const quill::darwin::TreeProgress& done) {
       if (done.items >= last && last % 2 == 0) throw std::bad_alloc();
       return done.items < last;
     };
-    const darwin::TreeObserverScope scope(&observer);
+    const quill::darwin::TreeObserverScope scope(&observer);
     try {
       error = Copy("tree", "copy");
       EXPECT_TRUE(error == 0 || error == ECANCELED) << error;
@@ -95,7 +95,7 @@ TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {
 }
 
 TEST_F(CopyTree, ReadsToTheEndWhateverSizeIsClaimed) {
-  ASSERT_EQ(0, darwin::CopyTree("/proc/cpuinfo", In("copy").c_str()));
+  ASSERT_EQ(0, quill::darwin::CopyTree("/proc/cpuinfo", In("copy").c_str()));
   EXPECT_GT(fs::file_size(In("copy")), 0U);
 }
 
@@ -109,7 +109,7 @@ TEST_F(CopyTree, NeedsNoPrivilege) {
     }
     ASSERT_EQ(0, ::chmod(In("tree/nested/deep").c_str(), 0));
     RecordingObserver observer;
-    const darwin::TreeObserverScope scope(&observer);
+    const quill::darwin::TreeObserverScope scope(&observer);
     EXPECT_EQ(EACCES, Copy("tree", "copy"));
     EXPECT_EQ(1, CountItems());
     EXPECT_EQ("nested/deep", observer.failures.at(0).first);
@@ -124,7 +124,7 @@ TEST_F(CopyTree, DropsSetUserIDWithTheOwner) {
   const bool isForeign = ::geteuid() == 0;
   AsOrdinaryUser(Root(), [&] {
     RecordingObserver observer;
-    const darwin::TreeObserverScope scope(&observer);
+    const quill::darwin::TreeObserverScope scope(&observer);
     ASSERT_EQ(0, Copy("foreign", "copy"));
     struct stat status {};
     ASSERT_EQ(0, ::lstat(In("copy/setuid").c_str(), &status));

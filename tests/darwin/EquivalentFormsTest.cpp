@@ -1,4 +1,4 @@
-#include "platform/darwin/EquivalentForms.h"
+#include "platform/darwin/names/EquivalentForms.h"
 
 #include <gtest/gtest.h>
 #include <unicode/caniter.h>
@@ -7,9 +7,9 @@
 #include <random>
 #include <set>
 
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 
-namespace darwin {
+namespace quill::darwin {
 namespace {
 
 using Extent = EquivalentForms::Extent;
@@ -59,4 +59,4 @@ TEST(EquivalentForms, AreToldOfAnyBytesInLinearTime) {
 }
 
 }  // namespace
-}  // namespace darwin
+}  // namespace quill::darwin

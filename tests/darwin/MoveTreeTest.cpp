@@ -2,7 +2,7 @@
 #include <fstream>
 #include <optional>
 
-#include "platform/darwin/Trees.h"
+#include "platform/darwin/trees/Trees.h"
 #include "tests/darwin/RecordingObserver.h"
 #include "tests/support/Fixture.h"
 #include "tests/support/Mount.h"
@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 class MoveTree : public DirectoryTest {
  protected:
   int Move(const std::string& from, const std::string& to) {
-    return darwin::MoveTree(In(from).c_str(), In(to).c_str());
+    return quill::darwin::MoveTree(In(from).c_str(), In(to).c_str());
   }
 };
 
@@ -94,11 +94,11 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
     MakeMixedTree(In("tree"));
     const auto count = Describe(In("tree")).size();
     RecordingObserver observer;
-    observer.meddle = [&, meddle = meddle](const darwin::TreeProgress& done) {
+    observer.meddle = [&, meddle = meddle](const quill::darwin::TreeProgress& done) {
       if (done.items == count && done.itemsRemovedFromSource == 0) meddle(In("tree"));  // all has been copied
       return true;
     };
-    const darwin::TreeObserverScope scope(&observer);
+    const quill::darwin::TreeObserverScope scope(&observer);
     EXPECT_EQ(EBUSY, Move("tree", "other/moved")) << kept;
     EXPECT_EQ(count, Describe(In("other/moved")).size()) << kept;
     EXPECT_TRUE(fs::exists(In("tree") + "/" + kept)) << kept;
@@ -111,8 +111,8 @@ TEST_F(MoveTreeAcross, LosesNothingWhenTheRemovalOfTheSourceIsStopped) {
   MakeMixedTree(In("tree"));
   const auto count = Describe(In("tree")).size();
   RecordingObserver observer;
-  observer.meddle = [](const darwin::TreeProgress& done) { return done.itemsRemovedFromSource < 2; };
-  const darwin::TreeObserverScope scope(&observer);
+  observer.meddle = [](const quill::darwin::TreeProgress& done) { return done.itemsRemovedFromSource < 2; };
+  const quill::darwin::TreeObserverScope scope(&observer);
   EXPECT_EQ(ECANCELED, Move("tree", "other/moved"));
   EXPECT_EQ(count, Describe(In("other/moved")).size());
   EXPECT_EQ(count - 2, Describe(In("tree")).size());

@@ -1,4 +1,4 @@
-#include "platform/darwin/NameLookup.h"
+#include "platform/darwin/names/NameLookup.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -6,12 +6,12 @@
 
 #include <filesystem>
 
-#include "platform/darwin/FileDescriptor.h"
-#include "platform/darwin/Normalization.h"
-#include "platform/darwin/PathCalls.h"
+#include "platform/darwin/descriptors/FileDescriptor.h"
+#include "platform/darwin/names/Normalization.h"
+#include "platform/darwin/paths/PathCalls.h"
 #include "tests/support/Fixture.h"
 
-namespace darwin {
+namespace quill::darwin {
 namespace {
 
 using quill_test::WriteFile;
@@ -111,4 +111,4 @@ TEST_F(NameLookup, TemporaryItemsAreMadeInADirectoryOfAnotherForm) {
 }
 
 }  // namespace
-}  // namespace darwin
+}  // namespace quill::darwin

@@ -1,4 +1,4 @@
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <set>
 #include <sstream>
 
-namespace darwin {
+namespace quill::darwin {
 namespace {
 
 /// The lines of the Unicode character database's own test file; empty where it is not installed (Debian: unicode-data).
@@ -117,4 +117,4 @@ TEST(Normalization, TakesLinearTimeForLongRunsOfMarks) {
 }
 
 }  // namespace
-}  // namespace darwin
+}  // namespace quill::darwin

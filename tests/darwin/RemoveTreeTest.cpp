@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-#include "platform/darwin/Trees.h"
+#include "platform/darwin/trees/Trees.h"
 #include "tests/darwin/RecordingObserver.h"
 #include "tests/support/Fixture.h"
 #include "tests/support/Trees.h"
@@ -21,8 +21,8 @@ TEST_F(RemoveTree, GoesOnPastWhatResists) {
     ASSERT_EQ(0, ::chmod(In("tree/closed").c_str(), 0555));
     ASSERT_EQ(0, ::chmod(In("tree/empty").c_str(), 0));  // cannot be read, but is empty
     RecordingObserver observer;
-    const darwin::TreeObserverScope scope(&observer);
-    EXPECT_EQ(EACCES, darwin::RemoveTree(In("tree").c_str()));
+    const quill::darwin::TreeObserverScope scope(&observer);
+    EXPECT_EQ(EACCES, quill::darwin::RemoveTree(In("tree").c_str()));
     EXPECT_EQ(2, std::distance(fs::recursive_directory_iterator(In("tree")), fs::recursive_directory_iterator()));
     EXPECT_TRUE(fs::exists(In("tree/closed/kept")));
     const std::vector<std::pair<std::string, int>> first{{"closed/kept", EACCES}};
@@ -32,7 +32,7 @@ TEST_F(RemoveTree, GoesOnPastWhatResists) {
 
     // The tree's own name stays where nothing may be removed, but what lies in it goes.
     ASSERT_EQ(0, ::chmod(Root().c_str(), 0555));
-    EXPECT_EQ(EACCES, darwin::RemoveTree(In("tree").c_str()));
+    EXPECT_EQ(EACCES, quill::darwin::RemoveTree(In("tree").c_str()));
     EXPECT_TRUE(fs::is_empty(In("tree")));
     ASSERT_EQ(0, ::chmod(Root().c_str(), 0755));
   });
@@ -41,9 +41,9 @@ TEST_F(RemoveTree, GoesOnPastWhatResists) {
 TEST_F(RemoveTree, StopsWhenTold) {
   MakeMixedTree(In("tree"));
   RecordingObserver observer;
-  observer.meddle = [](const darwin::TreeProgress& done) { return done.items < 3; };
-  const darwin::TreeObserverScope scope(&observer);
-  EXPECT_EQ(ECANCELED, darwin::RemoveTree(In("tree").c_str()));
+  observer.meddle = [](const quill::darwin::TreeProgress& done) { return done.items < 3; };
+  const quill::darwin::TreeObserverScope scope(&observer);
+  EXPECT_EQ(ECANCELED, quill::darwin::RemoveTree(In("tree").c_str()));
   EXPECT_EQ(3U, observer.done.items);
   EXPECT_TRUE(fs::exists(In("tree")));
 }

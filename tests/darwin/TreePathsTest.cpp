@@ -6,7 +6,7 @@
 #include <filesystem>
 #include <vector>
 
-#include "platform/darwin/Trees.h"
+#include "platform/darwin/trees/Trees.h"
 #include "tests/support/Fixture.h"
 #include "tests/support/Snapshot.h"
 #include "tests/support/Trees.h"
@@ -65,10 +65,10 @@ TEST_F(TreePaths, SourcesAreJudgedByTheEndOfThePath) {
       Build();
     };
     Build();
-    judge(removed, darwin::RemoveTree(from.c_str()));
-    judge(moved, darwin::MoveTree(from.c_str(), In("new").c_str()));
+    judge(removed, quill::darwin::RemoveTree(from.c_str()));
+    judge(moved, quill::darwin::MoveTree(from.c_str(), In("new").c_str()));
     const auto source = Describe(from);
-    EXPECT_EQ(copied, darwin::CopyTree(from.c_str(), In("new").c_str())) << path;
+    EXPECT_EQ(copied, quill::darwin::CopyTree(from.c_str(), In("new").c_str())) << path;
     EXPECT_TRUE(copied == 0 ? Difference(source, Describe(In("new"))).empty() : IsUnchanged()) << path;
     EXPECT_TRUE(removed == 0 || fs::exists(In("tree/inside"))) << path;
   }
@@ -101,8 +101,8 @@ TEST_F(TreePaths, DestinationsAreFreeAndOutsideTheSource) {
   };
   Build();
   for (const auto& [from, to, error] : rows) {
-    EXPECT_EQ(error, darwin::CopyTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
-    EXPECT_EQ(error, darwin::MoveTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
+    EXPECT_EQ(error, quill::darwin::CopyTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
+    EXPECT_EQ(error, quill::darwin::MoveTree(In(from).c_str(), In(to).c_str())) << from << " to " << to;
   }
   EXPECT_TRUE(IsUnchanged());
 }
@@ -110,7 +110,7 @@ TEST_F(TreePaths, DestinationsAreFreeAndOutsideTheSource) {
 // In a root directory of its own, so that a fault takes nothing else away.
 TEST_F(TreePaths, TheRootAndTheCurrentDirectoryStay) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can have a root directory of its own";
-  using darwin::CopyTree, darwin::MoveTree, darwin::RemoveTree;
+  using quill::darwin::CopyTree, quill::darwin::MoveTree, quill::darwin::RemoveTree;
   fs::create_directories(In("tree/inside"));
   const auto inOwnRoot = [this] {
     if (::chroot(Root().c_str()) != 0 || ::chdir("/tree") != 0) ::_exit(2);

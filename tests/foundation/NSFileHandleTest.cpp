@@ -4,7 +4,7 @@
 
 #include "tests/support/Fixture.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 using quill_test::WriteFile;
@@ -39,4 +39,4 @@ TEST_F(NSFileHandleTest, HoldsNoDescriptorOnceItIsClosed) {
 }
 
 }  // namespace
-}  // namespace foundation
+}  // namespace quill::foundation

@@ -10,7 +10,7 @@
 #include "tests/support/Fixture.h"
 #include "tests/support/Mount.h"
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 using quill_test::WriteFile;
@@ -67,4 +67,4 @@ TEST_F(NSFileManagerTest, AccessIsTheEffectiveUsersNotTheRealUsers) {
 }
 
 }  // namespace
-}  // namespace foundation
+}  // namespace quill::foundation

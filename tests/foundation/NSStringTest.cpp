@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace foundation {
+namespace quill::foundation {
 namespace {
 
 TEST(NSString, IsMadeFromWellFormedUTF8Only) {
@@ -21,4 +21,4 @@ TEST(NSString, IsMadeFromWellFormedUTF8Only) {
 }
 
 }  // namespace
-}  // namespace foundation
+}  // namespace quill::foundation

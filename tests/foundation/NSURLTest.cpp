@@ -5,9 +5,9 @@
 
 #include "tests/support/Fixture.h"
 
-using foundation::NSString;
-using foundation::NSURL;
-using foundation::RetainPtr;
+using quill::foundation::NSString;
+using quill::foundation::NSURL;
+using quill::foundation::RetainPtr;
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSString.h"
 
-using foundation::NSCharacterSet;
-using foundation::NSString;
-using foundation::RetainPtr;
+using quill::foundation::NSCharacterSet;
+using quill::foundation::NSString;
+using quill::foundation::RetainPtr;
 
 namespace {
 

@@ -10,15 +10,17 @@
 #include "tests/support/Fixture.h"
 #include "tests/support/ScopedVariable.h"
 
-using foundation::NSHomeDirectory;
-using foundation::NSSearchPathDirectory;
-using foundation::NSSearchPathForDirectoryInUserDomain;
-using foundation::NSString;
+using quill::foundation::NSHomeDirectory;
+using quill::foundation::NSSearchPathDirectory;
+using quill::foundation::NSSearchPathForDirectoryInUserDomain;
+using quill::foundation::NSString;
 using quill_test::ScopedVariable;
 
 namespace {
 
-std::string Text(const foundation::RetainPtr<NSString>& path) { return path ? std::string(path->view()) : "(none)"; }
+std::string Text(const quill::foundation::RetainPtr<NSString>& path) {
+  return path ? std::string(path->view()) : "(none)";
+}
 
 std::string Directory(NSSearchPathDirectory kind) { return Text(NSSearchPathForDirectoryInUserDomain(kind)); }
 

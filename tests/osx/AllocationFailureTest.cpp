@@ -63,7 +63,7 @@ class AllocationFailure : public DirectoryTest {
     FAIL() << name << " never comes through";
   }
 
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
 };
 
 TEST_F(AllocationFailure, LeavesNothingBehind) {

@@ -22,8 +22,8 @@
 namespace quill_test {
 namespace {
 
-using foundation::NSFileHandle;
-using foundation::NSString;
+using quill::foundation::NSFileHandle;
+using quill::foundation::NSString;
 
 class FileObjectTest : public ManagerTest {
  protected:
@@ -31,7 +31,7 @@ class FileObjectTest : public ManagerTest {
     return std::unique_ptr<IQuillFileReadWriteTemp>(manager.FileOpen(At("f"), 0x13));
   }
 
-  foundation::RetainPtr<NSFileHandle> HandleForReading() {
+  quill::foundation::RetainPtr<NSFileHandle> HandleForReading() {
     return NSFileHandle::fileHandleForReadingAtPath(NSString::stringWithUTF8String(In("f").c_str()).get());
   }
 
@@ -140,8 +140,8 @@ TEST_F(FileObjectTest, AFileSizeLimitIsACodeAndNotTheEnd) {
 TEST_F(FileObjectTest, OnlyRawWritingLetsTheExceptionOut) {
   WriteFile(In("f"), "x");
   FILEWrapper file(manager, At("f"), HandleForReading().get(), false);
-  EXPECT_THROW(file.prvWrite("y", 1), foundation::NSException);
-  EXPECT_THROW(file.prvAppend("y", 1), foundation::NSException);
+  EXPECT_THROW(file.prvWrite("y", 1), quill::foundation::NSException);
+  EXPECT_THROW(file.prvAppend("y", 1), quill::foundation::NSException);
   EXPECT_EQ("nothing", manager.Reason());
   EXPECT_EQ("false, 2038 recorded", Outcome(file.Write("y", 1)));
   EXPECT_EQ("false, 2038 recorded", Outcome(file.Append("y", 1)));

@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 #include "tests/support/RecordingManager.h"
 #include "tests/support/ScopedVariable.h"
 
@@ -71,7 +71,7 @@ TEST_F(NamesTest, LinksAreMadeReadAndResolvedOneStep) {
     EXPECT_TRUE(manager.FileCreateSymLink(Path(text), path) && manager.FileReadSymLink(path, target)) << text;
     EXPECT_EQ(text.substr(0, 1024), Text(target));
     EXPECT_TRUE(manager._PathCanonicalizeSymLink(path));
-    EXPECT_EQ(text.starts_with('/') ? text : In(darwin::FormC(text)), Text(path));
+    EXPECT_EQ(text.starts_with('/') ? text : In(quill::darwin::FormC(text)), Text(path));
     ASSERT_TRUE(manager.FileDelete(At("link")));
   }
   WriteFile(In("file"), "x");

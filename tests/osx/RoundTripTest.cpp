@@ -10,7 +10,7 @@
 #include <set>
 #include <sstream>
 
-#include "platform/darwin/Normalization.h"
+#include "platform/darwin/names/Normalization.h"
 #include "tests/support/RecordingManager.h"
 
 namespace quill_test {
@@ -115,7 +115,7 @@ TEST_F(RoundTripTest, DeliveredNamesReachTheirItems) {
     std::map<std::string, std::string> rawByDelivered;
     std::multimap<std::string, int> expected;
     for (int number = 0; number < 25; ++number) {
-      const std::string raw = Name(25 * batch + number), delivered = darwin::FormC(raw);
+      const std::string raw = Name(25 * batch + number), delivered = quill::darwin::FormC(raw);
       WriteFile(onDisk + "/" + raw, raw);
       rawByDelivered[delivered] = raw;
       expected.emplace(delivered, kQuillFileTypeFile);
@@ -149,7 +149,7 @@ TEST_F(RoundTripTest, TwinsAreNeverMerged) {
 }
 
 TEST_F(RoundTripTest, LinksAndDirectoriesAreReachedLikeFiles) {
-  const std::string raw = "\uac00\u11a8 e\u0301", name = darwin::FormC(raw);
+  const std::string raw = "\uac00\u11a8 e\u0301", name = quill::darwin::FormC(raw);
   fs::create_symlink("target", onDisk + "/" + raw);
   QuillFileString target, made;
   EXPECT_TRUE(manager.FileIsSymLink(At(name)) && manager.FileReadSymLink(At(name), target));

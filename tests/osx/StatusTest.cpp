@@ -10,8 +10,8 @@
 namespace quill_test {
 namespace {
 
-using foundation::NSError;
-using foundation::NSString;
+using quill::foundation::NSError;
+using quill::foundation::NSString;
 using namespace OSXFileSystemUtils;
 using StatusTest = ManagerTest;
 
@@ -96,16 +96,18 @@ TEST(ErrorTranslation, FollowsTheTables) {
                                        {EBUSY, 3013},  {EEXIST, 3011},       {EINVAL, 3000}, {ENOSPC, 3004},
                                        {ELOOP, 3000},  {ENAMETOOLONG, 3000}, {EDQUOT, 3004}, {ENOTDIR, 3007},
                                        {EISDIR, 2038}, {EROFS, 3008},        {-1, 2038},     {ENOTEMPTY, 3010}};
-  for (const auto& [error, code] : posix) EXPECT_EQ(code, CodeOf(foundation::NSPOSIXErrorDomain(), error)) << error;
+  for (const auto& [error, code] : posix)
+    EXPECT_EQ(code, CodeOf(quill::foundation::NSPOSIXErrorDomain(), error)) << error;
   const std::pair<int, int> cocoa[] = {{4, 3003},   {255, 3013}, {257, 3001}, {258, 3000}, {260, 3003}, {513, 3001},
                                        {514, 3000}, {640, 3004}, {516, 2038}, {642, 2038}, {2, 2038}};
-  for (const auto& [error, code] : cocoa) EXPECT_EQ(code, CodeOf(foundation::NSCocoaErrorDomain(), error)) << error;
+  for (const auto& [error, code] : cocoa)
+    EXPECT_EQ(code, CodeOf(quill::foundation::NSCocoaErrorDomain(), error)) << error;
   EXPECT_EQ(2038, CodeOf(NSString::stringWithUTF8String("NSOSStatusErrorDomain").get(), 2));
   EXPECT_EQ(2038, CodeOf(nullptr, 2));
   EXPECT_TRUE(CodeOf(nullptr, 0) == 0 && _NSErrorToQuillErr(nullptr) == 0);
   EXPECT_TRUE(_PosixErrToQuillErr(0) == 2038 && _CocoaErrToQuillErr(0) == 2038);
   // Only the low 32 bits reach the table, but all of them are looked at for 0.
-  EXPECT_EQ(2038, CodeOf(foundation::NSCocoaErrorDomain(), 1L << 32));
+  EXPECT_EQ(2038, CodeOf(quill::foundation::NSCocoaErrorDomain(), 1L << 32));
 }
 
 TEST(PathsFromThePlatform, AreComposedOnRequest) {
@@ -113,7 +115,7 @@ TEST(PathsFromThePlatform, AreComposedOnRequest) {
   EXPECT_TRUE(SetQuillFileStringFromNSStringPath(NSString::stringWithUTF8String("e\xcc\x81").get(), result, false));
   EXPECT_TRUE(SetQuillFileStringFromNSStringPath(nullptr, result, true));
   EXPECT_EQ("e\xcc\x81", Text(result));
-  const auto url = foundation::NSURL::URLWithString(NSString::stringWithUTF8String("file:///a%20e%CC%81").get());
+  const auto url = quill::foundation::NSURL::URLWithString(NSString::stringWithUTF8String("file:///a%20e%CC%81").get());
   EXPECT_TRUE(_GetFilePathFromNSURL(url.get(), result) && !_GetFilePathFromNSURL(nullptr, result));
   EXPECT_EQ("/a \xc3\xa9", Text(result));
 }

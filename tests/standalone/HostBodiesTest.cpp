@@ -89,12 +89,12 @@ TEST(Ravel, GivesMemoryForAnyObject) {
 
 TEST(ErrorText, HasWordsForEveryCode) {
   for (const int code : {0, 2038, 3000, 3001, 3003, 3004, 3006, 3007, 3008, 3010, 3011, 3012, 3013}) {
-    ASSERT_TRUE(QuillErrName(code)) << code;
-    EXPECT_STRNE("unknown error", QuillErrText(code));
+    ASSERT_TRUE(quill::QuillErrName(code)) << code;
+    EXPECT_STRNE("unknown error", quill::QuillErrText(code));
   }
-  EXPECT_STREQ("kQuillErrReadOnlyMedia", QuillErrName(kQuillErrReadOnlyMedia));
-  EXPECT_EQ(nullptr, QuillErrName(3002));
-  EXPECT_STREQ("unknown error", QuillErrText(3002));
+  EXPECT_STREQ("kQuillErrReadOnlyMedia", quill::QuillErrName(kQuillErrReadOnlyMedia));
+  EXPECT_EQ(nullptr, quill::QuillErrName(3002));
+  EXPECT_STREQ("unknown error", quill::QuillErrText(3002));
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ class HostTest : public ManagerTest {
   /// What a failed operation recorded and noted: the code, the operation, its paths and the system's reason.
   std::string Noted(bool succeeded) {
     EXPECT_FALSE(succeeded);
-    const OperationFailure note = manager.LastFailure();
+    const quill::OperationFailure note = manager.LastFailure();
     manager.ForgetFailure();
     const std::string second = note.secondPath.isEmpty() ? "" : " " + Text(note.secondPath);
     return manager.Reason() + ": " + note.operation + " " + Text(note.path) + second + ", " +

@@ -11,21 +11,21 @@
 
 namespace quill_test {
 
-class RecordingManager : public StandaloneFileManager {
+class RecordingManager : public quill::StandaloneFileManager {
  public:
   /// A code that no failure records, so that one that was left alone shows.
   static constexpr int kUntouched = 4711;
 
-  RecordingManager() { StandaloneFileManager::SetLastError(kUntouched); }
+  RecordingManager() { quill::StandaloneFileManager::SetLastError(kUntouched); }
 
   void SetLastError(int code) override {
     observed.push_back(code);
-    StandaloneFileManager::SetLastError(code);
+    quill::StandaloneFileManager::SetLastError(code);
   }
 
   void Forget() {
     observed.clear();
-    StandaloneFileManager::SetLastError(kUntouched);
+    quill::StandaloneFileManager::SetLastError(kUntouched);
   }
 
   /// "3003 recorded", "3003 stored" when SetLastError did not see it, or "nothing"; and forgets.

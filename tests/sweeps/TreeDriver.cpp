@@ -18,16 +18,16 @@
 namespace {
 
 using Words = std::vector<std::string>;
-using Operation = std::function<bool(StandaloneFileManager&, const Words&)>;
+using Operation = std::function<bool(quill::StandaloneFileManager&, const Words&)>;
 using quill_test::Path;
 
-class Witness final : public darwin::TreeObserver {
+class Witness final : public quill::darwin::TreeObserver {
  public:
-  void MetadataNotKept(const char*, darwin::TreeMetadata, int) override { ++notKept; }
+  void MetadataNotKept(const char*, quill::darwin::TreeMetadata, int) override { ++notKept; }
   int notKept = 0;
 };
 
-bool MakeTemporaries(StandaloneFileManager& manager, const Words& words) {
+bool MakeTemporaries(quill::StandaloneFileManager& manager, const Words& words) {
   for (int count = std::atoi(words[1].c_str()); count > 0; --count) {
     QuillFileString file;
     QuillFileString directory;
@@ -58,7 +58,7 @@ int main(int count, char** arguments) {
   if (operation == kOperations.end()) return 2;
   words.erase(words.begin());
 
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   Witness witness;
   manager.SetTreeObserver(&witness);
   const int descriptorsBefore = quill_test::OpenDescriptors();

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/darwin/Retry.h"
+#include "platform/darwin/descriptors/Retry.h"
 #include "platform/foundation/NSException.h"
 #include "tools/quillfs/Command.h"
 
@@ -24,7 +24,7 @@ bool Guarded(Session& session, const QuillFileString& path, Call call) {
   try {
     if (call()) return true;
     session.Fail(path);
-  } catch (const foundation::NSException& failure) {
+  } catch (const quill::foundation::NSException& failure) {
     session.FailForSystem(TextOf(path), failure.code().value());
   }
   return false;
@@ -55,7 +55,7 @@ class Input {
   void ReadOn() {
     chunk = {};
     if (buffer.empty()) return;
-    const auto count = darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
+    const auto count = quill::darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
     isReadable = count >= 0;
     if (!isReadable) return session.FailForSystem("standard input", errno);
     chunk = std::string_view(buffer.data(), static_cast<std::size_t>(count));

@@ -114,7 +114,7 @@ class Lister {
 };
 
 template <typename Visit>
-void ForEachEntry(StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
+void ForEachEntry(quill::StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
   do {
     visit(Entry{std::string(TextOf(info.path)), info.type == kQuillFileTypeDirectory});
   } while (manager.FindNext(handle, info));

@@ -4,7 +4,7 @@
 namespace {
 
 /// An operation that turns each path into another text. Without a code it fails for text of the wrong form.
-template <bool (*convert)(StandaloneFileManager&, const Arguments&, const QuillFileString&, QuillFileString&)>
+template <bool (*convert)(quill::StandaloneFileManager&, const Arguments&, const QuillFileString&, QuillFileString&)>
 void Convert(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
@@ -16,40 +16,45 @@ void Convert(Session& session, const Arguments& arguments) {
   }
 }
 
-bool ReadLink(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path, QuillFileString& target) {
+bool ReadLink(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+              QuillFileString& target) {
   return manager.FileReadSymLink(path, target);
 }
 
-bool Resolve(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path, QuillFileString& target) {
+bool Resolve(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+             QuillFileString& target) {
   target = path;
   return manager._PathCanonicalizeSymLink(target);
 }
 
-bool Canonical(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path, QuillFileString& result) {
+bool Canonical(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+               QuillFileString& result) {
   return manager.FileGetCanonicalPath(path, result);
 }
 
-bool Url(StandaloneFileManager& manager, const Arguments& arguments, const QuillFileString& path,
+bool Url(quill::StandaloneFileManager& manager, const Arguments& arguments, const QuillFileString& path,
          QuillFileString& url) {
   return arguments.Has("--earlier") ? manager.FileGetPathUrlPreVeranda(path, url) : manager.FileGetPathUrl(path, url);
 }
 
-bool UrlPath(StandaloneFileManager& manager, const Arguments& arguments, const QuillFileString& url,
+bool UrlPath(quill::StandaloneFileManager& manager, const Arguments& arguments, const QuillFileString& url,
              QuillFileString& path) {
   return arguments.Has("--earlier") ? manager.FileGetUrlPathPreVeranda(url, path) : manager.FileGetUrlPath(url, path);
 }
 
-bool PosixPath(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path, QuillFileString& result) {
+bool PosixPath(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+               QuillFileString& result) {
   return manager.FileGetPOSIXPath(path, result);
 }
 
-bool Redirected(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+bool Redirected(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
                 QuillFileString& result) {
   if (!manager.RedirectedFilePath(path, result)) result = path;
   return true;
 }
 
-bool Native(StandaloneFileManager& manager, const Arguments&, const QuillFileString& path, QuillFileString& result) {
+bool Native(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
+            QuillFileString& result) {
   result.setUTF8(manager.GetNativePath(path.getUTF8()));
   return true;
 }

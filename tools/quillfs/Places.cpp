@@ -84,7 +84,7 @@ void Enter(Session& session, const Arguments& arguments) {
 }
 
 void HostAnswers(Session& session, const Arguments&) {
-  StandaloneFileManager& manager = session.manager;
+  quill::StandaloneFileManager& manager = session.manager;
   manager.OverrideWriteableAreaSecurity(CoreFileManager::kOverrideNone);
   session.output.Print(std::string("protected mode  ") + (manager.IsProtectedModeIE() ? "yes\n" : "no\n"));
   session.output.Print(std::string("broker          ") + (manager.GetBrokerHandleWrapper(0, {}) ? "yes\n" : "no\n"));

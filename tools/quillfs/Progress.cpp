@@ -16,17 +16,17 @@ constexpr auto kQuietTime = 1s;
 constexpr auto kLineInterval = 100ms;
 constexpr char kClearLine[] = "\r\033[K";
 
-const char* MetadataName(darwin::TreeMetadata what) {
+const char* MetadataName(quill::darwin::TreeMetadata what) {
   switch (what) {
-    case darwin::TreeMetadata::kOwner:
+    case quill::darwin::TreeMetadata::kOwner:
       return "owner";
-    case darwin::TreeMetadata::kPermissions:
+    case quill::darwin::TreeMetadata::kPermissions:
       return "permissions";
-    case darwin::TreeMetadata::kTimes:
+    case quill::darwin::TreeMetadata::kTimes:
       return "dates";
-    case darwin::TreeMetadata::kExtendedAttributes:
+    case quill::darwin::TreeMetadata::kExtendedAttributes:
       return "extended attributes";
-    case darwin::TreeMetadata::kHardLink:
+    case quill::darwin::TreeMetadata::kHardLink:
       return "hard link";
   }
   return "something";
@@ -35,7 +35,7 @@ const char* MetadataName(darwin::TreeMetadata what) {
 std::string ItemsText(std::uint64_t items) { return std::to_string(items) + (items == 1 ? " item" : " items"); }
 
 /// "3 items copied, 1.5 GB"; of a first item that takes its time "1.5 GB copied".
-std::string AmountText(const darwin::TreeProgress& progress, std::string_view verb) {
+std::string AmountText(const quill::darwin::TreeProgress& progress, std::string_view verb) {
   const std::string size = SizeText(static_cast<double>(progress.bytes));
   if (progress.bytes == 0) return (ItemsText(progress.items) + ' ').append(verb);
   if (progress.items == 0) return (size + ' ').append(verb);
@@ -63,7 +63,7 @@ void Progress::Clear() {
   isShown = false;
 }
 
-bool Progress::Advanced(const darwin::TreeProgress& progress) {
+bool Progress::Advanced(const quill::darwin::TreeProgress& progress) {
   if (WasInterrupted()) {
     leftPartOfSource = progress.itemsRemovedFromSource > 0;
     return false;
@@ -74,7 +74,7 @@ bool Progress::Advanced(const darwin::TreeProgress& progress) {
   return true;
 }
 
-void Progress::MetadataNotKept(const char* entry, darwin::TreeMetadata what, int error) {
+void Progress::MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) {
   if (!tellsLosses) return;
   Clear();
   const std::string message = "quillfs: " + Printable(entry) + ": " + MetadataName(what) + " not kept, " +
@@ -82,7 +82,7 @@ void Progress::MetadataNotKept(const char* entry, darwin::TreeMetadata what, int
   (void)std::fputs(message.c_str(), stderr);
 }
 
-void Progress::Show(const darwin::TreeProgress& progress) {
+void Progress::Show(const quill::darwin::TreeProgress& progress) {
   std::string line = kClearLine + AmountText(progress, verb);
   if (progress.itemsRemovedFromSource > 0) {
     line += ", " + ItemsText(progress.itemsRemovedFromSource) + " removed from the source";

@@ -4,13 +4,13 @@
 #include <chrono>
 #include <string_view>
 
-#include "platform/darwin/TreeObserver.h"
+#include "platform/darwin/trees/TreeObserver.h"
 #include "tools/quillfs/Interruption.h"
 #include "tools/quillfs/Session.h"
 
 /// Watches every tree operation of the session's manager while it lives. Shows nothing unless standard error is a
 /// terminal and the work has lasted for a second; what a copy could not keep is told when that is wanted.
-class Progress final : public darwin::TreeObserver {
+class Progress final : public quill::darwin::TreeObserver {
  public:
   /// \p verb says what is being done: "copied".
   Progress(Session& session, std::string_view verb, bool tellsLosses = false);
@@ -18,18 +18,18 @@ class Progress final : public darwin::TreeObserver {
   Progress& operator=(const Progress&) = delete;
   ~Progress();
 
-  bool Advanced(const darwin::TreeProgress& progress) override;
+  bool Advanced(const quill::darwin::TreeProgress& progress) override;
   /// Takes the line from the terminal.
   void Clear();
   /// Whether the work was stopped while it removed what has been moved.
   bool LeftPartOfSource() const noexcept { return leftPartOfSource; }
 
-  void MetadataNotKept(const char* entry, darwin::TreeMetadata what, int error) override;
+  void MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) override;
 
  private:
   using Clock = std::chrono::steady_clock;
 
-  void Show(const darwin::TreeProgress& progress);
+  void Show(const quill::darwin::TreeProgress& progress);
 
   InterruptionScope interruption;
   Session& session;

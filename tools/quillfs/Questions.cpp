@@ -20,7 +20,7 @@ struct ItemAnswers {
 /// False, with the reason reported, when nothing exists there.
 bool Ask(Session& session, const QuillFileString& path, ItemAnswers& answers) {
   session.Begin();
-  StandaloneFileManager& manager = session.manager;
+  quill::StandaloneFileManager& manager = session.manager;
   answers.isLink = manager.FileIsSymLink(path);
   if (!answers.isLink && !manager.FileExists(path)) {
     session.Fail(TextOf(path), kQuillErrNotFound);
@@ -122,7 +122,7 @@ void Access(Session& session, const Arguments& arguments) {
   }
 }
 
-bool GetSize(StandaloneFileManager& manager, const QuillFileString& path, bool throughObject, long long& size) {
+bool GetSize(quill::StandaloneFileManager& manager, const QuillFileString& path, bool throughObject, long long& size) {
   if (!throughObject) return manager.FileGetSize(path, size);
   unsigned long long unsignedSize = 0;
   if (!manager.FileGetLSize(path, unsignedSize)) return false;
@@ -151,7 +151,7 @@ void Exists(Session& session, const Arguments& arguments) {
 }
 
 /// An operation that answers yes or no, and may fail.
-template <bool (*Ask)(StandaloneFileManager&, const QuillFileString&, bool&)>
+template <bool (*Ask)(quill::StandaloneFileManager&, const QuillFileString&, bool&)>
 void YesOrNo(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths(/*orHere=*/true)) {
     session.Begin();
@@ -164,13 +164,13 @@ void YesOrNo(Session& session, const Arguments& arguments) {
   }
 }
 
-bool IsEmpty(StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
+bool IsEmpty(quill::StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
   return manager.DirIsEmpty(path, answer);
 }
-bool IsReadOnlyVolume(StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
+bool IsReadOnlyVolume(quill::StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
   return manager.VolumeIsReadOnly(path, answer);
 }
-bool IsHidden(StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
+bool IsHidden(quill::StandaloneFileManager& manager, const QuillFileString& path, bool& answer) {
   answer = manager.FileIsHidden(path);
   return true;
 }

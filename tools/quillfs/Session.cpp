@@ -11,7 +11,7 @@
 
 namespace {
 
-std::string CodeText(int code) { return QuillErrText(code) + (" (" + std::to_string(code) + ")"); }
+std::string CodeText(int code) { return quill::QuillErrText(code) + (" (" + std::to_string(code) + ")"); }
 
 /// Codes that stand for several causes, of which the system knows the one.
 bool IsVague(int code) { return code == kQuillErrIO || code == kQuillErrIllegalPath; }
@@ -69,7 +69,7 @@ void Session::FailWithSourceLeft() {
 }
 
 std::string Session::Reason() {
-  const OperationFailure& failure = manager.LastFailure();
+  const quill::OperationFailure& failure = manager.LastFailure();
   std::string reason = ReasonText(manager.GetLastError(), failure.posixError);
   if (!failure.entry.empty() && failure.entry != TextOf(failure.path)) reason += ", at " + Printable(failure.entry);
   return reason;

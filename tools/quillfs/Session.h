@@ -18,7 +18,7 @@ std::string_view TextOf(const QuillFileString& path);
 
 class Session {
  public:
-  StandaloneFileManager manager;
+  quill::StandaloneFileManager manager;
   Output output;
 
   /// Forgets an earlier failure, so that one that records nothing is told as one.

@@ -9,11 +9,11 @@
 namespace {
 
 /// A host that listens: it hears each code that is recorded through its table.
-class ListeningManager final : public StandaloneFileManager {
+class ListeningManager final : public quill::StandaloneFileManager {
  public:
   void SetLastError(int code) override {
     heard = code;
-    StandaloneFileManager::SetLastError(code);
+    quill::StandaloneFileManager::SetLastError(code);
   }
   int heard = kQuillErrNone;
 };
@@ -81,7 +81,8 @@ class Guide {
   bool Refused(const std::string& call, bool succeeded) {
     const int code = manager.GetLastError();
     Call(call, "false");
-    Say(std::string("      ") + QuillErrName(code) + " (" + std::to_string(code) + "): " + QuillErrText(code));
+    Say(std::string("      ") + quill::QuillErrName(code) + " (" + std::to_string(code) +
+        "): " + quill::QuillErrText(code));
     Say(manager.heard == code ? "      SetLastError heard it" : "      stored without a call");
     manager.heard = kQuillErrNone;
     return !succeeded;

@@ -22,7 +22,7 @@ bool Watched(Session& session, const char* verb, Operation operation, bool tells
 
 void Remove(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
-    const bool removed = Watched(session, "removed", [&](StandaloneFileManager& manager) {
+    const bool removed = Watched(session, "removed", [&](quill::StandaloneFileManager& manager) {
       return arguments.Has("--recursive") ? manager.DirDeleteWithContents(path) : manager.FileDelete(path);
     });
     if (!removed) session.Fail(path);
@@ -42,8 +42,8 @@ void EnsureDirectories(Session& session, const Arguments& arguments) {
 
 void Rename(Session& session, const Arguments& arguments) {
   const QuillFileString path = arguments.Path(0), newName = arguments.Path(1);
-  const bool renamed =
-      Watched(session, "moved", [&](StandaloneFileManager& manager) { return manager.FileRename(newName, path); });
+  const bool renamed = Watched(
+      session, "moved", [&](quill::StandaloneFileManager& manager) { return manager.FileRename(newName, path); });
   if (!renamed) session.Fail("rename", path, newName);
 }
 
@@ -52,7 +52,7 @@ using TransferOperation = bool (CoreFileManager::*)(const QuillFileString&, cons
 void Transfer(Session& session, const Arguments& arguments, TransferOperation operation, const char* verb,
               const char* done) {
   const QuillFileString source = arguments.Path(0), destination = arguments.Path(1);
-  const auto transfer = [&](StandaloneFileManager& manager) {
+  const auto transfer = [&](quill::StandaloneFileManager& manager) {
     return (manager.*operation)(source, destination, arguments.Has("--clobber"));
   };
   if (!Watched(session, done, transfer, arguments.Has("--verbose"))) session.Fail(verb, source, destination);
@@ -69,8 +69,9 @@ void Move(Session& session, const Arguments& arguments) {
 void Trash(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     QuillFileString trashed;
-    const bool moved = Watched(
-        session, "moved", [&](StandaloneFileManager& manager) { return manager.FileOrDirMoveToTrash(path, trashed); });
+    const bool moved = Watched(session, "moved", [&](quill::StandaloneFileManager& manager) {
+      return manager.FileOrDirMoveToTrash(path, trashed);
+    });
     moved ? (void)session.output.PrintNameLine(TextOf(trashed)) : session.Fail(path);
     if (WasInterrupted()) return;
   }
@@ -78,7 +79,7 @@ void Trash(Session& session, const Arguments& arguments) {
 
 void MakeTemporary(Session& session, const Arguments& arguments) {
   session.Begin();
-  StandaloneFileManager& manager = session.manager;
+  quill::StandaloneFileManager& manager = session.manager;
   const bool isDirectory = arguments.Has("--directory");
   const std::string* place = arguments.Value("--in");
   const QuillFileString directory = PathOf(place ? *place : "");

@@ -1,0 +1,50 @@
+// Streams the entries of a directory, in the file system's order, with memory that does not grow.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "platform/darwin/descriptors/FileDescriptor.h"
+
+namespace quill::darwin {
+
+class DirectoryReader {
+ public:
+  struct Entry {
+    /// Valid until the next call of Next.
+    const char* name;
+    std::uint64_t inode;
+    /// DT_DIR, DT_LNK and so on; DT_UNKNOWN where the file system does not tell.
+    unsigned char type;
+  };
+
+  /// \p directory must be open for reading; the reader closes it.
+  explicit DirectoryReader(FileDescriptor directory);
+
+  /// The next entry, never "." or ".."; null at the end and on a failure, which error() then tells.
+  const Entry* Next();
+
+  int error() const noexcept { return failure; }
+  int descriptor() const noexcept { return directory.get(); }
+
+  /// Where the next entry begins, for another reader of the same directory.
+  std::int64_t position() const noexcept { return next; }
+  /// Goes on from a position that a reader of this directory has told, 0 for the beginning. 0, or the errno.
+  int Seek(std::int64_t position) noexcept;
+
+ private:
+  bool Fill();
+
+  static constexpr std::size_t kBufferSize = 32 * 1024;
+
+  FileDescriptor directory;
+  std::unique_ptr<std::byte[]> buffer;
+  std::size_t parsed = 0;
+  std::size_t filled = 0;
+  std::int64_t next = 0;
+  int failure = 0;
+  Entry current{};
+};
+
+}  // namespace quill::darwin

@@ -1,0 +1,118 @@
+#include "platform/darwin/names/CanonicalComposites.h"
+
+#include <unicode/normalizer2.h>
+#include <unicode/uniset.h>
+
+#include <algorithm>
+#include <new>
+
+#include "platform/darwin/names/Normalization.h"
+
+namespace quill::darwin {
+namespace {
+
+constexpr int kFirstSyllable = 0xAC00;
+constexpr int kLastSyllable = 0xD7A3;
+
+const icu::Normalizer2& Normalizer() {
+  UErrorCode error = U_ZERO_ERROR;
+  const icu::Normalizer2* const normalizer = icu::Normalizer2::getNFCInstance(error);
+  if (U_FAILURE(error)) throw std::bad_alloc();  // its data is compiled in: nothing else can fail
+  return *normalizer;
+}
+
+icu::UnicodeSet DecomposingCharacters() {
+  UErrorCode error = U_ZERO_ERROR;
+  icu::UnicodeSet characters;
+  characters.applyIntPropertyValue(UCHAR_NFD_QUICK_CHECK, UNORM_NO, error);
+  if (U_FAILURE(error)) throw std::bad_alloc();
+  characters.remove(kFirstSyllable, kLastSyllable);
+  return characters;
+}
+
+int FirstCharacter(const CanonicalComposite& composite) { return composite.decomposition.front(); }
+
+class Table {
+ public:
+  Table() {
+    const icu::UnicodeSet characters = DecomposingCharacters();
+    for (int range = 0; range < characters.getRangeCount(); ++range) {
+      for (int i = characters.getRangeStart(range); i <= characters.getRangeEnd(range); ++i) Add(i);
+    }
+    AddTrailingJamo();
+    std::stable_sort(composites.begin(), composites.end(),
+                     [](const auto& a, const auto& b) { return FirstCharacter(a) < FirstCharacter(b); });
+    std::sort(trailing.begin(), trailing.end());
+  }
+
+  std::span<const CanonicalComposite> BeginningWith(int character) const {
+    const auto first = std::ranges::lower_bound(composites, character, {}, FirstCharacter);
+    const auto last = std::ranges::lower_bound(first, composites.end(), character + 1, {}, FirstCharacter);
+    return {first, last};
+  }
+
+  /// The character stands in some decomposition behind another one.
+  bool IsTrailing(int character) const { return std::binary_search(trailing.begin(), trailing.end(), character); }
+
+ private:
+  void Add(int character) {
+    icu::UnicodeString mapping;
+    if (!Normalizer().getDecomposition(character, mapping)) return;
+    CanonicalComposite composite{character, {}};
+    for (int i = 0; i < mapping.length(); i = mapping.moveIndex32(i, 1))
+      composite.decomposition.push_back(mapping.char32At(i));
+    trailing.insert(trailing.end(), composite.decomposition.begin() + 1, composite.decomposition.end());
+    composites.push_back(std::move(composite));
+  }
+
+  void AddTrailingJamo() {
+    for (int character = 0x1100; character <= 0x11FF; ++character) {
+      const auto type = u_getIntPropertyValue(character, UCHAR_HANGUL_SYLLABLE_TYPE);
+      if (type == U_HST_VOWEL_JAMO || type == U_HST_TRAILING_JAMO) trailing.push_back(character);
+    }
+  }
+
+  std::vector<CanonicalComposite> composites;
+  std::vector<int> trailing;
+};
+
+const Table& Composites() {
+  static const Table table;
+  return table;
+}
+
+bool BeginsSegment(const DecomposedCharacter& character) {
+  if (character.combiningClass != 0) return false;
+  return character.character < 0x300 || !Composites().IsTrailing(character.character);
+}
+
+}  // namespace
+
+std::vector<DecomposedCharacter> Decompose(std::string_view text) {
+  const std::string decomposed = FormD(text);
+  std::vector<DecomposedCharacter> characters;
+  characters.reserve(decomposed.size());
+  for (std::size_t position = 0; position < decomposed.size();) {
+    const int character = NextCharacter(decomposed, position);
+    characters.push_back({character, character < 0x300 ? 0 : Normalizer().getCombiningClass(character)});
+  }
+  return characters;
+}
+
+std::span<const DecomposedCharacter> TakeSegment(std::span<const DecomposedCharacter>& text) {
+  const auto end = std::find_if(text.begin() + 1, text.end(), BeginsSegment);
+  const auto segment = text.first(static_cast<std::size_t>(end - text.begin()));
+  text = text.subspan(segment.size());
+  return segment;
+}
+
+std::span<const CanonicalComposite> CompositesBeginningWith(int character) {
+  return Composites().BeginningWith(character);
+}
+
+int ComposeSyllable(int front, int jamo) {
+  const int syllable = Normalizer().composePair(front, jamo);
+  return syllable >= kFirstSyllable && syllable <= kLastSyllable ? syllable : -1;
+}
+
+}  // namespace quill::darwin

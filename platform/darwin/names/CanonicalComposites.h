@@ -1,0 +1,36 @@
+// Which characters stand for which sequences, and where decomposed text falls into parts that do not touch each other.
+// All of it is asked of the Unicode library, once, when it is first needed. Any thread.
+#pragma once
+
+#include <span>
+#include <string_view>
+#include <vector>
+
+namespace quill::darwin {
+
+struct DecomposedCharacter {
+  int character;
+  /// Canonical_Combining_Class: marks of different classes may stand in any order; 0 for what never moves.
+  int combiningClass;
+};
+
+/// A character and its full canonical decomposition, of one character (a singleton) or more.
+struct CanonicalComposite {
+  int character;
+  std::vector<int> decomposition;
+};
+
+/// The characters of \p text in Form D; a byte that is not UTF-8 is its negative value.
+std::vector<DecomposedCharacter> Decompose(std::string_view text);
+
+/// Takes from the front of \p text its first segment: across the end of a segment nothing composes or changes places.
+std::span<const DecomposedCharacter> TakeSegment(std::span<const DecomposedCharacter>& text);
+
+/// The composites whose decomposition begins with \p character, Hangul syllables excepted: see ComposeSyllable.
+std::span<const CanonicalComposite> CompositesBeginningWith(int character);
+
+/// The Hangul syllable that consists of \p front, a leading consonant or a syllable, and \p jamo; negative if none
+/// does.
+int ComposeSyllable(int front, int jamo);
+
+}  // namespace quill::darwin

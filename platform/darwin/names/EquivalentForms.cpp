@@ -1,0 +1,168 @@
+#include "platform/darwin/names/EquivalentForms.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "platform/darwin/names/CanonicalComposites.h"
+#include "platform/darwin/names/Normalization.h"
+
+namespace quill::darwin {
+namespace {
+
+/// No name that anybody reads has as many characters in one segment; the search for spellings goes as deep as this.
+constexpr std::size_t kLongestSegment = 32;
+
+/// The ASCII characters that have an equivalent outside ASCII: U+212A, U+037E and U+1FEF.
+constexpr std::string_view kAmbiguousASCII = "K;`";
+
+/// Enumerates the spellings of a segment. Each step takes a character of the segment, or several as one composite. A
+/// mark may be taken before marks of other classes that stand in front of it; nothing else changes places. Whatever has
+/// been taken, the rest can be taken as it stands: every step leads to a spelling, and so the work is bounded by the
+/// number of spellings asked for.
+class SegmentSpellings {
+ public:
+  /// Finds one more than \p most when there are so many.
+  SegmentSpellings(std::span<const DecomposedCharacter> characters, std::size_t most)
+      : segment(characters), limit(most), untaken(~0u >> (kLongestSegment - characters.size())) {
+    Continue();
+  }
+
+  const std::vector<std::string>& Found() const noexcept { return found; }
+
+ private:
+  bool IsComplete() const noexcept { return found.size() > limit; }
+
+  void Continue() {
+    if (untaken == 0) return found.push_back(spelling);
+    for (std::size_t i = 0; i < segment.size() && !IsComplete(); ++i) {
+      if (IsUntaken(i) && MayComeNext(i)) TakeEachWay(i);
+    }
+  }
+
+  bool IsUntaken(std::size_t index) const noexcept { return (untaken >> index & 1) != 0; }
+
+  bool MayComeNext(std::size_t index) const noexcept {
+    const int own = segment[index].combiningClass;
+    for (std::size_t i = 0; i < index; ++i) {
+      const int other = segment[i].combiningClass;
+      if (IsUntaken(i) && (own == 0 || other == 0 || own == other)) return false;
+    }
+    return true;
+  }
+
+  void TakeEachWay(std::size_t index) {
+    const int character = segment[index].character;
+    Take(character, std::span(&character, 1));
+    for (const CanonicalComposite& composite : CompositesBeginningWith(character)) {
+      if (IsComplete()) return;
+      Take(composite.character, composite.decomposition);
+    }
+    TakeSyllables(index);
+  }
+
+  void TakeSyllables(std::size_t index) {
+    std::vector<int> jamo{segment[index].character};
+    int syllable = jamo.front();
+    for (std::size_t i = index + 1; i < segment.size() && !IsComplete(); ++i) {
+      jamo.push_back(segment[i].character);
+      syllable = ComposeSyllable(syllable, jamo.back());
+      if (syllable < 0) return;
+      Take(syllable, jamo);
+    }
+  }
+
+  /// Goes on with \p character, if the characters of which it consists can be taken.
+  void Take(int character, std::span<const int> parts) {
+    const std::uint32_t before = untaken;
+    if (std::all_of(parts.begin(), parts.end(), [this](int part) { return TakePart(part); })) {
+      const std::size_t size = spelling.size();
+      AppendCharacter(spelling, character);
+      Continue();
+      spelling.resize(size);
+    }
+    untaken = before;
+  }
+
+  bool TakePart(int character) {
+    for (std::size_t i = 0; i < segment.size(); ++i) {
+      if (!IsUntaken(i) || segment[i].character != character) continue;
+      if (!MayComeNext(i)) return false;
+      untaken &= ~(std::uint32_t{1} << i);
+      return true;
+    }
+    return false;
+  }
+
+  const std::span<const DecomposedCharacter> segment;
+  const std::size_t limit;
+  std::uint32_t untaken;  // a bit for each character of the segment
+  std::string spelling;
+  std::vector<std::string> found;
+};
+
+/// Follows each spelling by each of the choices.
+void Append(const std::vector<std::string>& choices, std::vector<std::string>& spellings) {
+  const std::size_t count = spellings.size();
+  for (std::size_t choice = 1; choice < choices.size(); ++choice) {
+    for (std::size_t i = 0; i < count; ++i) spellings.push_back(spellings[i] + choices[choice]);
+  }
+  for (std::size_t i = 0; i < count; ++i) spellings[i] += choices.front();
+}
+
+/// The segment is one character that nothing else is equivalent to, as nearly all are.
+bool HasOneSpelling(std::span<const DecomposedCharacter> segment) {
+  return segment.size() == 1 && CompositesBeginningWith(segment.front().character).empty();
+}
+
+/// Every spelling of \p name; nullopt when there are more than kFewSpellings.
+std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
+  const std::vector<DecomposedCharacter> characters = Decompose(name);
+  std::vector<std::string> spellings(1);
+  for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
+    const auto segment = TakeSegment(rest);
+    if (segment.size() > kLongestSegment) return std::nullopt;
+    if (HasOneSpelling(segment)) {
+      for (std::string& spelling : spellings) AppendCharacter(spelling, segment.front().character);
+      continue;
+    }
+    const SegmentSpellings choices(segment, kFewSpellings / spellings.size());
+    if (choices.Found().size() * spellings.size() > kFewSpellings) return std::nullopt;
+    Append(choices.Found(), spellings);
+  }
+  return spellings;
+}
+
+void AddIfNew(std::vector<std::string>& spellings, std::string_view name, std::string spelling) {
+  if (spelling == name || std::find(spellings.begin(), spellings.end(), spelling) != spellings.end()) return;
+  spellings.push_back(std::move(spelling));
+}
+
+}  // namespace
+
+bool HasOtherForm(std::string_view name) {
+  if (IsASCII(name)) return name.find_first_of(kAmbiguousASCII) != name.npos;
+  const std::vector<DecomposedCharacter> characters = Decompose(name);
+  for (std::span<const DecomposedCharacter> rest = characters; !rest.empty();) {
+    const auto segment = TakeSegment(rest);
+    if (HasOneSpelling(segment)) continue;
+    if (segment.size() > kLongestSegment || SegmentSpellings(segment, 1).Found().size() > 1) return true;
+  }
+  return false;
+}
+
+EquivalentForms EquivalentFormsOf(std::string_view name) {
+  EquivalentForms forms;
+  if (!HasOtherForm(name)) return forms;
+  AddIfNew(forms.others, name, FormC(name));
+  AddIfNew(forms.others, name, FormD(name));
+  auto spellings = FewSpellings(name);
+  forms.extent = spellings ? EquivalentForms::Extent::kFew : EquivalentForms::Extent::kMany;
+  if (!spellings) return forms;
+  std::sort(spellings->begin(), spellings->end());
+  for (std::string& spelling : *spellings) AddIfNew(forms.others, name, std::move(spelling));
+  return forms;
+}
+
+}  // namespace quill::darwin

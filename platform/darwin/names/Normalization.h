@@ -1,0 +1,15 @@
+// Unicode normalization of names (UAX #15). Bytes that are not UTF-8 stay as they are, each a character of its own that
+// composes with nothing. Time grows with the length of the text, whatever is in it. Pure functions; any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "platform/darwin/names/UTF8.h"
+
+namespace quill::darwin {
+
+std::string FormC(std::string_view text);
+std::string FormD(std::string_view text);
+
+}  // namespace quill::darwin

@@ -1,0 +1,63 @@
+#include "platform/darwin/names/UTF8.h"
+
+#include <unicode/utf8.h>
+
+#include <cstdint>
+#include <cstring>
+
+namespace quill::darwin {
+namespace {
+
+using Word = std::uint64_t;
+
+bool IsASCIIWord(const char* bytes) noexcept {
+  Word word;
+  std::memcpy(&word, bytes, sizeof word);
+  return (word & 0x8080808080808080) == 0;
+}
+
+/// Where the run of ASCII that begins at \p position ends.
+std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
+  const std::size_t size = bytes.size();
+  while (size - position >= sizeof(Word) && IsASCIIWord(bytes.data() + position)) position += sizeof(Word);
+  // What is left of the last word is looked at together with the bytes in front of it.
+  const bool endsInPartOfWord = size - position < sizeof(Word) && size >= sizeof(Word);
+  if (endsInPartOfWord && IsASCIIWord(bytes.data() + size - sizeof(Word))) return size;
+  while (position < size && U8_IS_SINGLE(bytes[position])) ++position;
+  return position;
+}
+
+}  // namespace
+
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wconversion"  // inside the macros, in GCC's eyes
+int NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
+  const std::size_t start = position;
+  UChar32 character;
+  U8_NEXT(bytes.data(), position, bytes.size(), character);
+  if (character >= 0) return character;
+  position = start + 1;
+  return -static_cast<unsigned char>(bytes[start]);
+}
+
+void AppendCharacter(std::string& text, int character) {
+  if (character < 0) return text.push_back(static_cast<char>(-character));
+  char bytes[U8_MAX_LENGTH];
+  std::size_t length = 0;
+  U8_APPEND_UNSAFE(bytes, length, character);
+  text.append(bytes, length);
+}
+#pragma GCC diagnostic pop
+
+bool IsASCII(std::string_view bytes) noexcept { return SkipASCII(bytes, 0) == bytes.size(); }
+
+bool IsUTF8(std::string_view bytes) noexcept {
+  std::size_t position = SkipASCII(bytes, 0);
+  while (position < bytes.size()) {
+    if (NextCharacter(bytes, position) < 0) return false;
+    position = SkipASCII(bytes, position);
+  }
+  return true;
+}
+
+}  // namespace quill::darwin

@@ -1,0 +1,53 @@
+// Copying what is in a file.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "platform/darwin/descriptors/TreeItem.h"
+#include "platform/darwin/trees/Report.h"
+
+namespace quill::darwin {
+
+/// For the files of one tree: what the file systems refused once is not asked for again.
+///
+/// The ladder: a clone, which shares the blocks; for more than one block, copy_file_range, which spares the data a way
+/// through the program, or even to it from a server; else reading and writing. Each goes on where the one before
+/// stopped.
+class DataCopier {
+ public:
+  explicit DataCopier(TreeReport& listener) noexcept : report(listener) {}
+
+  /// Copies everything in the open file \p from, whatever size \p source claims, to the new empty file \p to. Holes
+  /// stay holes, whether the file system tells where they are or not. 0 or the errno; ECANCELED when the observer stops
+  /// it.
+  int Copy(int from, const TreeItem& source, int to);
+
+ private:
+  struct Range {
+    std::uint64_t begin = 0;
+    std::uint64_t end = 0;
+    /// It is told as data, but for a part of it there are no blocks: the file system does not tell holes.
+    bool hidesHoles = false;
+  };
+
+  bool Clone(int from, int to);
+  int CopyToEnd(int from, const TreeItem& source, int to);
+  int CopyExtents(int from, const TreeItem& source, int to);
+  int CopyRange(int from, int to, Range range, std::uint64_t& reached);
+  bool CopyInKernel(int from, int to, Range range, std::uint64_t& reached);
+  std::byte* Buffer();
+
+  /// Aligned to a page: the kernel copies to it and from it a good deal faster.
+  struct alignas(4096) Block {
+    std::byte bytes[256 * 1024];
+  };
+
+  TreeReport& report;
+  std::unique_ptr<Block> buffer;
+  bool mayClone = true;
+  bool mayCopyInKernel = true;
+};
+
+}  // namespace quill::darwin

@@ -1,0 +1,22 @@
+#include "platform/darwin/trees/TreeObserver.h"
+
+#include <utility>
+
+namespace quill::darwin {
+namespace {
+
+thread_local TreeObserver* currentObserver = nullptr;
+
+}  // namespace
+
+bool TreeObserver::Advanced(const TreeProgress&) { return true; }
+void TreeObserver::MetadataNotKept(const char*, TreeMetadata, int) {}
+void TreeObserver::Failed(const char*, int) {}
+
+TreeObserver* TreeObserver::Current() noexcept { return currentObserver; }
+
+TreeObserverScope::TreeObserverScope(TreeObserver* observer) noexcept
+    : before(std::exchange(currentObserver, observer)) {}
+TreeObserverScope::~TreeObserverScope() { currentObserver = before; }
+
+}  // namespace quill::darwin

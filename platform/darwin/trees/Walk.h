@@ -1,0 +1,95 @@
+// The one way through a tree, for removal and copy.
+//
+// The walk opens every directory by its name in the one above, never following a link, and never joins paths. However
+// deep the tree is, only the last few directories stay open. One that was closed is opened again as ".." of the one
+// below, and only accepted when it is the very directory that it was, so that a directory which somebody moves away
+// meanwhile leads nowhere. Entries are streamed; memory grows with the depth alone.
+#pragma once
+
+#include <deque>
+#include <optional>
+#include <string>
+
+#include "platform/darwin/descriptors/DirectoryReader.h"
+#include "platform/darwin/descriptors/FileDescriptor.h"
+#include "platform/darwin/descriptors/TreeItem.h"
+
+namespace quill::darwin {
+
+/// A directory that the walk is in.
+struct TreeLevel {
+  int descriptor() const { return reader ? reader->descriptor() : parent; }
+
+  std::string name;
+  TreeItem item;
+  /// Empty while it is closed.
+  std::optional<DirectoryReader> reader;
+  std::int64_t position = 0;
+  /// How often it has been begun to be read.
+  int pass = 1;
+  /// What the visitor found in the first pass, and only in a later one.
+  std::size_t earlyEntries = 0, lateEntries = 0;
+  /// Why the visitor had to leave out an entry in this pass; 0 when it did not.
+  int missed = 0;
+  /// A directory that the visitor keeps beside it, closed and opened again in step with it.
+  FileDescriptor counterpart;
+  TreeItem counterpartItem;
+  /// Of the directory that holds the tree, which stays the caller's.
+  int parent = -1;
+};
+
+/// What is done on the way. \p in is the directory that holds the entry in question; it and the one below are open.
+class TreeVisitor {
+ public:
+  enum class Next { kGoOn, kGoInto, kReadAgain, kStop };
+
+  /// kGoInto for a directory that is to be walked.
+  virtual Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) = 0;
+  /// The directory could not be opened. kGoInto to try once more.
+  virtual Next Shut(TreeLevel& in, const char* name, int error) = 0;
+  /// It is open. kGoInto, or kGoOn to pass it by.
+  virtual Next Enter(TreeLevel& in, TreeLevel& directory) = 0;
+  /// It was read to its end, or until \p error. kReadAgain for another pass.
+  virtual Next Leave(TreeLevel& in, TreeLevel& directory, int error) = 0;
+  /// The way back up is lost.
+  virtual void Lost(int error) = 0;
+
+ protected:
+  ~TreeVisitor() = default;
+};
+
+class TreeWalk {
+ public:
+  explicit TreeWalk(TreeVisitor& guest) : visitor(guest) {}
+
+  /// Visits \p name in \p parent and, if the visitor wants it, everything below.
+  void Run(int parent, const char* name);
+
+  /// openat that, when descriptors are scarce, closes directories higher up and tries again.
+  FileDescriptor Open(int directory, const char* name, int flags, mode_t mode = 0);
+
+  /// Closes a directory higher up when \p error says that descriptors are scarce. True when trying again may help.
+  bool MakeRoom(int error);
+
+  /// The directory that holds the tree.
+  bool IsOutside(const TreeLevel& in) const { return &in == &levels.front(); }
+  /// The path, relative to the tree, of the entry that is being visited; empty for the root.
+  std::string CurrentEntry() const;
+
+ private:
+  bool Visit(const DirectoryReader::Entry& entry);
+  bool Enter(const char* name);
+  bool Leave();
+  bool Lose(int error);
+  bool CloseOne();
+  int OpenAbove();
+
+  TreeVisitor& visitor;
+  /// The first is the parent of the tree.
+  std::deque<TreeLevel> levels;
+  std::size_t firstOpen = 1;
+  const char* current = "";
+  std::size_t currentDepth = 0;
+};
+
+}  // namespace quill::darwin

@@ -1,0 +1,144 @@
+#include "host/CoreFileManager.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <string_view>
+
+#include "platform/darwin/paths/DirectoryCalls.h"
+#include "platform/darwin/paths/ExtendedAttributes.h"
+#include "platform/darwin/paths/PathCalls.h"
+#include "platform/osx/OSXFileSystemUtils.h"
+#include "standalone/BaseDirectories.h"
+
+namespace darwin = quill::darwin;
+using quill::LeafOf;
+
+namespace {
+
+// The attributes in which browsers and download programs note where a file came from (freedesktop.org, "Common Extended
+// Attributes").
+constexpr char kOriginAttribute[] = "user.xdg.origin.url";
+constexpr char kReferrerAttribute[] = "user.xdg.referrer.url";
+
+/// Records the reason, unless \p posixError is 0, and tells whether it was.
+bool Succeeded(CoreFileManager& manager, int posixError) {
+  if (posixError == 0) return true;
+  manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(posixError));
+  return false;
+}
+
+/// Gives \p directory with \p leaf in it, if that is a directory.
+bool FindDirectoryIn(CoreFileManager& manager, QuillFileString directory, const QuillFileString& leaf,
+                     QuillFileString& found) {
+  directory.appendLeaf(leaf);
+  if (!manager.FileIsDir(directory)) return false;
+  found = directory;
+  return true;
+}
+
+bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileString& leaf, QuillFileString& found) {
+  const char* value = std::getenv("XDG_DATA_DIRS");
+  std::istringstream list(value && *value ? value : "/usr/local/share:/usr/share");
+  for (std::string entry; std::getline(list, entry, ':');) {
+    QuillFileString directory;
+    directory.setUTF8(entry.c_str());
+    if (entry.starts_with('/') && FindDirectoryIn(manager, directory, leaf, found)) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+CoreFileManager::~CoreFileManager() = default;
+
+bool CoreFileManager::DirGetLogDir(QuillFileString& directory) {
+  return quill::EnsureProgramDirectory(*this, quill::kStateDirectory, directory);
+}
+
+bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileString& name, QuillFileString& location) {
+  const QuillFileString leaf = LeafOf(name);
+  if (leaf.isEmpty()) return false;
+  const std::string_view leafText = leaf.getUTF8();
+  if (leafText == "." || leafText == "..") {
+    SetLastError(kQuillErrIllegalPath);
+    return false;
+  }
+  QuillFileString result;
+  if (!DirGetTemp(result)) return false;
+  result.appendLeaf(("quill-" + std::to_string(darwin::EffectiveUser())).c_str());
+  if (!Succeeded(*this, darwin::EnsurePrivateDirectory(result.getUTF8()))) return false;
+  result.appendLeaf(leaf);
+  location = result;
+  return true;
+}
+
+void CoreFileManager::OverrideWriteableAreaSecurity(CoreFileManagerOverrideMode /*mode*/) {}
+
+bool CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& path, const QuillFileString& source,
+                                                       const QuillFileString& referrer, bool isUnsafe) {
+  const char* text = path.getUTF8();
+  if (!text) return false;
+  if (!isUnsafe) {
+    return Succeeded(*this, darwin::RemoveExtendedAttribute(text, kReferrerAttribute)) &&
+           Succeeded(*this, darwin::RemoveExtendedAttribute(text, kOriginAttribute));
+  }
+  // The origin is the mark, so it is set even when the address is not known.
+  const char* origin = source.isEmpty() ? "" : source.getUTF8();
+  if (!Succeeded(*this, darwin::SetExtendedAttribute(text, kOriginAttribute, origin))) return false;
+  const int error = referrer.isEmpty() ? darwin::RemoveExtendedAttribute(text, kReferrerAttribute)
+                                       : darwin::SetExtendedAttribute(text, kReferrerAttribute, referrer.getUTF8());
+  return Succeeded(*this, error);
+}
+
+bool CoreFileManager::GetDownloadedStatus(const QuillFileString& path) {
+  return path.getUTF8() && darwin::HasExtendedAttribute(path.getUTF8(), kOriginAttribute);
+}
+
+bool CoreFileManager::IsProtectedModeIE() { return false; }
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the table has it
+IQuillFileAppendOnly* CoreFileManager::GetBrokerHandleWrapper(unsigned int /*handle*/, QuillFileString /*path*/) {
+  return nullptr;
+}
+
+bool CoreFileManager::ScanMediaFile(const QuillFileString& path) {
+  if (!path.getUTF8()) return false;
+  if (FileExists(path)) return true;
+  SetLastError(kQuillErrNotFound);
+  return false;
+}
+
+// Beside the program first, so that a program that was moved with its resources finds its own.
+bool CoreFileManager::DirGetAppResourceDir(QuillFileString& directory) {
+  QuillFileString beside, name, resources;
+  if (!quill::SplitProgramPath(beside, name)) return false;
+  QuillFileString prefix = beside;
+  if (prefix.trimLeaf(nullptr)) {
+    prefix.appendLeaf("share");
+    if (FindDirectoryIn(*this, prefix, name, directory)) return true;
+  }
+  resources.setUTF8("resources");
+  if (FindDirectoryIn(*this, beside, resources, directory)) return true;
+
+  return FindDirectoryInDataDirectories(*this, name, directory);
+}
+
+bool CoreFileManager::RedirectedFilePath(const QuillFileString& /*path*/, QuillFileString& /*redirected*/) {
+  return false;
+}
+
+bool CoreFileManager::FileSetExecutable(const QuillFileString& /*path*/) { return true; }
+
+const char* CoreFileManager::GetNativePath(const char* path) { return path; }
+
+bool CoreFileManager::FileReopenStderr(const QuillFileString& path, bool truncate) {
+  return darwin::freopen(path.getUTF8(), truncate ? "w" : "a", stderr) != nullptr;
+}
+
+bool CoreFileManager::DirEnsureEnclosingDir(const QuillFileString& path) {
+  QuillFileString directory = path;
+  if (!directory.trimLeaf(nullptr)) return true;  // a bare name's directory is the current one, and the root has none
+  return DirEnsure(directory);
+}

@@ -11,22 +11,22 @@ namespace {
 /// Takes a temporary file away unless its name is cleared, which tells that somebody got to open it.
 class TemporaryFileGuard {
  public:
-  explicit TemporaryFileGuard(std::string& name) noexcept : path(name) { path.clear(); }
+  explicit TemporaryFileGuard(std::string& name) noexcept : path_(name) { path_.clear(); }
   TemporaryFileGuard(const TemporaryFileGuard&) = delete;
   TemporaryFileGuard& operator=(const TemporaryFileGuard&) = delete;
   ~TemporaryFileGuard() {
     const int reason = errno;
     try {
-      if (!path.empty()) (void)darwin::unlink(path.c_str());
+      if (!path_.empty()) (void)darwin::unlink(path_.c_str());
     } catch (const std::bad_alloc&) {
       // Only a file that has gone already is searched for.
     }
-    std::string().swap(path);  // keeps no memory, as clearing would
+    std::string().swap(path_);  // keeps no memory, as clearing would
     errno = reason;
   }
 
  private:
-  std::string& path;
+  std::string& path_;
 };
 
 /// Opens a file that may be temporary, as \p open does, and leaves none behind that could not be opened after all.
@@ -43,15 +43,15 @@ IQuillFileReadWriteTemp* OpenGuarded(std::string& temporaryFile, Open open) {
 void StandaloneFileManager::Note(const char* name, const QuillFileString& path, const QuillFileString& secondPath,
                                  int posixError) noexcept {
   try {
-    lastFailure = {name, path, secondPath, {}, posixError};
+    lastFailure_ = {name, path, secondPath, {}, posixError};
   } catch (const std::bad_alloc&) {
-    lastFailure = {name, {}, {}, {}, posixError};
+    lastFailure_ = {name, {}, {}, {}, posixError};
   }
 }
 
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpenTemp() {
   return Noting("FileOpenTemp", {},
-                [&] { return OpenGuarded(temporaryFile, [&] { return OSXFileManager::FileOpenTemp(); }); });
+                [&] { return OpenGuarded(temporaryFile_, [&] { return OSXFileManager::FileOpenTemp(); }); });
 }
 
 IQuillFileAppendOnly* StandaloneFileManager::FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) {
@@ -109,7 +109,7 @@ bool StandaloneFileManager::FileReadSymLink(const QuillFileString& link, QuillFi
 
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpen(const QuillFileString& path, unsigned int flags) {
   return Noting("FileOpen", path,
-                [&] { return OpenGuarded(temporaryFile, [&] { return OSXFileManager::FileOpen(path, flags); }); });
+                [&] { return OpenGuarded(temporaryFile_, [&] { return OSXFileManager::FileOpen(path, flags); }); });
 }
 
 bool StandaloneFileManager::FileCreateTemp(QuillFileString& path) {

@@ -11,23 +11,23 @@ namespace quill {
 /// Passes on what an operation on a tree tells, and keeps where it failed.
 class FailureWatch final : public darwin::TreeObserver {
  public:
-  explicit FailureWatch(darwin::TreeObserver* listener) noexcept : next(listener) {}
+  explicit FailureWatch(darwin::TreeObserver* listener) noexcept : next_(listener) {}
 
-  bool Advanced(const darwin::TreeProgress& progress) override { return !next || next->Advanced(progress); }
+  bool Advanced(const darwin::TreeProgress& progress) override { return !next_ || next_->Advanced(progress); }
   void MetadataNotKept(const char* name, darwin::TreeMetadata what, int posixError) override {
-    if (next) next->MetadataNotKept(name, what, posixError);
+    if (next_) next_->MetadataNotKept(name, what, posixError);
   }
   void Failed(const char* name, int posixError) override {
     entry = name;
     error = posixError;
-    if (next) next->Failed(name, posixError);
+    if (next_) next_->Failed(name, posixError);
   }
 
   std::string entry;
   int error = 0;
 
  private:
-  darwin::TreeObserver* next;
+  darwin::TreeObserver* next_;
 };
 
 /// Runs an operation whose result is false or null when it fails. A success costs nothing and leaves errno as it was.
@@ -53,14 +53,14 @@ auto StandaloneFileManager::Noting(const char* name, const QuillFileString& path
 template <typename Operation>
 bool StandaloneFileManager::NotingTree(const char* name, const QuillFileString& path, const QuillFileString& secondPath,
                                        Operation operation) {
-  FailureWatch watch(treeObserver);
+  FailureWatch watch(treeObserver_);
   const bool succeeded = Noting(name, path, secondPath, [&] {
     const darwin::TreeObserverScope scope(&watch);
     return operation();
   });
   if (!succeeded && watch.error != 0) {
-    lastFailure.entry = std::move(watch.entry);
-    lastFailure.posixError = watch.error;
+    lastFailure_.entry = std::move(watch.entry);
+    lastFailure_.posixError = watch.error;
   }
   return succeeded;
 }

@@ -94,10 +94,10 @@ bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
   if (!DirGetTemp(place)) return false;
   place.appendLeaf("QuillTmp.XXXXXX");
   std::string name = place.getUTF8();
-  temporaryFile.reserve(name.size());
+  temporaryFile_.reserve(name.size());
   const int descriptor = darwin::mkstemp(name.data());
   if (descriptor < 0) return Succeeded(errno);
-  temporaryFile = name;             // what follows may fail
+  temporaryFile_ = name;            // what follows may fail
   (void)darwin::close(descriptor);  // nothing was written; the file is opened again by its name
   // It was made less what the umask takes, which may be what opening it needs; if that stays so, the opening tells.
   (void)darwin::SetPermissions(name.c_str(), darwin::FinalLink::kItself, kOwnerReadsAndWrites);

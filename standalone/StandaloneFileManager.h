@@ -64,12 +64,12 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
 
   /// Who watches, and may stop, copying, moving and removing by this manager; null for nobody. Not owned: it must live
   /// until it is replaced. A stopped operation is false.
-  void SetTreeObserver(darwin::TreeObserver* observer) noexcept { treeObserver = observer; }
+  void SetTreeObserver(darwin::TreeObserver* observer) noexcept { treeObserver_ = observer; }
 
   /// The last operation of this manager that failed, whether or not it recorded a code. A success never changes it.
-  const OperationFailure& LastFailure() const noexcept { return lastFailure; }
+  const OperationFailure& LastFailure() const noexcept { return lastFailure_; }
   /// LastFailure then tells of none, until the next one.
-  void ForgetFailure() noexcept { lastFailure = {}; }
+  void ForgetFailure() noexcept { lastFailure_ = {}; }
 
  private:
   template <typename Operation>
@@ -86,10 +86,10 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   /// Records the reason, unless \p posixError is 0, and tells whether it was. Leaves it in errno too.
   bool Succeeded(int posixError);
 
-  darwin::TreeObserver* treeObserver = nullptr;
+  darwin::TreeObserver* treeObserver_ = nullptr;
   /// What FileGetTempPath made last.
-  std::string temporaryFile;
-  OperationFailure lastFailure;
+  std::string temporaryFile_;
+  OperationFailure lastFailure_;
 };
 
 }  // namespace quill

@@ -26,23 +26,23 @@ class NSCharacterSet {
 
   constexpr NSCharacterSet setByAddingCharactersInString(std::string_view characters) const noexcept {
     NSCharacterSet sum = *this;
-    for (const char character : characters) sum.members[static_cast<unsigned char>(character)] = IsASCII(character);
+    for (const char character : characters) sum.members_[static_cast<unsigned char>(character)] = IsASCII(character);
     return sum;
   }
 
   constexpr NSCharacterSet invertedSet() const noexcept {
     NSCharacterSet inverted;
-    for (unsigned character = 0; character < 0x80; ++character) inverted.members[character] = !members[character];
+    for (unsigned character = 0; character < 0x80; ++character) inverted.members_[character] = !members_[character];
     return inverted;
   }
 
-  constexpr bool contains(char character) const noexcept { return members[static_cast<unsigned char>(character)]; }
+  constexpr bool contains(char character) const noexcept { return members_[static_cast<unsigned char>(character)]; }
 
  private:
   static constexpr bool IsASCII(char character) noexcept { return static_cast<unsigned char>(character) < 0x80; }
 
   // A place for every byte, so that looking one up is a single load.
-  std::array<bool, 256> members{};
+  std::array<bool, 256> members_{};
 };
 
 }  // namespace quill::foundation

@@ -9,7 +9,7 @@
 namespace quill::foundation {
 
 NSDirectoryEnumerator::NSDirectoryEnumerator(std::unique_ptr<darwin::DirectoryReader> open) noexcept
-    : reader(std::move(open)) {}
+    : reader_(std::move(open)) {}
 
 NSDirectoryEnumerator::~NSDirectoryEnumerator() = default;
 
@@ -22,16 +22,16 @@ RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const N
 }
 
 const char* NSDirectoryEnumerator::nextObject() {
-  const auto* const entry = reader->Next();
-  lastName = entry ? entry->name : nullptr;
-  if (entry) lastType = entry->type;
-  return lastName;
+  const auto* const entry = reader_->Next();
+  lastName_ = entry ? entry->name : nullptr;
+  if (entry) lastType_ = entry->type;
+  return lastName_;
 }
 
 bool NSDirectoryEnumerator::lastIsDirectory() {
-  if (!lastName) return false;
-  if (lastType != DT_DIR && lastType != DT_LNK && lastType != DT_UNKNOWN) return false;
-  return darwin::IsDirectoryAt(reader->descriptor(), lastName);
+  if (!lastName_) return false;
+  if (lastType_ != DT_DIR && lastType_ != DT_LNK && lastType_ != DT_UNKNOWN) return false;
+  return darwin::IsDirectoryAt(reader_->descriptor(), lastName_);
 }
 
 }  // namespace quill::foundation

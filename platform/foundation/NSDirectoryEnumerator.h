@@ -28,10 +28,10 @@ class NSDirectoryEnumerator final : public NSObject {
   explicit NSDirectoryEnumerator(std::unique_ptr<darwin::DirectoryReader> open) noexcept;
   ~NSDirectoryEnumerator() override;
 
-  std::unique_ptr<darwin::DirectoryReader> reader;
+  std::unique_ptr<darwin::DirectoryReader> reader_;
   // The reader's, until it moves on.
-  const char* lastName = nullptr;
-  unsigned char lastType = 0;
+  const char* lastName_ = nullptr;
+  unsigned char lastType_ = 0;
 };
 
 }  // namespace quill::foundation

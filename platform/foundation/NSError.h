@@ -14,15 +14,15 @@ class QUILL_EXPORT NSError final : public NSObject {
   /// \p domain may be nil.
   static RetainPtr<NSError> errorWithDomain(NSString* domain, long code);
 
-  NSString* domain() const noexcept { return domainName.get(); }
-  long code() const noexcept { return number; }
+  NSString* domain() const noexcept { return domainName_.get(); }
+  long code() const noexcept { return number_; }
 
  private:
-  NSError(NSString* domain, long code) noexcept : domainName(domain), number(code) {}
+  NSError(NSString* domain, long code) noexcept : domainName_(domain), number_(code) {}
   ~NSError() override = default;
 
-  RetainPtr<NSString> domainName;
-  long number;
+  RetainPtr<NSString> domainName_;
+  long number_;
 };
 
 }  // namespace quill::foundation

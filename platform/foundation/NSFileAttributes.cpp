@@ -18,7 +18,7 @@ double SecondsSince1970(const std::timespec& time) noexcept {
 }  // namespace
 
 NSFileType NSFileAttributes::fileType() const noexcept {
-  switch (status.mode & S_IFMT) {
+  switch (status_.mode & S_IFMT) {
     case S_IFREG:
       return NSFileType::kRegular;
     case S_IFDIR:
@@ -36,14 +36,14 @@ NSFileType NSFileAttributes::fileType() const noexcept {
   }
 }
 
-std::optional<double> NSFileAttributes::creationDate() const noexcept { return SecondsSince1970(status.created); }
+std::optional<double> NSFileAttributes::creationDate() const noexcept { return SecondsSince1970(status_.created); }
 
-std::optional<double> NSFileAttributes::modificationDate() const noexcept { return SecondsSince1970(status.modified); }
+std::optional<double> NSFileAttributes::modificationDate() const noexcept { return SecondsSince1970(status_.modified); }
 
 std::optional<unsigned long> NSFileAttributes::hfsCreatorCode() const {
   // 32 bytes of Finder information as file servers for the Apple platforms keep them; the creator begins at byte 4.
   std::array<unsigned char, 32> information;
-  const char* const path = itemPath->fileSystemRepresentation();
+  const char* const path = itemPath_->fileSystemRepresentation();
   const long size =
       darwin::GetExtendedAttribute(path, "user.com.apple.FinderInfo", information.data(), information.size());
   if (size != static_cast<long>(information.size())) return std::nullopt;
@@ -53,7 +53,7 @@ std::optional<unsigned long> NSFileAttributes::hfsCreatorCode() const {
 }
 
 NSOwnership NSFileAttributes::ownership() const noexcept {
-  return {status.group, status.owner, status.mode & kPermissionBits};
+  return {status_.group, status_.owner, status_.mode & kPermissionBits};
 }
 
 }  // namespace quill::foundation

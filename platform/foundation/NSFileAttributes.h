@@ -24,10 +24,10 @@ struct NSOwnership {
 class NSFileAttributes {
  public:
   NSFileAttributes(const NSString* path, const darwin::ItemStatus& now) noexcept
-      : itemPath(const_cast<NSString*>(path)), status(now) {}
+      : itemPath_(const_cast<NSString*>(path)), status_(now) {}
 
   NSFileType fileType() const noexcept;
-  long long fileSize() const noexcept { return status.size; }
+  long long fileSize() const noexcept { return status_.size; }
   /// Seconds since 1970-01-01 00:00:00 UTC.
   std::optional<double> creationDate() const noexcept;
   std::optional<double> modificationDate() const noexcept;
@@ -35,8 +35,8 @@ class NSFileAttributes {
   NSOwnership ownership() const noexcept;
 
  private:
-  RetainPtr<NSString> itemPath;
-  darwin::ItemStatus status;
+  RetainPtr<NSString> itemPath_;
+  darwin::ItemStatus status_;
 };
 
 /// A volume's sizes in bytes.

@@ -38,47 +38,47 @@ RetainPtr<NSFileHandle> NSFileHandle::fileHandleForWritingAtPath(const NSString*
 RetainPtr<NSFileHandle> NSFileHandle::fileHandleForUpdatingAtPath(const NSString* path) { return Open(path, O_RDWR); }
 
 NSFileHandle::~NSFileHandle() {
-  const darwin::FileDescriptor closesSilently(descriptor);  // nobody is left who could be told
+  const darwin::FileDescriptor closesSilently(descriptor_);  // nobody is left who could be told
 }
 
 void NSFileHandle::seekToFileOffset(unsigned long long offset) {
-  knownEnd.reset();
-  RaiseWhen(::lseek(descriptor, KernelOffset(offset), SEEK_SET) < 0, "seekToFileOffset");
+  knownEnd_.reset();
+  RaiseWhen(::lseek(descriptor_, KernelOffset(offset), SEEK_SET) < 0, "seekToFileOffset");
 }
 
 unsigned long long NSFileHandle::seekToEndOfFile() {
-  const auto known = std::exchange(knownEnd, std::nullopt);
+  const auto known = std::exchange(knownEnd_, std::nullopt);
   if (known) return static_cast<unsigned long long>(*known);
-  const off_t end = ::lseek(descriptor, 0, SEEK_END);
+  const off_t end = ::lseek(descriptor_, 0, SEEK_END);
   RaiseWhen(end < 0, "seekToEndOfFile");
   return static_cast<unsigned long long>(end);
 }
 
 void NSFileHandle::truncateFileAtOffset(unsigned long long offset) {
-  knownEnd.reset();
+  knownEnd_.reset();
   const off_t length = KernelOffset(offset);
-  const int result = darwin::Retry([&] { return ::ftruncate(descriptor, length); });
-  RaiseWhen(result != 0 || ::lseek(descriptor, length, SEEK_SET) < 0, "truncateFileAtOffset");
+  const int result = darwin::Retry([&] { return ::ftruncate(descriptor_, length); });
+  RaiseWhen(result != 0 || ::lseek(descriptor_, length, SEEK_SET) < 0, "truncateFileAtOffset");
 }
 
 void NSFileHandle::writeData(const NSData& data) {
   if (data.length == 0) return;
-  knownEnd.reset();
+  knownEnd_.reset();
   std::size_t written = 0;
-  const int error = darwin::WriteAll(descriptor, data.bytes, data.length, written);
+  const int error = darwin::WriteAll(descriptor_, data.bytes, data.length, written);
   if (error == 0) return;
   // Should this fail too, there is nothing better to do, and the first reason is the one to tell.
-  if (written > 0) (void)::lseek(descriptor, -static_cast<off_t>(written), SEEK_CUR);
+  if (written > 0) (void)::lseek(descriptor_, -static_cast<off_t>(written), SEEK_CUR);
   throw NSException(error, "writeData");
 }
 
 void NSFileHandle::synchronizeFile() {
-  RaiseWhen(darwin::Retry([this] { return ::fsync(descriptor); }) != 0, "synchronizeFile");
+  RaiseWhen(darwin::Retry([this] { return ::fsync(descriptor_); }) != 0, "synchronizeFile");
 }
 
 void NSFileHandle::closeFile() {
-  knownEnd.reset();
-  darwin::FileDescriptor open(std::exchange(descriptor, -1));
+  knownEnd_.reset();
+  darwin::FileDescriptor open(std::exchange(descriptor_, -1));
   const int error = open.Close();
   if (error != 0) throw NSException(error, "closeFile");
 }

@@ -23,8 +23,8 @@ class NSFileHandle final : public NSObject {
 
   /// Owned by the handle; -1 once closed. The caller may move the file pointer.
   int fileDescriptor() noexcept {
-    knownEnd.reset();
-    return descriptor;
+    knownEnd_.reset();
+    return descriptor_;
   }
 
   void seekToFileOffset(unsigned long long offset);
@@ -39,13 +39,13 @@ class NSFileHandle final : public NSObject {
   void closeFile();
 
  private:
-  NSFileHandle(int open, long long end) noexcept : descriptor(open), knownEnd(end) {}
+  NSFileHandle(int open, long long end) noexcept : descriptor_(open), knownEnd_(end) {}
   ~NSFileHandle() override;
   static RetainPtr<NSFileHandle> Open(const NSString* path, int access);
 
-  int descriptor;
+  int descriptor_;
   // Opening finds the end to prove that the file can be positioned; the first seekToEndOfFile need not ask again.
-  std::optional<long long> knownEnd;
+  std::optional<long long> knownEnd_;
 };
 
 }  // namespace quill::foundation

@@ -26,12 +26,12 @@ class QUILL_EXPORT NSObject {
   template <typename T>
   friend class RetainPtr;
 
-  void retain() const noexcept { owners.fetch_add(1, std::memory_order_relaxed); }
+  void retain() const noexcept { owners_.fetch_add(1, std::memory_order_relaxed); }
   void release() const noexcept {
-    if (owners.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
+    if (owners_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
-  mutable std::atomic<int> owners{1};
+  mutable std::atomic<int> owners_{1};
 };
 
 template <typename T>
@@ -40,39 +40,39 @@ class RetainPtr {
   RetainPtr() noexcept = default;
   RetainPtr(std::nullptr_t) noexcept {}
   /// Becomes one more owner of \p shared.
-  explicit RetainPtr(T* shared) noexcept : object(shared) {
-    if (object) object->retain();
+  explicit RetainPtr(T* shared) noexcept : object_(shared) {
+    if (object_) object_->retain();
   }
-  RetainPtr(const RetainPtr& other) noexcept : RetainPtr(other.object) {}
-  RetainPtr(RetainPtr&& other) noexcept : object(std::exchange(other.object, nullptr)) {}
+  RetainPtr(const RetainPtr& other) noexcept : RetainPtr(other.object_) {}
+  RetainPtr(RetainPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
   template <typename U>
-  RetainPtr(RetainPtr<U> other) noexcept : object(other.Leak()) {}
+  RetainPtr(RetainPtr<U> other) noexcept : object_(other.Leak()) {}
   ~RetainPtr() {
-    if (object) object->release();
+    if (object_) object_->release();
   }
 
   RetainPtr& operator=(RetainPtr other) noexcept {
-    std::swap(object, other.object);
+    std::swap(object_, other.object_);
     return *this;
   }
 
   /// Takes over the one owner with which \p born came into the world.
   static RetainPtr Adopt(T* born) noexcept {
     RetainPtr result;
-    result.object = born;
+    result.object_ = born;
     return result;
   }
 
   /// Gives up ownership without releasing.
-  T* Leak() noexcept { return std::exchange(object, nullptr); }
+  T* Leak() noexcept { return std::exchange(object_, nullptr); }
 
-  T* get() const noexcept { return object; }
-  T* operator->() const noexcept { return object; }
-  T& operator*() const noexcept { return *object; }
-  explicit operator bool() const noexcept { return object != nullptr; }
+  T* get() const noexcept { return object_; }
+  T* operator->() const noexcept { return object_; }
+  T& operator*() const noexcept { return *object_; }
+  explicit operator bool() const noexcept { return object_ != nullptr; }
 
  private:
-  T* object = nullptr;
+  T* object_ = nullptr;
 };
 
 }  // namespace quill::foundation

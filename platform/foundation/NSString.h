@@ -26,7 +26,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   /// The bytes, NUL-terminated; valid while the string lives.
   const char* UTF8String() const noexcept { return Bytes(); }
   const char* fileSystemRepresentation() const noexcept { return Bytes(); }
-  std::string_view view() const noexcept { return {Bytes(), length}; }
+  std::string_view view() const noexcept { return {Bytes(), length_}; }
 
   bool isEqualToString(const NSString* other) const noexcept;
   bool containsString(std::string_view part) const noexcept { return view().find(part) != std::string_view::npos; }
@@ -60,7 +60,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   static RetainPtr<NSString> stringByRemovingPercentEncodingFromUTF8String(const char* text);
 
  private:
-  explicit NSString(std::size_t size) noexcept : length(size) {}
+  explicit NSString(std::size_t size) noexcept : length_(size) {}
   ~NSString() override = default;
   static RetainPtr<NSString> WithLength(std::size_t length);
   static RetainPtr<NSString> Joined(std::string_view head, std::string_view middle, std::string_view tail);
@@ -76,14 +76,14 @@ class QUILL_EXPORT NSString final : public NSObject {
   const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }
   char* MutableBytes() noexcept { return reinterpret_cast<char*>(this + 1); }
   void Shorten(std::size_t bytes) noexcept {
-    length = bytes;
+    length_ = bytes;
     MutableBytes()[bytes] = '\0';
   }
 
   // Unsized: the allocation is larger than the object, as it holds the bytes too.
   static void operator delete(void* memory) noexcept { ::operator delete(memory); }
 
-  std::size_t length;
+  std::size_t length_;
 };
 
 }  // namespace quill::foundation

@@ -45,7 +45,7 @@ RetainPtr<NSURL> NSURL::fileURLWithPath(const NSString* path) {
 }
 
 RetainPtr<NSString> NSURL::path() const {
-  std::string_view encoded = text->view().substr(pathRange.begin, pathRange.end - pathRange.begin);
+  std::string_view encoded = text_->view().substr(pathRange_.begin, pathRange_.end - pathRange_.begin);
   while (encoded.size() > 1 && encoded.ends_with('/')) encoded.remove_suffix(1);
   return NSString::PercentDecoded(encoded);
 }

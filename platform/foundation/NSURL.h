@@ -15,17 +15,17 @@ class QUILL_EXPORT NSURL final : public NSObject {
   /// current directory to count from.
   static RetainPtr<NSURL> fileURLWithPath(const NSString* path);
 
-  NSString* absoluteString() const noexcept { return text.get(); }
+  NSString* absoluteString() const noexcept { return text_.get(); }
   /// The path component, percent-decoded, without the "/" that end it (the root stays "/"; an escaped one is data).
   /// Null when the escapes do not give text: when they hold NUL or are not UTF-8.
   RetainPtr<NSString> path() const;
 
  private:
-  NSURL(RetainPtr<NSString> whole, URIRange path) noexcept : text(std::move(whole)), pathRange(path) {}
+  NSURL(RetainPtr<NSString> whole, URIRange path) noexcept : text_(std::move(whole)), pathRange_(path) {}
   ~NSURL() override = default;
 
-  RetainPtr<NSString> text;
-  URIRange pathRange;
+  RetainPtr<NSString> text_;
+  URIRange pathRange_;
 };
 
 }  // namespace quill::foundation

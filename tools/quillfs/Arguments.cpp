@@ -26,14 +26,14 @@ QuillFileString Arguments::Path(std::size_t index) const { return PathOf(Text(in
 
 std::vector<QuillFileString> Arguments::Paths(bool orHere) const {
   std::vector<QuillFileString> paths;
-  for (const std::string& operand : operands) paths.push_back(PathOf(operand));
+  for (const std::string& operand : operands_) paths.push_back(PathOf(operand));
   if (paths.empty() && orHere) paths.push_back(PathOf("."));
   return paths;
 }
 
 const std::string* Arguments::Value(std::string_view option) const {
-  const auto found = options.find(option);
-  return found != options.end() ? &found->second : nullptr;
+  const auto found = options_.find(option);
+  return found != options_.end() ? &found->second : nullptr;
 }
 
 std::optional<long long> Arguments::Number(std::string_view option) const {

@@ -37,34 +37,34 @@ class Input {
   Input(Session& running, const Arguments& arguments)
       : Input(running, arguments.Count() > 1 ? std::string_view(arguments.Text(1)) : "-") {}
 
-  Input(Session& running, std::string_view text) : session(running), chunk(text) {
+  Input(Session& running, std::string_view text) : session_(running), chunk_(text) {
     if (text != "-") return;
-    buffer.resize(kChunkSize);
+    buffer_.resize(kChunkSize);
     ReadOn();
   }
 
-  bool IsReadable() const { return isReadable; }
+  bool IsReadable() const { return isReadable_; }
 
   /// Hands it on piece by piece, until \p write refuses.
   template <typename Write>
   void PassTo(Write write) {
-    while (!chunk.empty() && write(chunk)) ReadOn();
+    while (!chunk_.empty() && write(chunk_)) ReadOn();
   }
 
  private:
   void ReadOn() {
-    chunk = {};
-    if (buffer.empty()) return;
-    const auto count = quill::darwin::Retry([&] { return ::read(STDIN_FILENO, buffer.data(), buffer.size()); });
-    isReadable = count >= 0;
-    if (!isReadable) return session.FailForSystem("standard input", errno);
-    chunk = std::string_view(buffer.data(), static_cast<std::size_t>(count));
+    chunk_ = {};
+    if (buffer_.empty()) return;
+    const auto count = quill::darwin::Retry([&] { return ::read(STDIN_FILENO, buffer_.data(), buffer_.size()); });
+    isReadable_ = count >= 0;
+    if (!isReadable_) return session_.FailForSystem("standard input", errno);
+    chunk_ = std::string_view(buffer_.data(), static_cast<std::size_t>(count));
   }
 
-  Session& session;
-  std::string_view chunk;
-  std::vector<char> buffer;
-  bool isReadable = true;
+  Session& session_;
+  std::string_view chunk_;
+  std::vector<char> buffer_;
+  bool isReadable_ = true;
 };
 
 void PrintContents(Session& session, const QuillFileString& path, IQuillFileReadOnly& file) {

@@ -39,12 +39,12 @@ int TerminalWidth() {
 class Lister {
  public:
   Lister(Session& running, const QuillFileString& listed, Style shownAs)
-      : session(running), directory(listed), style(shownAs) {}
+      : session_(running), directory_(listed), style_(shownAs) {}
 
   void Show(const Entry& entry) {
-    switch (style) {
+    switch (style_) {
       case Style::kColumns:
-        return columns.push_back({ColoredName(entry), DisplayWidth(Printable(entry.name))});
+        return columns_.push_back({ColoredName(entry), DisplayWidth(Printable(entry.name))});
       case Style::kLines:
         return Print(ColoredName(entry) + '\n');
       case Style::kLong:
@@ -57,40 +57,41 @@ class Lister {
   }
 
   void Finish() {
-    if (!columns.empty()) Print(InColumns(columns, TerminalWidth()));
+    if (!columns_.empty()) Print(InColumns(columns_, TerminalWidth()));
   }
 
  private:
-  void Print(const std::string& text) { session.output.Print(text); }
+  void Print(const std::string& text) { session_.output.Print(text); }
 
   QuillFileString PathOfEntry(const Entry& entry) const {
-    QuillFileString path = directory;
+    QuillFileString path = directory_;
     path.appendLeaf(entry.name.c_str());
     return path;
   }
 
   std::string ColoredName(const Entry& entry) const {
-    std::string shown = session.output.Shown(entry.name);
-    if (!session.output.HasColor()) return shown;
-    if (session.manager.FileIsSymLink(PathOfEntry(entry))) return "\033[36m" + shown + "\033[0m";
+    std::string shown = session_.output.Shown(entry.name);
+    if (!session_.output.HasColor()) return shown;
+    if (session_.manager.FileIsSymLink(PathOfEntry(entry))) return "\033[36m" + shown + "\033[0m";
     return entry.isDirectory ? "\033[1;34m" + shown + "\033[0m" : shown;
   }
 
   std::string LongLine(const Entry& entry) const {
     constexpr std::size_t kSizeWidth = 15;
     const QuillFileString path = PathOfEntry(entry);
-    const bool isLink = session.manager.FileIsSymLink(path);
+    const bool isLink = session_.manager.FileIsSymLink(path);
     long long bytes = 0;
     double created = 0, modified = 0;
-    const bool hasSize = !entry.isDirectory && session.manager.FileGetSize(path, bytes);
+    const bool hasSize = !entry.isDirectory && session_.manager.FileGetSize(path, bytes);
     const std::string size = hasSize ? std::to_string(bytes) : "-";
-    const std::string date = session.manager.FileGetDates(path, created, modified) ? DateText(modified) : "-";
+    const std::string date = session_.manager.FileGetDates(path, created, modified) ? DateText(modified) : "-";
 
     std::string line = isLink ? "link" : entry.isDirectory ? "dir " : "file";
     line.append(kSizeWidth - std::min(size.size(), kSizeWidth), ' ').append(size).append("  ").append(date);
     line.append(date.size() < 29 ? 29 - date.size() : 0, ' ').append("  ").append(ColoredName(entry));
     QuillFileString target;
-    if (isLink && session.manager.FileReadSymLink(path, target)) line += " -> " + session.output.Shown(TextOf(target));
+    if (isLink && session_.manager.FileReadSymLink(path, target))
+      line += " -> " + session_.output.Shown(TextOf(target));
     return line + '\n';
   }
 
@@ -100,17 +101,17 @@ class Lister {
     double created = 0, modified = 0;
     JsonLine line;
     line.Text("name", entry.name).Text("kind", entry.isDirectory ? "directory" : "file");
-    line.Flag("link", session.manager.FileIsSymLink(path));
-    session.manager.FileGetSize(path, bytes) ? line.Number("size", bytes) : line.Nothing("size");
-    const bool hasDates = session.manager.FileGetDates(path, created, modified);
+    line.Flag("link", session_.manager.FileIsSymLink(path));
+    session_.manager.FileGetSize(path, bytes) ? line.Number("size", bytes) : line.Nothing("size");
+    const bool hasDates = session_.manager.FileGetDates(path, created, modified);
     hasDates ? line.Number("modified", modified) : line.Nothing("modified");
-    line.PrintTo(session.output);
+    line.PrintTo(session_.output);
   }
 
-  Session& session;
-  const QuillFileString& directory;
-  Style style;
-  std::vector<ShownName> columns;
+  Session& session_;
+  const QuillFileString& directory_;
+  Style style_;
+  std::vector<ShownName> columns_;
 };
 
 template <typename Visit>

@@ -20,20 +20,20 @@ bool MayColor() {
 
 }  // namespace
 
-Output::Output() : isTerminal(::isatty(STDOUT_FILENO) == 1), hasColor(isTerminal && MayColor()) {}
+Output::Output() : isTerminal_(::isatty(STDOUT_FILENO) == 1), hasColor_(isTerminal_ && MayColor()) {}
 
 bool Output::Print(std::string_view bytes) {
-  if (failure != 0) return false;
+  if (failure_ != 0) return false;
   if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size()) return true;
-  failure = errno;
+  failure_ = errno;
   return false;
 }
 
-std::string Output::Shown(std::string_view name) const { return isTerminal ? Printable(name) : std::string(name); }
+std::string Output::Shown(std::string_view name) const { return isTerminal_ ? Printable(name) : std::string(name); }
 
 int Output::Finish() {
-  if (std::fflush(stdout) != 0 && failure == 0) failure = errno;
-  return failure;
+  if (std::fflush(stdout) != 0 && failure_ == 0) failure_ = errno;
+  return failure_;
 }
 
 JsonLine& JsonLine::Text(std::string_view key, std::string_view value) { return Member(key, JsonString(value)); }
@@ -52,7 +52,7 @@ JsonLine& JsonLine::Flag(std::string_view key, bool value) { return Member(key, 
 JsonLine& JsonLine::Nothing(std::string_view key) { return Member(key, "null"); }
 
 JsonLine& JsonLine::Member(std::string_view key, std::string_view value) {
-  if (members.size() > 1) members += ", ";
-  members.append(JsonString(key)).append(": ").append(value);
+  if (members_.size() > 1) members_ += ", ";
+  members_.append(JsonString(key)).append(": ").append(value);
   return *this;
 }

@@ -9,9 +9,9 @@ class Output {
  public:
   Output();
 
-  bool IsTerminal() const noexcept { return isTerminal; }
+  bool IsTerminal() const noexcept { return isTerminal_; }
   /// On a terminal whose owner did not set NO_COLOR (no-color.org).
-  bool HasColor() const noexcept { return hasColor; }
+  bool HasColor() const noexcept { return hasColor_; }
 
   /// False from the first failure on.
   bool Print(std::string_view bytes);
@@ -24,9 +24,9 @@ class Output {
   int Finish();
 
  private:
-  bool isTerminal;
-  bool hasColor;
-  int failure = 0;
+  bool isTerminal_;
+  bool hasColor_;
+  int failure_ = 0;
 };
 
 /// One JSON object, printed as one line.
@@ -39,10 +39,10 @@ class JsonLine {
   JsonLine& Flag(std::string_view key, bool value);
   JsonLine& Nothing(std::string_view key);
 
-  bool PrintTo(Output& output) { return output.Print(members + "}\n"); }
+  bool PrintTo(Output& output) { return output.Print(members_ + "}\n"); }
 
  private:
   JsonLine& Member(std::string_view key, std::string_view value);
 
-  std::string members = "{";
+  std::string members_ = "{";
 };

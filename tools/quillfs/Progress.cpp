@@ -45,37 +45,37 @@ std::string AmountText(const quill::darwin::TreeProgress& progress, std::string_
 }  // namespace
 
 Progress::Progress(Session& running, std::string_view verbText, bool wantsLosses)
-    : session(running),
-      verb(verbText),
-      tellsLosses(wantsLosses),
-      isTerminal(::isatty(STDERR_FILENO) == 1),
-      nextLine(Clock::now() + kQuietTime) {
-  session.manager.SetTreeObserver(this);
+    : session_(running),
+      verb_(verbText),
+      tellsLosses_(wantsLosses),
+      isTerminal_(::isatty(STDERR_FILENO) == 1),
+      nextLine_(Clock::now() + kQuietTime) {
+  session_.manager.SetTreeObserver(this);
 }
 
 Progress::~Progress() {
-  session.manager.SetTreeObserver(nullptr);
+  session_.manager.SetTreeObserver(nullptr);
   Clear();
 }
 
 void Progress::Clear() {
-  if (isShown) (void)std::fputs(kClearLine, stderr);  // a decoration; nothing depends on it
-  isShown = false;
+  if (isShown_) (void)std::fputs(kClearLine, stderr);  // a decoration; nothing depends on it
+  isShown_ = false;
 }
 
 bool Progress::Advanced(const quill::darwin::TreeProgress& progress) {
   if (WasInterrupted()) {
-    leftPartOfSource = progress.itemsRemovedFromSource > 0;
+    leftPartOfSource_ = progress.itemsRemovedFromSource > 0;
     return false;
   }
-  if (!isTerminal || Clock::now() < nextLine) return true;
+  if (!isTerminal_ || Clock::now() < nextLine_) return true;
   Show(progress);
-  nextLine = Clock::now() + kLineInterval;
+  nextLine_ = Clock::now() + kLineInterval;
   return true;
 }
 
 void Progress::MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) {
-  if (!tellsLosses) return;
+  if (!tellsLosses_) return;
   Clear();
   const std::string message = "quillfs: " + Printable(entry) + ": " + MetadataName(what) + " not kept, " +
                               std::generic_category().message(error) + '\n';
@@ -83,10 +83,10 @@ void Progress::MetadataNotKept(const char* entry, quill::darwin::TreeMetadata wh
 }
 
 void Progress::Show(const quill::darwin::TreeProgress& progress) {
-  std::string line = kClearLine + AmountText(progress, verb);
+  std::string line = kClearLine + AmountText(progress, verb_);
   if (progress.itemsRemovedFromSource > 0) {
     line += ", " + ItemsText(progress.itemsRemovedFromSource) + " removed from the source";
   }
-  isShown = std::fputs(line.c_str(), stderr) >= 0;
+  isShown_ = std::fputs(line.c_str(), stderr) >= 0;
   (void)std::fflush(stderr);
 }

@@ -22,7 +22,7 @@ class Progress final : public quill::darwin::TreeObserver {
   /// Takes the line from the terminal.
   void Clear();
   /// Whether the work was stopped while it removed what has been moved.
-  bool LeftPartOfSource() const noexcept { return leftPartOfSource; }
+  bool LeftPartOfSource() const noexcept { return leftPartOfSource_; }
 
   void MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) override;
 
@@ -31,12 +31,12 @@ class Progress final : public quill::darwin::TreeObserver {
 
   void Show(const quill::darwin::TreeProgress& progress);
 
-  InterruptionScope interruption;
-  Session& session;
-  std::string_view verb;
-  bool tellsLosses;
-  bool isTerminal;
-  bool isShown = false;
-  bool leftPartOfSource = false;
-  Clock::time_point nextLine;
+  InterruptionScope interruption_;
+  Session& session_;
+  std::string_view verb_;
+  bool tellsLosses_;
+  bool isTerminal_;
+  bool isShown_ = false;
+  bool leftPartOfSource_ = false;
+  Clock::time_point nextLine_;
 };

@@ -76,7 +76,7 @@ std::string Session::Reason() {
 }
 
 void Session::Report(std::string_view subject, std::string_view reason) {
-  status = kExitFailure;
+  status_ = kExitFailure;
   if (!WasInterrupted()) Print(subject, reason);  // who pressed the keys knows why
 }
 
@@ -90,5 +90,5 @@ int Session::Finish() {
   const int error = output.Finish();
   if (error == EPIPE) return kExitFailure;  // the reader has gone and wants nothing more, not even a message
   if (error != 0) FailForSystem("standard output", error);
-  return WasInterrupted() ? kExitInterrupted + Interruption() : status;
+  return WasInterrupted() ? kExitInterrupted + Interruption() : status_;
 }

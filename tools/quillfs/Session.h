@@ -47,5 +47,5 @@ class Session {
   void Report(std::string_view subject, std::string_view reason);
   void Print(std::string_view subject, std::string_view reason);
 
-  int status = kExitSuccess;
+  int status_ = kExitSuccess;
 };

@@ -20,26 +20,26 @@ class ListeningManager final : public quill::StandaloneFileManager {
 
 class Guide {
  public:
-  explicit Guide(Session& theSession) : session(theSession) {}
+  explicit Guide(Session& theSession) : session_(theSession) {}
 
   void Show() {
     QuillFileString root;
-    if (!manager.DirCreateTemp(root)) return session.Fail("temporary directory", manager.GetLastError());
-    place = root;
-    Say("A fresh directory: " + session.output.Shown(TextOf(root)));
+    if (!manager_.DirCreateTemp(root)) return session_.Fail("temporary directory", manager_.GetLastError());
+    place_ = root;
+    Say("A fresh directory: " + session_.output.Shown(TextOf(root)));
     const bool whole = WriteAndRead() && CopyAndMove() && Break() && MeetAnotherForm();
-    const int code = manager.GetLastError();
-    const bool clean = manager.DirDeleteWithContents(root);
-    if (!whole || !clean) return session.Fail(TextOf(root), clean ? code : manager.GetLastError());
+    const int code = manager_.GetLastError();
+    const bool clean = manager_.DirDeleteWithContents(root);
+    if (!whole || !clean) return session_.Fail(TextOf(root), clean ? code : manager_.GetLastError());
     Say("\nThe directory is gone again. quillfs --help shows what else there is.");
   }
 
  private:
-  void Say(const std::string& line) { session.output.Print(line + "\n"); }
+  void Say(const std::string& line) { session_.output.Print(line + "\n"); }
   void Call(const std::string& call, const std::string& answer) { Say("  " + call + "  ->  " + answer); }
 
   QuillFileString At(const char* name) const {
-    QuillFileString path(place);
+    QuillFileString path(place_);
     path.appendLeaf(name);
     return path;
   }
@@ -47,7 +47,7 @@ class Guide {
   bool WriteAndRead() {
     Say("\nOpen, write, read: a file object has a position and a size of its own.");
     const std::unique_ptr<IQuillFileReadWriteTemp> file(
-        manager.FileOpen(At("letter.txt"), kQuillOpenRead | kQuillOpenWrite | kQuillOpenCreate));
+        manager_.FileOpen(At("letter.txt"), kQuillOpenRead | kQuillOpenWrite | kQuillOpenCreate));
     long long position = 0;
     char text[32];
     unsigned long count = 0;
@@ -60,9 +60,9 @@ class Guide {
 
   bool CopyAndMove() {
     Say("\nCopy, move, list: copies appear whole or not at all; parents are made.");
-    if (!manager.FileOrDirCopy(At("letter.txt"), At("archive/2026/letter.txt"), /*clobber=*/false)) return false;
+    if (!manager_.FileOrDirCopy(At("letter.txt"), At("archive/2026/letter.txt"), /*clobber=*/false)) return false;
     Call("FileOrDirCopy(letter.txt, archive/2026/letter.txt)", "true");
-    if (!manager.FileOrDirMove(At("archive"), At("old letters"), /*clobber=*/false)) return false;
+    if (!manager_.FileOrDirMove(At("archive"), At("old letters"), /*clobber=*/false)) return false;
     Call("FileOrDirMove(archive, old letters)", "true");
     List();
     return true;
@@ -70,46 +70,47 @@ class Guide {
 
   void List() {
     FindFileInfo entry;
-    QuillFileFindRef* const listing = manager.FindFirst(place, entry);
-    for (bool more = listing != nullptr; more; more = manager.FindNext(listing, entry)) {
-      Call(entry.type == kQuillFileTypeDirectory ? "directory" : "file     ", session.output.Shown(TextOf(entry.path)));
+    QuillFileFindRef* const listing = manager_.FindFirst(place_, entry);
+    for (bool more = listing != nullptr; more; more = manager_.FindNext(listing, entry)) {
+      Call(entry.type == kQuillFileTypeDirectory ? "directory" : "file     ",
+           session_.output.Shown(TextOf(entry.path)));
     }
-    manager.FindClose(listing);
+    manager_.FindClose(listing);
   }
 
   /// Tells what a failure left behind, and who heard of it.
   bool Refused(const std::string& call, bool succeeded) {
-    const int code = manager.GetLastError();
+    const int code = manager_.GetLastError();
     Call(call, "false");
     Say(std::string("      ") + quill::QuillErrName(code) + " (" + std::to_string(code) +
         "): " + quill::QuillErrText(code));
-    Say(manager.heard == code ? "      SetLastError heard it" : "      stored without a call");
-    manager.heard = kQuillErrNone;
+    Say(manager_.heard == code ? "      SetLastError heard it" : "      stored without a call");
+    manager_.heard = kQuillErrNone;
     return !succeeded;
   }
 
   bool Break() {
     Say("\nBreak something: failures are numbers, and the host's table hears most.");
-    return Refused("FileDelete(old letters)", manager.FileDelete(At("old letters"))) &&
-           Refused("DirDelete(old letters)", manager.DirDelete(At("old letters"))) &&
+    return Refused("FileDelete(old letters)", manager_.FileDelete(At("old letters"))) &&
+           Refused("DirDelete(old letters)", manager_.DirDelete(At("old letters"))) &&
            Refused("FileOrDirCopy(letter.txt, old letters)",
-                   manager.FileOrDirCopy(At("letter.txt"), At("old letters"), /*clobber=*/false));
+                   manager_.FileOrDirCopy(At("letter.txt"), At("old letters"), /*clobber=*/false));
   }
 
   bool MeetAnotherForm() {
     Say("\nNames: one is stored as e + U+0301, listed as \u00e9, and found by either.");
     const std::unique_ptr<IQuillFileReadWriteTemp> made(
-        manager.FileOpen(At("cafe\u0301"), kQuillOpenWrite | kQuillOpenCreate));
+        manager_.FileOpen(At("cafe\u0301"), kQuillOpenWrite | kQuillOpenCreate));
     if (!made) return false;
     List();
-    const bool found = manager.FileExists(At("caf\u00e9"));
+    const bool found = manager_.FileExists(At("caf\u00e9"));
     Call("FileExists(caf\u00e9)", found ? "true" : "false");
     return found;
   }
 
-  Session& session;
-  ListeningManager manager;
-  QuillFileString place;
+  Session& session_;
+  ListeningManager manager_;
+  QuillFileString place_;
 };
 
 void Tour(Session& session, const Arguments&) { Guide(session).Show(); }

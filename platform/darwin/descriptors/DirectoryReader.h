@@ -25,11 +25,11 @@ class DirectoryReader {
   /// The next entry, never "." or ".."; null at the end and on a failure, which error() then tells.
   const Entry* Next();
 
-  int error() const noexcept { return failure; }
-  int descriptor() const noexcept { return directory.get(); }
+  int error() const noexcept { return failure_; }
+  int descriptor() const noexcept { return directory_.get(); }
 
   /// Where the next entry begins, for another reader of the same directory.
-  std::int64_t position() const noexcept { return next; }
+  std::int64_t position() const noexcept { return next_; }
   /// Goes on from a position that a reader of this directory has told, 0 for the beginning. 0, or the errno.
   int Seek(std::int64_t position) noexcept;
 
@@ -38,13 +38,13 @@ class DirectoryReader {
 
   static constexpr std::size_t kBufferSize = 32 * 1024;
 
-  FileDescriptor directory;
-  std::unique_ptr<std::byte[]> buffer;
-  std::size_t parsed = 0;
-  std::size_t filled = 0;
-  std::int64_t next = 0;
-  int failure = 0;
-  Entry current{};
+  FileDescriptor directory_;
+  std::unique_ptr<std::byte[]> buffer_;
+  std::size_t parsed_ = 0;
+  std::size_t filled_ = 0;
+  std::int64_t next_ = 0;
+  int failure_ = 0;
+  Entry current_{};
 };
 
 }  // namespace quill::darwin

@@ -40,19 +40,19 @@ class Table {
       for (int i = characters.getRangeStart(range); i <= characters.getRangeEnd(range); ++i) Add(i);
     }
     AddTrailingJamo();
-    std::stable_sort(composites.begin(), composites.end(),
+    std::stable_sort(composites_.begin(), composites_.end(),
                      [](const auto& a, const auto& b) { return FirstCharacter(a) < FirstCharacter(b); });
-    std::sort(trailing.begin(), trailing.end());
+    std::sort(trailing_.begin(), trailing_.end());
   }
 
   std::span<const CanonicalComposite> BeginningWith(int character) const {
-    const auto first = std::ranges::lower_bound(composites, character, {}, FirstCharacter);
-    const auto last = std::ranges::lower_bound(first, composites.end(), character + 1, {}, FirstCharacter);
+    const auto first = std::ranges::lower_bound(composites_, character, {}, FirstCharacter);
+    const auto last = std::ranges::lower_bound(first, composites_.end(), character + 1, {}, FirstCharacter);
     return {first, last};
   }
 
   /// The character stands in some decomposition behind another one.
-  bool IsTrailing(int character) const { return std::binary_search(trailing.begin(), trailing.end(), character); }
+  bool IsTrailing(int character) const { return std::binary_search(trailing_.begin(), trailing_.end(), character); }
 
  private:
   void Add(int character) {
@@ -61,19 +61,19 @@ class Table {
     CanonicalComposite composite{character, {}};
     for (int i = 0; i < mapping.length(); i = mapping.moveIndex32(i, 1))
       composite.decomposition.push_back(mapping.char32At(i));
-    trailing.insert(trailing.end(), composite.decomposition.begin() + 1, composite.decomposition.end());
-    composites.push_back(std::move(composite));
+    trailing_.insert(trailing_.end(), composite.decomposition.begin() + 1, composite.decomposition.end());
+    composites_.push_back(std::move(composite));
   }
 
   void AddTrailingJamo() {
     for (int character = 0x1100; character <= 0x11FF; ++character) {
       const auto type = u_getIntPropertyValue(character, UCHAR_HANGUL_SYLLABLE_TYPE);
-      if (type == U_HST_VOWEL_JAMO || type == U_HST_TRAILING_JAMO) trailing.push_back(character);
+      if (type == U_HST_VOWEL_JAMO || type == U_HST_TRAILING_JAMO) trailing_.push_back(character);
     }
   }
 
-  std::vector<CanonicalComposite> composites;
-  std::vector<int> trailing;
+  std::vector<CanonicalComposite> composites_;
+  std::vector<int> trailing_;
 };
 
 const Table& Composites() {

@@ -25,35 +25,35 @@ class SegmentSpellings {
  public:
   /// Finds one more than \p most when there are so many.
   SegmentSpellings(std::span<const DecomposedCharacter> characters, std::size_t most)
-      : segment(characters), limit(most), untaken(~0u >> (kLongestSegment - characters.size())) {
+      : segment_(characters), limit_(most), untaken_(~0u >> (kLongestSegment - characters.size())) {
     Continue();
   }
 
-  const std::vector<std::string>& Found() const noexcept { return found; }
+  const std::vector<std::string>& Found() const noexcept { return found_; }
 
  private:
-  bool IsComplete() const noexcept { return found.size() > limit; }
+  bool IsComplete() const noexcept { return found_.size() > limit_; }
 
   void Continue() {
-    if (untaken == 0) return found.push_back(spelling);
-    for (std::size_t i = 0; i < segment.size() && !IsComplete(); ++i) {
+    if (untaken_ == 0) return found_.push_back(spelling_);
+    for (std::size_t i = 0; i < segment_.size() && !IsComplete(); ++i) {
       if (IsUntaken(i) && MayComeNext(i)) TakeEachWay(i);
     }
   }
 
-  bool IsUntaken(std::size_t index) const noexcept { return (untaken >> index & 1) != 0; }
+  bool IsUntaken(std::size_t index) const noexcept { return (untaken_ >> index & 1) != 0; }
 
   bool MayComeNext(std::size_t index) const noexcept {
-    const int own = segment[index].combiningClass;
+    const int own = segment_[index].combiningClass;
     for (std::size_t i = 0; i < index; ++i) {
-      const int other = segment[i].combiningClass;
+      const int other = segment_[i].combiningClass;
       if (IsUntaken(i) && (own == 0 || other == 0 || own == other)) return false;
     }
     return true;
   }
 
   void TakeEachWay(std::size_t index) {
-    const int character = segment[index].character;
+    const int character = segment_[index].character;
     Take(character, std::span(&character, 1));
     for (const CanonicalComposite& composite : CompositesBeginningWith(character)) {
       if (IsComplete()) return;
@@ -63,10 +63,10 @@ class SegmentSpellings {
   }
 
   void TakeSyllables(std::size_t index) {
-    std::vector<int> jamo{segment[index].character};
+    std::vector<int> jamo{segment_[index].character};
     int syllable = jamo.front();
-    for (std::size_t i = index + 1; i < segment.size() && !IsComplete(); ++i) {
-      jamo.push_back(segment[i].character);
+    for (std::size_t i = index + 1; i < segment_.size() && !IsComplete(); ++i) {
+      jamo.push_back(segment_[i].character);
       syllable = ComposeSyllable(syllable, jamo.back());
       if (syllable < 0) return;
       Take(syllable, jamo);
@@ -75,31 +75,31 @@ class SegmentSpellings {
 
   /// Goes on with \p character, if the characters of which it consists can be taken.
   void Take(int character, std::span<const int> parts) {
-    const std::uint32_t before = untaken;
+    const std::uint32_t before = untaken_;
     if (std::all_of(parts.begin(), parts.end(), [this](int part) { return TakePart(part); })) {
-      const std::size_t size = spelling.size();
-      AppendCharacter(spelling, character);
+      const std::size_t size = spelling_.size();
+      AppendCharacter(spelling_, character);
       Continue();
-      spelling.resize(size);
+      spelling_.resize(size);
     }
-    untaken = before;
+    untaken_ = before;
   }
 
   bool TakePart(int character) {
-    for (std::size_t i = 0; i < segment.size(); ++i) {
-      if (!IsUntaken(i) || segment[i].character != character) continue;
+    for (std::size_t i = 0; i < segment_.size(); ++i) {
+      if (!IsUntaken(i) || segment_[i].character != character) continue;
       if (!MayComeNext(i)) return false;
-      untaken &= ~(std::uint32_t{1} << i);
+      untaken_ &= ~(std::uint32_t{1} << i);
       return true;
     }
     return false;
   }
 
-  const std::span<const DecomposedCharacter> segment;
-  const std::size_t limit;
-  std::uint32_t untaken;  // a bit for each character of the segment
-  std::string spelling;
-  std::vector<std::string> found;
+  const std::span<const DecomposedCharacter> segment_;
+  const std::size_t limit_;
+  std::uint32_t untaken_;  // a bit for each character of the segment
+  std::string spelling_;
+  std::vector<std::string> found_;
 };
 
 /// Follows each spelling by each of the choices.

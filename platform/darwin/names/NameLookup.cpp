@@ -22,9 +22,9 @@ int Probe(int directory, const std::string& path) {
 /// Looks for a name in one directory: the one that \p prefix, empty or ending with a slash, names below a descriptor.
 class DirectorySearch {
  public:
-  DirectorySearch(int descriptor, std::string_view pathPrefix) : directory(descriptor), prefix(pathPrefix) {}
+  DirectorySearch(int descriptor, std::string_view pathPrefix) : directory_(descriptor), prefix_(pathPrefix) {}
 
-  int ProbeName(std::string_view name) const { return Probe(directory, prefix + std::string(name)); }
+  int ProbeName(std::string_view name) const { return Probe(directory_, prefix_ + std::string(name)); }
 
   std::optional<std::string> FindEquivalent(std::string_view name) const {
     EquivalentForms forms = EquivalentFormsOf(name);
@@ -40,8 +40,8 @@ class DirectorySearch {
  private:
   /// The first entry in byte order whose Form C is \p composed.
   std::optional<std::string> ReadFor(const std::string& composed) const {
-    const char* const path = prefix.empty() ? "." : prefix.c_str();
-    FileDescriptor descriptor(Retry([&] { return ::openat(directory, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
+    const char* const path = prefix_.empty() ? "." : prefix_.c_str();
+    FileDescriptor descriptor(Retry([&] { return ::openat(directory_, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
     if (!descriptor) return std::nullopt;
     DirectoryReader reader(std::move(descriptor));
     std::optional<std::string> found;
@@ -54,8 +54,8 @@ class DirectorySearch {
     return found;
   }
 
-  int directory;
-  std::string prefix;
+  int directory_;
+  std::string prefix_;
 };
 
 /// A path whose components are looked for, one after another.

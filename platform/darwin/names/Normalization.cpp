@@ -53,17 +53,18 @@ void AppendNormalized(const icu::Normalizer2& normalizer, std::string_view text,
 /// which takes the square of the run's length. Here a run is sorted when it is complete.
 class LinearDecomposition {
  public:
-  explicit LinearDecomposition(std::size_t size) { result.reserve(size + size / 2); }
+  explicit LinearDecomposition(std::size_t size) { result_.reserve(size + size / 2); }
 
   void Append(UChar32 character) {
     if (character < 0x80) return AppendDecomposed(character);
-    if (!normalizer.getDecomposition(character, mapping)) return AppendDecomposed(character);
-    for (std::int32_t i = 0; i < mapping.length(); i = mapping.moveIndex32(i, 1)) AppendDecomposed(mapping.char32At(i));
+    if (!normalizer_.getDecomposition(character, mapping_)) return AppendDecomposed(character);
+    for (std::int32_t i = 0; i < mapping_.length(); i = mapping_.moveIndex32(i, 1))
+      AppendDecomposed(mapping_.char32At(i));
   }
 
   std::string Finish() {
     FlushRun();
-    return std::move(result);
+    return std::move(result_);
   }
 
  private:
@@ -73,34 +74,34 @@ class LinearDecomposition {
   };
 
   void AppendDecomposed(UChar32 character) {
-    const std::uint8_t combiningClass = character < 0x80 ? 0 : normalizer.getCombiningClass(character);
-    if (combiningClass != 0) return run.push_back({character, combiningClass});
+    const std::uint8_t combiningClass = character < 0x80 ? 0 : normalizer_.getCombiningClass(character);
+    if (combiningClass != 0) return run_.push_back({character, combiningClass});
     FlushRun();
-    AppendCharacter(result, character);
+    AppendCharacter(result_, character);
   }
 
   void FlushRun() {
     const auto byClass = [](Mark a, Mark b) { return a.combiningClass < b.combiningClass; };
-    if (!std::is_sorted(run.begin(), run.end(), byClass)) SortRun();
-    for (const Mark& mark : run) AppendCharacter(result, mark.character);
-    run.clear();
+    if (!std::is_sorted(run_.begin(), run_.end(), byClass)) SortRun();
+    for (const Mark& mark : run_) AppendCharacter(result_, mark.character);
+    run_.clear();
   }
 
   /// A counting sort: stable, as the order of marks of one class has meaning.
   void SortRun() {
     std::array<std::size_t, 257> place{};
-    for (const Mark& mark : run) ++place[mark.combiningClass + 1u];
+    for (const Mark& mark : run_) ++place[mark.combiningClass + 1u];
     for (std::size_t i = 1; i < place.size(); ++i) place[i] += place[i - 1];
-    sorted.resize(run.size());
-    for (const Mark& mark : run) sorted[place[mark.combiningClass]++] = mark;
-    run.swap(sorted);
+    sorted_.resize(run_.size());
+    for (const Mark& mark : run_) sorted_[place[mark.combiningClass]++] = mark;
+    run_.swap(sorted_);
   }
 
-  const icu::Normalizer2& normalizer = DecomposingNormalizer();
-  icu::UnicodeString mapping;
-  std::vector<Mark> run;
-  std::vector<Mark> sorted;
-  std::string result;
+  const icu::Normalizer2& normalizer_ = DecomposingNormalizer();
+  icu::UnicodeString mapping_;
+  std::vector<Mark> run_;
+  std::vector<Mark> sorted_;
+  std::string result_;
 };
 
 std::string DecomposeLong(std::string_view text) {

@@ -54,7 +54,7 @@ off_t Seek(int file, std::uint64_t position, int whence) {
 }  // namespace
 
 int DataCopier::Copy(int from, const TreeItem& source, int to) {
-  if (source.size > 0 && mayClone && Clone(from, to)) return report.Wrote(source.size) ? 0 : ECANCELED;
+  if (source.size > 0 && mayClone_ && Clone(from, to)) return report_.Wrote(source.size) ? 0 : ECANCELED;
   const bool hasHoles = source.blocks * 512 < source.size;
   return hasHoles ? CopyExtents(from, source, to) : CopyToEnd(from, source, to);
 }
@@ -62,14 +62,14 @@ int DataCopier::Copy(int from, const TreeItem& source, int to) {
 bool DataCopier::Clone(int from, int to) {
   if (Retry([&] { return ::ioctl(to, FICLONE, from); }) == 0) return true;
   // Others concern one file alone. Whatever the reason is: if it is serious, the plain way meets it as well.
-  if (IsRefusedForAll(errno)) mayClone = false;
+  if (IsRefusedForAll(errno)) mayClone_ = false;
   return false;
 }
 
 /// Reads without positions, so that it suits files that have none.
 int DataCopier::CopyToEnd(int from, const TreeItem& source, int to) {
   std::uint64_t total = 0;
-  if (source.size > sizeof(Block) && mayCopyInKernel) {
+  if (source.size > sizeof(Block) && mayCopyInKernel_) {
     if (!CopyInKernel(from, to, {0, source.size}, total)) return ECANCELED;
     if (Seek(from, total, SEEK_SET) == -1 || Seek(to, total, SEEK_SET) == -1) return errno;
   }
@@ -78,7 +78,7 @@ int DataCopier::CopyToEnd(int from, const TreeItem& source, int to) {
     if (got <= 0) return got == 0 ? 0 : errno;
     const auto size = static_cast<std::size_t>(got);
     if (const int error = WriteAll(to, Buffer(), size, 0, /*positioned=*/false)) return error;
-    if (!report.Wrote(size)) return ECANCELED;
+    if (!report_.Wrote(size)) return ECANCELED;
     total += size;
     // It has kept its word: no further read to see the end. Files of /proc and /sys do not.
     if (total == source.size && size < sizeof(Block)) return 0;
@@ -108,7 +108,7 @@ int DataCopier::CopyExtents(int from, const TreeItem& source, int to) {
 
 int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached) {
   reached = range.begin;
-  const bool isForKernel = mayCopyInKernel && !range.hidesHoles && range.end - range.begin > sizeof(Block);
+  const bool isForKernel = mayCopyInKernel_ && !range.hidesHoles && range.end - range.begin > sizeof(Block);
   if (isForKernel && !CopyInKernel(from, to, range, reached)) return ECANCELED;
   while (reached < range.end) {
     const std::size_t wanted = std::min<std::uint64_t>(range.end - reached, sizeof(Block));
@@ -119,7 +119,7 @@ int DataCopier::CopyRange(int from, int to, Range range, std::uint64_t& reached)
     const int error = range.hidesHoles ? WriteSparsely(to, Buffer(), size, reached)
                                        : WriteAll(to, Buffer(), size, reached, /*positioned=*/true);
     if (error != 0) return error;
-    if (!report.Wrote(size)) return ECANCELED;
+    if (!report_.Wrote(size)) return ECANCELED;
     reached += size;
   }
   return 0;
@@ -133,17 +133,17 @@ bool DataCopier::CopyInKernel(int from, int to, Range range, std::uint64_t& reac
   while (reached < range.end) {
     const std::size_t wanted = std::min(range.end - reached, kLongestKernelCopy);
     const ssize_t done = Retry([&] { return ::copy_file_range(from, &in, to, &out, wanted, 0); });
-    if (done < 0 && IsRefusedForAll(errno)) mayCopyInKernel = false;
+    if (done < 0 && IsRefusedForAll(errno)) mayCopyInKernel_ = false;
     if (done <= 0) return true;
     reached += static_cast<std::uint64_t>(done);
-    if (!report.Wrote(static_cast<std::uint64_t>(done))) return false;
+    if (!report_.Wrote(static_cast<std::uint64_t>(done))) return false;
   }
   return true;
 }
 
 std::byte* DataCopier::Buffer() {
-  if (!buffer) buffer = std::make_unique_for_overwrite<Block>();
-  return buffer->bytes;
+  if (!buffer_) buffer_ = std::make_unique_for_overwrite<Block>();
+  return buffer_->bytes;
 }
 
 }  // namespace quill::darwin

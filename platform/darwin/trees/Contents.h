@@ -17,7 +17,7 @@ namespace quill::darwin {
 /// stopped.
 class DataCopier {
  public:
-  explicit DataCopier(TreeReport& listener) noexcept : report(listener) {}
+  explicit DataCopier(TreeReport& listener) noexcept : report_(listener) {}
 
   /// Copies everything in the open file \p from, whatever size \p source claims, to the new empty file \p to. Holes
   /// stay holes, whether the file system tells where they are or not. 0 or the errno; ECANCELED when the observer stops
@@ -44,10 +44,10 @@ class DataCopier {
     std::byte bytes[256 * 1024];
   };
 
-  TreeReport& report;
-  std::unique_ptr<Block> buffer;
-  bool mayClone = true;
-  bool mayCopyInKernel = true;
+  TreeReport& report_;
+  std::unique_ptr<Block> buffer_;
+  bool mayClone_ = true;
+  bool mayCopyInKernel_ = true;
 };
 
 }  // namespace quill::darwin

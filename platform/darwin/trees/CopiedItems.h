@@ -12,11 +12,11 @@ namespace quill::darwin {
 
 class CopiedItems {
  public:
-  void Add(const TreeItem& item) { items.push_back(KeyOf(item)); }
+  void Add(const TreeItem& item) { items_.push_back(KeyOf(item)); }
   /// After the last Add, before the first question.
-  void Sort() { std::sort(items.begin(), items.end()); }
+  void Sort() { std::sort(items_.begin(), items_.end()); }
   /// False for an item that came later and for a file that has changed since.
-  bool Contains(const TreeItem& item) const { return std::binary_search(items.begin(), items.end(), KeyOf(item)); }
+  bool Contains(const TreeItem& item) const { return std::binary_search(items_.begin(), items_.end(), KeyOf(item)); }
 
  private:
   using Key = std::tuple<std::uint64_t, std::uint64_t, std::int64_t>;
@@ -28,7 +28,7 @@ class CopiedItems {
     return {item.device, item.inode, item.IsDirectory() ? 0 : time};
   }
 
-  std::deque<Key> items;
+  std::deque<Key> items_;
 };
 
 }  // namespace quill::darwin

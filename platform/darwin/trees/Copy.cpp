@@ -62,25 +62,25 @@ int MakeNode(const TreeItem& source, int directory, const char* name) {
 class TreeCopy final : public TreeVisitor, public MetadataWitness {
  public:
   TreeCopy(const CopyOrder& theOrder, const PrivateDirectory& directory, TreeReport& listener)
-      : order(theOrder),
-        container(directory),
-        report(listener),
-        walk(*this),
-        data(listener),
-        metadata(*this),
-        links(directory),
-        syncsOneByOne(theOrder.copied && SyncsOneByOne(directory.descriptor())) {
-    metadata.SetOwnerOfNewItems(directory.item().owner, directory.item().group);
+      : order_(theOrder),
+        container_(directory),
+        report_(listener),
+        walk_(*this),
+        data_(listener),
+        metadata_(*this),
+        links_(directory),
+        syncsOneByOne_(theOrder.copied && SyncsOneByOne(directory.descriptor())) {
+    metadata_.SetOwnerOfNewItems(directory.item().owner, directory.item().group);
   }
 
   void Run() {
-    walk.Run(order.from.parent.get(), order.from.name.c_str());
-    if (report.error() != 0 || !order.copied || syncsOneByOne) return;
-    if (Retry([&] { return ::syncfs(container.descriptor()); }) != 0) report.FailAsWhole(order.from.text, errno);
+    walk_.Run(order_.from.parent.get(), order_.from.name.c_str());
+    if (report_.error() != 0 || !order_.copied || syncsOneByOne_) return;
+    if (Retry([&] { return ::syncfs(container_.descriptor()); }) != 0) report_.FailAsWhole(order_.from.text, errno);
   }
 
   /// The copy of a directory that nobody may write to, which must have that right to leave the container.
-  const FileDescriptor& readOnlyRoot() const { return rootToClose; }
+  const FileDescriptor& readOnlyRoot() const { return rootToClose_; }
 
  private:
   /// Where an entry is copied to.
@@ -98,7 +98,7 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
       const int error = CopyFile(in, entry.name, target);
       if (error != ESTALE) return Answer(error);
     }
-    const FileDescriptor from = walk.Open(in.descriptor(), entry.name, kLookUp);
+    const FileDescriptor from = walk_.Open(in.descriptor(), entry.name, kLookUp);
     TreeItem item;
     if (const int error = from ? ReadItem(from.get(), item) : errno) return Missed(in, error);
     if (item.IsDirectory()) return Next::kGoInto;
@@ -111,14 +111,14 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
 
   Next Enter(TreeLevel& in, TreeLevel& directory) override {
     // The place of the copy lies in the tree by a way that its path does not show, a second mount of it.
-    if (directory.item.IsSameAs(container.item())) return Answer(EINVAL);
-    if (order.copied && directory.item.isMountRoot) return Answer(EBUSY);
+    if (directory.item.IsSameAs(container_.item())) return Answer(EINVAL);
+    if (order_.copied && directory.item.isMountRoot) return Answer(EBUSY);
     const Target target = TargetOf(in, directory.name.c_str());
     do {
       directory.counterpart = MakeDirectoryAt(target.directory, target.name);
-    } while (!directory.counterpart && walk.MakeRoom(errno));
+    } while (!directory.counterpart && walk_.MakeRoom(errno));
     if (!directory.counterpart) return Answer(errno);
-    if (!container.lacksRights()) return Next::kGoInto;
+    if (!container_.lacksRights()) return Next::kGoInto;
     const int descriptor = directory.counterpart.get();
     return Retry([&] { return ::fchmod(descriptor, S_IRWXU); }) == 0 ? Next::kGoInto : Answer(errno);
   }
@@ -129,12 +129,12 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
     if (error == 0) error = LookForChange(directory, hasChanged);
     if (error == 0 && (hasChanged || missed != 0) && MayReadAgain(directory)) return Next::kReadAgain;
     if (error == 0) error = missed;
-    const bool keepsOpen = walk.IsOutside(in) && (directory.item.mode & S_IWUSR) == 0;
+    const bool keepsOpen = walk_.IsOutside(in) && (directory.item.mode & S_IWUSR) == 0;
     TreeItem item = directory.item;
     if (keepsOpen) item.mode |= S_IWUSR;
-    if (error == 0) error = metadata.Copy({directory.descriptor()}, item, {directory.counterpart.get()});
-    if (error == 0 && syncsOneByOne) error = Sync(directory.counterpart.get());
-    if (keepsOpen) rootToClose = std::move(directory.counterpart);
+    if (error == 0) error = metadata_.Copy({directory.descriptor()}, item, {directory.counterpart.get()});
+    if (error == 0 && syncsOneByOne_) error = Sync(directory.counterpart.get());
+    if (keepsOpen) rootToClose_ = std::move(directory.counterpart);
     if (error == 0) error = directory.counterpart.Close();
     return Done(error, directory.item);
   }
@@ -144,7 +144,7 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   /// What is gone, or was exchanged again and again, is left to another reading of its directory.
   Next Missed(TreeLevel& in, int error) {
     const bool mayComeAgain = error == ENOENT || error == ESTALE;
-    if (!mayComeAgain || walk.IsOutside(in)) return Answer(error);
+    if (!mayComeAgain || walk_.IsOutside(in)) return Answer(error);
     in.missed = error;
     return Next::kGoOn;
   }
@@ -165,54 +165,54 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   }
 
   void NotKept(TreeMetadata what, int error) override {
-    report.NotKept(what, error, [this] { return CurrentEntry(); });
+    report_.NotKept(what, error, [this] { return CurrentEntry(); });
   }
 
   /// ESTALE when it is no regular file any more, or gone.
   int CopyFile(TreeLevel& in, const char* name, Target target) {
-    const FileDescriptor from = walk.Open(in.descriptor(), name, kOpenSource);
+    const FileDescriptor from = walk_.Open(in.descriptor(), name, kOpenSource);
     if (!from) return errno == ELOOP || errno == ENXIO || errno == ENOENT ? ESTALE : errno;
     TreeItem item;
     if (const int error = ReadItem(from.get(), item)) return error;
     if (!item.IsFile()) return ESTALE;
-    if (order.copied && item.isMountRoot) return EBUSY;
+    if (order_.copied && item.isMountRoot) return EBUSY;
     if (item.links > 1) {
-      const int error = links.LinkEarlier(item, target.directory, target.name);
+      const int error = links_.LinkEarlier(item, target.directory, target.name);
       if (error != ENOENT) return Add(error, item);
     }
     return Add(CopyOpenFile(from.get(), item, target), item);
   }
 
   int CopyOpenFile(int from, const TreeItem& item, Target target) {
-    FileDescriptor to = walk.Open(target.directory, target.name, kOpenTarget, S_IRUSR | S_IWUSR);
+    FileDescriptor to = walk_.Open(target.directory, target.name, kOpenTarget, S_IRUSR | S_IWUSR);
     if (!to) return errno;
-    int error = data.Copy(from, item, to.get());
-    if (error == 0) error = metadata.Copy({from}, item, {to.get()});
-    if (error == 0 && syncsOneByOne) error = Sync(to.get());
+    int error = data_.Copy(from, item, to.get());
+    if (error == 0) error = metadata_.Copy({from}, item, {to.get()});
+    if (error == 0 && syncsOneByOne_) error = Sync(to.get());
     if (error == 0) error = to.Close();
     return error == 0 ? Remember(item, target) : error;
   }
 
   /// What is never opened: a link, a FIFO, a socket, a device.
   int CopyOther(OpenItem from, const TreeItem& item, Target target) {
-    if (order.copied && item.isMountRoot) return EBUSY;
+    if (order_.copied && item.isMountRoot) return EBUSY;
     if (item.links > 1) {
-      const int error = links.LinkEarlier(item, target.directory, target.name);
+      const int error = links_.LinkEarlier(item, target.directory, target.name);
       if (error != ENOENT) return Add(error, item);
     }
     const int made = item.IsLink() ? CopyLink(from.descriptor, target.directory, target.name)
                                    : MakeNode(item, target.directory, target.name);
     if (made != 0) return made;
-    const FileDescriptor to = walk.Open(target.directory, target.name, kLookUp);
+    const FileDescriptor to = walk_.Open(target.directory, target.name, kLookUp);
     if (!to) return errno;
-    if (const int error = metadata.Copy(from, item, {to.get(), true})) return error;
+    if (const int error = metadata_.Copy(from, item, {to.get(), true})) return error;
     return Add(Remember(item, target), item);
   }
 
   int Remember(const TreeItem& item, Target target) {
-    if (item.links < 2 || walk.CurrentEntry().empty()) return 0;
-    int error = links.Remember(item, target.directory, target.name);
-    while (walk.MakeRoom(error)) error = links.Remember(item, target.directory, target.name);
+    if (item.links < 2 || walk_.CurrentEntry().empty()) return 0;
+    int error = links_.Remember(item, target.directory, target.name);
+    while (walk_.MakeRoom(error)) error = links_.Remember(item, target.directory, target.name);
     const bool cannotBeHeld = error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK;
     if (!cannotBeHeld) return error;
     NotKept(TreeMetadata::kHardLink, error);
@@ -220,49 +220,49 @@ class TreeCopy final : public TreeVisitor, public MetadataWitness {
   }
 
   int Add(int error, const TreeItem& item) {
-    if (error == 0 && order.copied) order.copied->Add(item);
+    if (error == 0 && order_.copied) order_.copied->Add(item);
     return error;
   }
 
   Next Done(int error, const TreeItem& item) { return Answer(Add(error, item)); }
 
   Next Answer(int error) {
-    if (error == 0 && !report.Finished(1)) error = ECANCELED;
+    if (error == 0 && !report_.Finished(1)) error = ECANCELED;
     if (error == 0) return Next::kGoOn;
-    report.Fail(error, [this] { return CurrentEntry(); });
+    report_.Fail(error, [this] { return CurrentEntry(); });
     return Next::kStop;
   }
 
   Target TargetOf(const TreeLevel& in, const char* name) const {
-    if (walk.IsOutside(in)) return {container.descriptor(), container.name()};
+    if (walk_.IsOutside(in)) return {container_.descriptor(), container_.name()};
     return {in.counterpart.get(), name};
   }
 
   std::string CurrentEntry() const {
-    const std::string entry = walk.CurrentEntry();
-    return entry.empty() ? order.from.text : entry;
+    const std::string entry = walk_.CurrentEntry();
+    return entry.empty() ? order_.from.text : entry;
   }
 
-  const CopyOrder& order;
-  const PrivateDirectory& container;
-  TreeReport& report;
-  TreeWalk walk;
-  DataCopier data;
-  MetadataCopier metadata;
-  HardLinks links;
-  FileDescriptor rootToClose;
-  const bool syncsOneByOne;
+  const CopyOrder& order_;
+  const PrivateDirectory& container_;
+  TreeReport& report_;
+  TreeWalk walk_;
+  DataCopier data_;
+  MetadataCopier metadata_;
+  HardLinks links_;
+  FileDescriptor rootToClose_;
+  const bool syncsOneByOne_;
 };
 
 /// Takes away what was made and not placed, and the links by which files were remembered.
 class Remains {
  public:
-  explicit Remains(const PrivateDirectory& directory) noexcept : container(directory) {}
+  explicit Remains(const PrivateDirectory& directory) noexcept : container_(directory) {}
   Remains(const Remains&) = delete;
   Remains& operator=(const Remains&) = delete;
   ~Remains() {
     // A failure that passes is survived here too.
-    if (!Remove(container.name())) (void)Remove(container.name());
+    if (!Remove(container_.name())) (void)Remove(container_.name());
     if (!Remove(HardLinks::kDirectoryName)) (void)Remove(HardLinks::kDirectoryName);
   }
 
@@ -270,14 +270,14 @@ class Remains {
   bool Remove(const char* name) const {
     try {
       TreeReport nobody(nullptr);
-      RemoveTreeAt(container.descriptor(), name, "", nobody, RemovalMode::kOwnCopy);
+      RemoveTreeAt(container_.descriptor(), name, "", nobody, RemovalMode::kOwnCopy);
       return nobody.error() == 0;
     } catch (...) {
       return false;  // without memory the rest may stay, under a name of its own
     }
   }
 
-  const PrivateDirectory& container;
+  const PrivateDirectory& container_;
 };
 
 int Place(const CopyOrder& order, int fromDirectory, const char* from) {

@@ -27,20 +27,20 @@ int Link(int fromDirectory, const char* from, int toDirectory, const char* to) {
 }  // namespace
 
 int HardLinks::LinkEarlier(const TreeItem& source, int directory, const char* name) {
-  if (!kept) return ENOENT;
+  if (!kept_) return ENOENT;
   const KeptName keptName(source);
-  const int error = Link(kept.get(), keptName.text, directory, name);
+  const int error = Link(kept_.get(), keptName.text, directory, name);
   if (error != EMLINK) return error;
   // The last link that the file system allows is the one by which it is remembered.
-  const auto rename = [&] { return ::renameat(kept.get(), keptName.text, directory, name); };
+  const auto rename = [&] { return ::renameat(kept_.get(), keptName.text, directory, name); };
   return Retry(rename) == 0 ? 0 : errno;
 }
 
 int HardLinks::Remember(const TreeItem& source, int directory, const char* name) {
-  if (!kept) kept = MakeDirectoryAt(container.descriptor(), kDirectoryName);
-  if (!kept) return errno;
-  if (container.lacksRights() && Retry([&] { return ::fchmod(kept.get(), S_IRWXU); }) != 0) return errno;
-  return Link(directory, name, kept.get(), KeptName(source).text);
+  if (!kept_) kept_ = MakeDirectoryAt(container_.descriptor(), kDirectoryName);
+  if (!kept_) return errno;
+  if (container_.lacksRights() && Retry([&] { return ::fchmod(kept_.get(), S_IRWXU); }) != 0) return errno;
+  return Link(directory, name, kept_.get(), KeptName(source).text);
 }
 
 }  // namespace quill::darwin

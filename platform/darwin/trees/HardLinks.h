@@ -12,7 +12,7 @@ namespace quill::darwin {
 
 class HardLinks {
  public:
-  explicit HardLinks(const PrivateDirectory& directory) noexcept : container(directory) {}
+  explicit HardLinks(const PrivateDirectory& directory) noexcept : container_(directory) {}
 
   /// Gives the copy made earlier the name \p name. 0, ENOENT when there is no earlier copy, or the errno.
   int LinkEarlier(const TreeItem& source, int directory, const char* name);
@@ -23,8 +23,8 @@ class HardLinks {
   static constexpr char kDirectoryName[] = "links";
 
  private:
-  const PrivateDirectory& container;
-  FileDescriptor kept;
+  const PrivateDirectory& container_;
+  FileDescriptor kept_;
 };
 
 }  // namespace quill::darwin

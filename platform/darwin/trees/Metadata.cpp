@@ -79,12 +79,12 @@ int MetadataCopier::Copy(OpenItem from, const TreeItem& source, OpenItem to) {
 /// 0 for what the target cannot hold.
 int MetadataCopier::Verdict(TreeMetadata what, int error) {
   if (!CannotBeHeld(error)) return error;
-  witness.NotKept(what, error);
+  witness_.NotKept(what, error);
   return 0;
 }
 
 int MetadataCopier::CopyOwner(const TreeItem& source, OpenItem to, bool& kept) {
-  if (newOwner && newOwner->user == source.owner && newOwner->group == source.group) return 0;
+  if (newOwner_ && newOwner_->user == source.owner && newOwner_->group == source.group) return 0;
   const int error = ChangeOwner(to, source.owner, source.group);
   if (error == 0) return 0;
   kept = false;
@@ -92,7 +92,7 @@ int MetadataCopier::CopyOwner(const TreeItem& source, OpenItem to, bool& kept) {
   if (error == EPERM) (void)ChangeOwner(to, static_cast<uid_t>(-1), source.group);
   // EINVAL: an owner that this user namespace cannot name. ENOENT: a server that follows a dangling link.
   if (error == EINVAL || (error == ENOENT && source.IsLink())) {
-    witness.NotKept(TreeMetadata::kOwner, error);
+    witness_.NotKept(TreeMetadata::kOwner, error);
     return 0;
   }
   return Verdict(TreeMetadata::kOwner, error);
@@ -102,8 +102,8 @@ int MetadataCopier::ListAttributes(OpenItem from, std::size_t& length) {
   length = 0;
   for (;;) {
     const ssize_t got = Retry([&] {
-      if (from.forLookupAlone) return ::listxattr(DescriptorPath(from.descriptor).text, names.data(), names.size());
-      return ::flistxattr(from.descriptor, names.data(), names.size());
+      if (from.forLookupAlone) return ::listxattr(DescriptorPath(from.descriptor).text, names_.data(), names_.size());
+      return ::flistxattr(from.descriptor, names_.data(), names_.size());
     });
     if (got >= 0) {
       length = static_cast<std::size_t>(got);
@@ -111,8 +111,8 @@ int MetadataCopier::ListAttributes(OpenItem from, std::size_t& length) {
     }
     // Also without /proc: a link without its attributes is still a good copy.
     if (errno == EOPNOTSUPP || errno == ENOSYS || (errno == ENOENT && from.forLookupAlone)) return 0;
-    if (errno != ERANGE || names.size() == XATTR_LIST_MAX) return errno;
-    names.resize(XATTR_LIST_MAX);
+    if (errno != ERANGE || names_.size() == XATTR_LIST_MAX) return errno;
+    names_.resize(XATTR_LIST_MAX);
   }
 }
 
@@ -124,25 +124,25 @@ int MetadataCopier::CopyAttributes(OpenItem from, const TreeItem& source, OpenIt
     const int error = ChangeMode(to, S_IRUSR | S_IWUSR);
     if (error != 0 && !CannotBeHeld(error)) return error;
   }
-  for (std::size_t at = 0; at < length; at += std::strlen(&names[at]) + 1) {
-    if (const int error = CopyAttribute(from, &names[at], to, mode)) return error;
+  for (std::size_t at = 0; at < length; at += std::strlen(&names_[at]) + 1) {
+    if (const int error = CopyAttribute(from, &names_[at], to, mode)) return error;
   }
   return 0;
 }
 
 int MetadataCopier::CopyAttribute(OpenItem from, const char* name, OpenItem to, mode_t& mode) {
-  ssize_t size = Retry([&] { return GetAttribute(from, name, value); });
+  ssize_t size = Retry([&] { return GetAttribute(from, name, value_); });
   if (size < 0 && errno == ERANGE) {
-    value.resize(XATTR_SIZE_MAX);
-    size = Retry([&] { return GetAttribute(from, name, value); });
+    value_.resize(XATTR_SIZE_MAX);
+    size = Retry([&] { return GetAttribute(from, name, value_); });
   }
   if (size < 0 && errno == ENODATA) return 0;  // removed since it was listed
   if (size < 0) return Verdict(TreeMetadata::kExtendedAttributes, errno);
   const auto length = static_cast<std::size_t>(size);
-  if (SetAttribute(to, name, value.data(), length) == 0) return 0;
+  if (SetAttribute(to, name, value_.data(), length) == 0) return 0;
   const int error = errno;
   if (CannotBeHeld(error) && std::strcmp(name, kAccessList) == 0) {
-    mode = (mode & ~mode_t{S_IRWXG}) | GroupBits({value.data(), length}, mode);
+    mode = (mode & ~mode_t{S_IRWXG}) | GroupBits({value_.data(), length}, mode);
   }
   return Verdict(TreeMetadata::kExtendedAttributes, error);
 }
@@ -158,7 +158,7 @@ int MetadataCopier::CopyTimes(const TreeItem& source, OpenItem to) {
   });
   if (result == 0) return 0;
   if (errno == ENOENT && source.IsLink()) {
-    witness.NotKept(TreeMetadata::kTimes, ENOENT);
+    witness_.NotKept(TreeMetadata::kTimes, ENOENT);
     return 0;
   }
   return Verdict(TreeMetadata::kTimes, errno);

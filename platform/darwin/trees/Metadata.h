@@ -28,10 +28,10 @@ class MetadataWitness {
 
 class MetadataCopier {
  public:
-  explicit MetadataCopier(MetadataWitness& listener) : witness(listener), names(4096), value(4096) {}
+  explicit MetadataCopier(MetadataWitness& listener) : witness_(listener), names_(4096), value_(4096) {}
 
   /// What new items have as owner and group at the target: items that are to have the same need no change.
-  void SetOwnerOfNewItems(uid_t owner, gid_t group) { newOwner = {owner, group}; }
+  void SetOwnerOfNewItems(uid_t owner, gid_t group) { newOwner_ = {owner, group}; }
 
   /// 0 or the errno. What the target cannot hold (not supported, not permitted) is told and does not fail.
   int Copy(OpenItem from, const TreeItem& source, OpenItem to);
@@ -50,10 +50,10 @@ class MetadataCopier {
   int CopyTimes(const TreeItem& source, OpenItem to);
   int Verdict(TreeMetadata what, int error);
 
-  MetadataWitness& witness;
-  std::optional<Owner> newOwner;
-  std::vector<char> names;
-  std::vector<char> value;
+  MetadataWitness& witness_;
+  std::optional<Owner> newOwner_;
+  std::vector<char> names_;
+  std::vector<char> value_;
 };
 
 /// Takes away what a new item has inherited from the access control list of its directory, which would open it to

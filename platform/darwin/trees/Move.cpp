@@ -27,28 +27,28 @@ struct Move {
 class SetAside {
  public:
   SetAside(const Move& theMove, const PrivateDirectory& directory)
-      : move(theMove),
-        aside(directory),
-        isThere(directory && Retry([&] {
-                               return ::renameat(theMove.from.parent.get(), theMove.from.name.c_str(),
-                                                 directory.descriptor(), directory.name());
-                             }) == 0) {}
+      : move_(theMove),
+        aside_(directory),
+        isThere_(directory && Retry([&] {
+                                return ::renameat(theMove.from.parent.get(), theMove.from.name.c_str(),
+                                                  directory.descriptor(), directory.name());
+                              }) == 0) {}
   SetAside(const SetAside&) = delete;
   SetAside& operator=(const SetAside&) = delete;
   ~SetAside() {
     TreeItem rest;
-    if (!isThere || ReadItem(aside.descriptor(), aside.name(), rest) == ENOENT) return;
+    if (!isThere_ || ReadItem(aside_.descriptor(), aside_.name(), rest) == ENOENT) return;
     // If somebody has taken the name, it stays where it is, under a name of its own.
-    (void)PlaceItem(aside.descriptor(), aside.name(), move.from.parent.get(), move.from.name.c_str(),
+    (void)PlaceItem(aside_.descriptor(), aside_.name(), move_.from.parent.get(), move_.from.name.c_str(),
                     rest.IsDirectory());
   }
 
-  explicit operator bool() const noexcept { return isThere; }
+  explicit operator bool() const noexcept { return isThere_; }
 
  private:
-  const Move& move;
-  const PrivateDirectory& aside;
-  const bool isThere;
+  const Move& move_;
+  const PrivateDirectory& aside_;
+  const bool isThere_;
 };
 
 bool StandsInSameDirectory(const Move& move) {

@@ -19,11 +19,11 @@ constexpr int kMostPasses = 64;
 class Removal final : public TreeVisitor {
  public:
   Removal(const char* text, TreeReport& listener, RemovalMode how, const CopiedItems* copied)
-      : path(text), report(listener), mode(how), only(copied), walk(*this) {}
+      : path_(text), report_(listener), mode_(how), only_(copied), walk_(*this) {}
 
   void Run(int parent, const char* name) {
-    passes.emplace_back();
-    walk.Run(parent, name);
+    passes_.emplace_back();
+    walk_.Run(parent, name);
   }
 
  private:
@@ -36,8 +36,8 @@ class Removal final : public TreeVisitor {
   };
 
   Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) override {
-    if (entry.type == DT_DIR) return passes.back().resisting.contains(entry.inode) ? Next::kGoOn : Next::kGoInto;
-    if (only) return VisitCopied(in, entry.name);
+    if (entry.type == DT_DIR) return passes_.back().resisting.contains(entry.inode) ? Next::kGoOn : Next::kGoInto;
+    if (only_) return VisitCopied(in, entry.name);
     return RemoveEntry(in, entry.name);
   }
 
@@ -45,7 +45,7 @@ class Removal final : public TreeVisitor {
     TreeItem item;
     if (const int error = ReadItem(in.descriptor(), name, item)) return error == ENOENT ? Next::kGoOn : Fail(error);
     if (item.IsDirectory()) return Next::kGoInto;
-    return only->Contains(item) ? RemoveEntry(in, name) : Fail(EBUSY);
+    return only_->Contains(item) ? RemoveEntry(in, name) : Fail(EBUSY);
   }
 
   Next RemoveEntry(TreeLevel& in, const char* name) {
@@ -58,17 +58,17 @@ class Removal final : public TreeVisitor {
   Next Shut(TreeLevel& in, const char* name, int error) override {
     if (error == ENOENT) return Next::kGoOn;
     // It was exchanged for something else since its type was read.
-    if (error == ENOTDIR || error == ELOOP) return only ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
-    if (mode == RemovalMode::kOwnCopy && GiveRights(in, name)) return Next::kGoInto;
+    if (error == ENOTDIR || error == ELOOP) return only_ ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
+    if (mode_ == RemovalMode::kOwnCopy && GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
-    if (!only && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
+    if (!only_ && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
     return Fail(error);
   }
 
   Next Enter(TreeLevel&, TreeLevel& directory) override {
-    if (directory.item.isMountRoot || (only && !only->Contains(directory.item))) return Fail(EBUSY);
-    passes.emplace_back();
-    if (mode == RemovalMode::kOwnCopy && (directory.item.mode & S_IRWXU) != S_IRWXU) {
+    if (directory.item.isMountRoot || (only_ && !only_->Contains(directory.item))) return Fail(EBUSY);
+    passes_.emplace_back();
+    if (mode_ == RemovalMode::kOwnCopy && (directory.item.mode & S_IRWXU) != S_IRWXU) {
       (void)::fchmod(directory.descriptor(), S_IRWXU);  // the removals tell whether it helped
     }
     return Next::kGoInto;
@@ -77,18 +77,18 @@ class Removal final : public TreeVisitor {
   Next Leave(TreeLevel& in, TreeLevel& directory, int readError) override {
     if (readError != 0) Fail(readError);
     const int error = Unlink(in, directory.name.c_str(), AT_REMOVEDIR);
-    Pass& pass = passes.back();
+    Pass& pass = passes_.back();
     if ((error == ENOTEMPTY || error == EEXIST) && pass.removedSomething && directory.pass < kMostPasses) {
       // Some file systems skip entries when others are removed while they are read.
       pass.removedSomething = pass.failed = false;
       return Next::kReadAgain;
     }
     const bool failed = pass.failed;
-    passes.pop_back();
-    if (error == ENOTDIR && !only) return AfterExchange(Unlink(in, directory.name.c_str(), 0));
+    passes_.pop_back();
+    if (error == ENOTDIR && !only_) return AfterExchange(Unlink(in, directory.name.c_str(), 0));
     if (error == 0) return Removed();
-    passes.back().resisting.insert(directory.item.inode);
-    passes.back().failed = true;
+    passes_.back().resisting.insert(directory.item.inode);
+    passes_.back().failed = true;
     return failed ? Next::kGoOn : Fail(error);
   }
 
@@ -113,30 +113,30 @@ class Removal final : public TreeVisitor {
   Next AfterExchange(int error) { return error == 0 ? Removed() : Fail(error); }
 
   Next Removed() {
-    passes.back().removedSomething = true;
-    const bool isAll = passes.size() == 1;  // there is nothing left to stop
-    if (report.Finished(1) || isAll) return Next::kGoOn;
+    passes_.back().removedSomething = true;
+    const bool isAll = passes_.size() == 1;  // there is nothing left to stop
+    if (report_.Finished(1) || isAll) return Next::kGoOn;
     Fail(ECANCELED);
     return Next::kStop;
   }
 
   Next Fail(int error) {
-    passes.back().failed = true;
-    report.Fail(error, [this] {
-      const std::string entry = walk.CurrentEntry();
-      return entry.empty() ? path : entry;
+    passes_.back().failed = true;
+    report_.Fail(error, [this] {
+      const std::string entry = walk_.CurrentEntry();
+      return entry.empty() ? path_ : entry;
     });
     return Next::kGoOn;
   }
 
-  const std::string path;
-  TreeReport& report;
-  const RemovalMode mode;
+  const std::string path_;
+  TreeReport& report_;
+  const RemovalMode mode_;
   /// Null for everything.
-  const CopiedItems* only;
-  TreeWalk walk;
+  const CopiedItems* only_;
+  TreeWalk walk_;
   /// One for each directory that the walk is in, beginning with the parent of the tree.
-  std::vector<Pass> passes;
+  std::vector<Pass> passes_;
 };
 
 }  // namespace

@@ -10,15 +10,15 @@ constexpr std::uint64_t kBytesBetweenReports = 4 << 20;
 }  // namespace
 
 bool TreeReport::Wrote(std::uint64_t bytes) {
-  untold += bytes;
-  return untold < kBytesBetweenReports || Tell(std::exchange(untold, 0), 0);
+  untold_ += bytes;
+  return untold_ < kBytesBetweenReports || Tell(std::exchange(untold_, 0), 0);
 }
 
 bool TreeReport::Tell(std::uint64_t bytes, std::uint64_t items) {
-  if (!observer) return true;
-  done.bytes += bytes + std::exchange(untold, 0);
-  (removesSource ? done.itemsRemovedFromSource : done.items) += items;
-  return observer->Advanced(done);
+  if (!observer_) return true;
+  done_.bytes += bytes + std::exchange(untold_, 0);
+  (removesSource_ ? done_.itemsRemovedFromSource : done_.items) += items;
+  return observer_->Advanced(done_);
 }
 
 }  // namespace quill::darwin

@@ -43,32 +43,32 @@ FileDescriptor MakeDirectoryAt(int directory, const char* name) {
 }
 
 PrivateDirectory::~PrivateDirectory() {
-  if (!open) return;
-  const auto remove = [this] { return ::unlinkat(parent, name(), AT_REMOVEDIR) == 0 || errno == ENOTEMPTY; };
+  if (!open_) return;
+  const auto remove = [this] { return ::unlinkat(parent_, name(), AT_REMOVEDIR) == 0 || errno == ENOTEMPTY; };
   if (!remove()) (void)remove();  // a failure that passes is survived; with something in it, it stays
 }
 
 int PrivateDirectory::Make(int directory) {
-  parent = directory;
-  for (int trial = 0; trial < kMostTrials && !open; ++trial) {
-    if (const int error = ChooseName(ownName)) return error;
-    open = MakeDirectoryAt(directory, name());
-    if (!open && errno != EEXIST) return errno;
+  parent_ = directory;
+  for (int trial = 0; trial < kMostTrials && !open_; ++trial) {
+    if (const int error = ChooseName(ownName_)) return error;
+    open_ = MakeDirectoryAt(directory, name());
+    if (!open_ && errno != EEXIST) return errno;
   }
-  return open ? Secure() : EEXIST;
+  return open_ ? Secure() : EEXIST;
 }
 
 int PrivateDirectory::Secure() {
-  if (const int error = ReadItem(open.get(), status)) return error;
+  if (const int error = ReadItem(open_.get(), status_)) return error;
   // Somebody may have put a directory of his in its place before it was opened.
-  if (status.owner != ::geteuid() && OthersMayExchangeEntries(parent)) return ESTALE;
-  rightsMissing = (status.mode & S_IRWXU) != S_IRWXU;
-  if ((status.mode & ACCESSPERMS) != S_IRWXU) {
+  if (status_.owner != ::geteuid() && OthersMayExchangeEntries(parent_)) return ESTALE;
+  rightsMissing_ = (status_.mode & S_IRWXU) != S_IRWXU;
+  if ((status_.mode & ACCESSPERMS) != S_IRWXU) {
     // A file system without permissions may refuse.
-    if (Retry([&] { return ::fchmod(open.get(), S_IRWXU); }) != 0 && errno != EPERM && errno != EOPNOTSUPP)
+    if (Retry([&] { return ::fchmod(open_.get(), S_IRWXU); }) != 0 && errno != EPERM && errno != EOPNOTSUPP)
       return errno;
   }
-  return RemoveInheritedAccess(open.get(), /*isDirectory=*/true);
+  return RemoveInheritedAccess(open_.get(), /*isDirectory=*/true);
 }
 
 }  // namespace quill::darwin

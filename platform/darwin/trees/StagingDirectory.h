@@ -19,23 +19,23 @@ class PrivateDirectory {
   /// Makes it under a name that nobody can guess in \p directory, which must stay open. 0 or the errno.
   int Make(int directory);
 
-  explicit operator bool() const noexcept { return bool(open); }
-  int descriptor() const noexcept { return open.get(); }
+  explicit operator bool() const noexcept { return bool(open_); }
+  int descriptor() const noexcept { return open_.get(); }
   /// Also a name for what is made in it.
-  const char* name() const noexcept { return ownName.c_str(); }
+  const char* name() const noexcept { return ownName_.c_str(); }
   /// As it is now; new items in it get the same owner and group.
-  const TreeItem& item() const noexcept { return status; }
+  const TreeItem& item() const noexcept { return status_; }
   /// Whether this process makes directories without full rights for their owner, so that they must be given.
-  bool lacksRights() const noexcept { return rightsMissing; }
+  bool lacksRights() const noexcept { return rightsMissing_; }
 
  private:
   int Secure();
 
-  FileDescriptor open;
-  std::string ownName;
-  TreeItem status;
-  int parent = -1;
-  bool rightsMissing = false;
+  FileDescriptor open_;
+  std::string ownName_;
+  TreeItem status_;
+  int parent_ = -1;
+  bool rightsMissing_ = false;
 };
 
 /// A hidden name that nobody can guess. 0 or the errno.

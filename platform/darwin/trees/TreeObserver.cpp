@@ -16,7 +16,7 @@ void TreeObserver::Failed(const char*, int) {}
 TreeObserver* TreeObserver::Current() noexcept { return currentObserver; }
 
 TreeObserverScope::TreeObserverScope(TreeObserver* observer) noexcept
-    : before(std::exchange(currentObserver, observer)) {}
-TreeObserverScope::~TreeObserverScope() { currentObserver = before; }
+    : before_(std::exchange(currentObserver, observer)) {}
+TreeObserverScope::~TreeObserverScope() { currentObserver = before_; }
 
 }  // namespace quill::darwin

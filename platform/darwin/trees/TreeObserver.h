@@ -54,7 +54,7 @@ class QUILL_EXPORT TreeObserverScope {
   ~TreeObserverScope();
 
  private:
-  TreeObserver* before;
+  TreeObserver* before_;
 };
 
 }  // namespace quill::darwin

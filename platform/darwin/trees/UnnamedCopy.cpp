@@ -14,14 +14,14 @@ constexpr int kNotHere = -1;
 
 class Witness final : public MetadataWitness {
  public:
-  Witness(const char* text, TreeReport& listener) : path(text), report(listener) {}
+  Witness(const char* text, TreeReport& listener) : path_(text), report_(listener) {}
   void NotKept(TreeMetadata what, int error) override {
-    report.NotKept(what, error, [this] { return path; });
+    report_.NotKept(what, error, [this] { return path_; });
   }
 
  private:
-  const char* path;
-  TreeReport& report;
+  const char* path_;
+  TreeReport& report_;
 };
 
 /// The errors that only show when a file is closed, while the file can still be given up.

@@ -28,54 +28,54 @@ int OpenSame(int below, const TreeItem& expected, FileDescriptor& directory) {
 }  // namespace
 
 void TreeWalk::Run(int parent, const char* name) {
-  levels.emplace_back().parent = parent;
+  levels_.emplace_back().parent = parent;
   bool goOn = Visit({name, 0, DT_UNKNOWN});
-  while (goOn && levels.size() > 1) {
-    const DirectoryReader::Entry* entry = levels.back().reader->Next();
+  while (goOn && levels_.size() > 1) {
+    const DirectoryReader::Entry* entry = levels_.back().reader->Next();
     goOn = entry ? Visit(*entry) : Leave();
   }
 }
 
 bool TreeWalk::Visit(const DirectoryReader::Entry& entry) {
-  current = entry.name;
-  currentDepth = levels.size();
-  const auto next = visitor.Visit(levels.back(), entry);
+  current_ = entry.name;
+  currentDepth_ = levels_.size();
+  const auto next = visitor_.Visit(levels_.back(), entry);
   if (next == TreeVisitor::Next::kGoInto) return Enter(entry.name);
   return next == TreeVisitor::Next::kGoOn;
 }
 
 bool TreeWalk::Enter(const char* name) {
-  TreeLevel& in = levels.back();
+  TreeLevel& in = levels_.back();
   TreeItem item;
   FileDescriptor directory = Open(in.descriptor(), name, kOpenDirectory);
   int error = directory ? ReadItem(directory.get(), item) : errno;
   if (error != 0) {
-    const auto next = visitor.Shut(in, name, error);
+    const auto next = visitor_.Shut(in, name, error);
     if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
     if (!directory) directory = Open(in.descriptor(), name, kOpenDirectory);
     if (!directory) return Lose(errno);
   }
 
-  TreeLevel& entered = levels.emplace_back();
+  TreeLevel& entered = levels_.emplace_back();
   entered.name = name;
   entered.item = item;
   entered.reader.emplace(std::move(directory));
-  const auto next = visitor.Enter(in, entered);
-  if (next != TreeVisitor::Next::kGoInto) levels.pop_back();
-  if (levels.size() > firstOpen + kWindow) CloseOne();
+  const auto next = visitor_.Enter(in, entered);
+  if (next != TreeVisitor::Next::kGoInto) levels_.pop_back();
+  if (levels_.size() > firstOpen_ + kWindow) CloseOne();
   return next != TreeVisitor::Next::kStop;
 }
 
 bool TreeWalk::Leave() {
-  TreeLevel& directory = levels.back();
-  TreeLevel& in = levels[levels.size() - 2];
-  current = directory.name.c_str();
-  currentDepth = levels.size() - 1;
+  TreeLevel& directory = levels_.back();
+  TreeLevel& in = levels_[levels_.size() - 2];
+  current_ = directory.name.c_str();
+  currentDepth_ = levels_.size() - 1;
   if (const int error = OpenAbove()) return Lose(error);
-  const auto next = visitor.Leave(in, directory, directory.reader->error());
+  const auto next = visitor_.Leave(in, directory, directory.reader->error());
   if (next == TreeVisitor::Next::kStop) return false;
   if (next != TreeVisitor::Next::kReadAgain) {
-    levels.pop_back();
+    levels_.pop_back();
     return true;
   }
   ++directory.pass;
@@ -84,7 +84,7 @@ bool TreeWalk::Leave() {
 }
 
 bool TreeWalk::Lose(int error) {
-  visitor.Lost(error);
+  visitor_.Lost(error);
   return false;
 }
 
@@ -104,35 +104,35 @@ bool TreeWalk::MakeRoom(int error) {
 
 // The last two are in use.
 bool TreeWalk::CloseOne() {
-  if (firstOpen + 2 >= levels.size()) return false;
-  TreeLevel& level = levels[firstOpen];
+  if (firstOpen_ + 2 >= levels_.size()) return false;
+  TreeLevel& level = levels_[firstOpen_];
   if (level.counterpart && ReadItem(level.counterpart.get(), level.counterpartItem) != 0) return false;
   level.position = level.reader->position();
   level.reader.reset();
   level.counterpart = FileDescriptor();
-  ++firstOpen;
+  ++firstOpen_;
   return true;
 }
 
 int TreeWalk::OpenAbove() {
-  TreeLevel& below = levels.back();
-  TreeLevel& above = levels[levels.size() - 2];
-  if (above.reader || levels.size() == 2) return 0;
+  TreeLevel& below = levels_.back();
+  TreeLevel& above = levels_[levels_.size() - 2];
+  if (above.reader || levels_.size() == 2) return 0;
   FileDescriptor directory;
   if (const int error = OpenSame(below.descriptor(), above.item, directory)) return error;
   if (below.counterpart) {
     if (const int error = OpenSame(below.counterpart.get(), above.counterpartItem, above.counterpart)) return error;
   }
   above.reader.emplace(std::move(directory));
-  firstOpen = levels.size() - 2;
+  firstOpen_ = levels_.size() - 2;
   return above.reader->Seek(above.position);
 }
 
 std::string TreeWalk::CurrentEntry() const {
   std::string path;
-  if (currentDepth < 2) return path;  // the root has a path of its own
-  for (std::size_t depth = 2; depth < currentDepth; ++depth) path += levels[depth].name + "/";
-  return path + current;
+  if (currentDepth_ < 2) return path;  // the root has a path of its own
+  for (std::size_t depth = 2; depth < currentDepth_; ++depth) path += levels_[depth].name + "/";
+  return path + current_;
 }
 
 }  // namespace quill::darwin

@@ -60,7 +60,7 @@ class TreeVisitor {
 
 class TreeWalk {
  public:
-  explicit TreeWalk(TreeVisitor& guest) : visitor(guest) {}
+  explicit TreeWalk(TreeVisitor& guest) : visitor_(guest) {}
 
   /// Visits \p name in \p parent and, if the visitor wants it, everything below.
   void Run(int parent, const char* name);
@@ -72,7 +72,7 @@ class TreeWalk {
   bool MakeRoom(int error);
 
   /// The directory that holds the tree.
-  bool IsOutside(const TreeLevel& in) const { return &in == &levels.front(); }
+  bool IsOutside(const TreeLevel& in) const { return &in == &levels_.front(); }
   /// The path, relative to the tree, of the entry that is being visited; empty for the root.
   std::string CurrentEntry() const;
 
@@ -84,12 +84,12 @@ class TreeWalk {
   bool CloseOne();
   int OpenAbove();
 
-  TreeVisitor& visitor;
+  TreeVisitor& visitor_;
   /// The first is the parent of the tree.
-  std::deque<TreeLevel> levels;
-  std::size_t firstOpen = 1;
-  const char* current = "";
-  std::size_t currentDepth = 0;
+  std::deque<TreeLevel> levels_;
+  std::size_t firstOpen_ = 1;
+  const char* current_ = "";
+  std::size_t currentDepth_ = 0;
 };
 
 }  // namespace quill::darwin

@@ -27,7 +27,7 @@ struct CloseDirectory {
 
 FileDescriptor OpenAt(int directory, const char* name, int flags, mode_t mode = 0) {
   FileDescriptor file(::openat(directory, name, flags | O_CLOEXEC | O_NOFOLLOW, mode));
-  Require(static_cast<bool>(file), name);
+  Require(file.IsOpen(), name);
   return file;
 }
 

@@ -38,7 +38,7 @@ char* Buffer() {
 
 FileDescriptor Open(const fs::path& path, int flags) {
   FileDescriptor file(::open(path.c_str(), flags | O_CLOEXEC, 0644));
-  Require(static_cast<bool>(file), path.c_str());
+  Require(file.IsOpen(), path.c_str());
   return file;
 }
 

@@ -9,7 +9,7 @@
 #include "fuzz/Fuzz.h"
 #include "platform/darwin/names/NameLookup.h"
 #include "platform/darwin/names/Normalization.h"
-#include "platform/darwin/paths/ItemStatus.h"
+#include "platform/darwin/paths/Status.h"
 
 using fuzz::Require;
 using quill::darwin::FormC;
@@ -47,9 +47,9 @@ bool CanBeName(std::string_view name) {
   return !name.empty() && name.size() <= kLongestName && name != "." && name != "..";
 }
 
-int Status(const std::string& path) {
+quill::darwin::Error Status(const std::string& path) {
   quill::darwin::ItemStatus status;
-  return quill::darwin::GetItemStatus(path.c_str(), quill::darwin::FinalLink::kItself, status);
+  return quill::darwin::GetStatus(path.c_str(), quill::darwin::FinalLink::kItself, status);
 }
 
 /// An item that stands under \p stored is found by \p asked, and a creation by that name meets it.
@@ -57,8 +57,9 @@ void CheckLookup(const ScratchDirectory& directory, std::string_view stored, std
   if (stored == asked || !CanBeName(stored) || !CanBeName(asked)) return;
   const std::string item = directory.In(stored);
   Require(std::ofstream(item).is_open());
-  Require(Status(directory.In(asked)) == 0);
-  Require(quill::darwin::PathForCreation(directory.In(asked).c_str()) == item);
+  Require(!Status(directory.In(asked)));
+  std::string place;
+  Require(!quill::darwin::FindPathForCreation(directory.In(asked).c_str(), place) && place == item);
   Require(::unlink(item.c_str()) == 0);
   Require(Status(directory.In(asked)) == ENOENT);
 }

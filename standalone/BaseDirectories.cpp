@@ -1,29 +1,33 @@
 #include "standalone/BaseDirectories.h"
 
-#include <string>
-#include <string_view>
-
-#include "platform/darwin/paths/CanonicalPath.h"
+#include "platform/darwin/names/PathText.h"
 #include "platform/darwin/user/UserDirectories.h"
 
 namespace quill {
+namespace {
 
-bool FindBaseDirectory(CoreFileManager& manager, const BaseDirectory& base, QuillFileString& directory) {
-  if (const char* value = darwin::AbsolutePathInVariable(base.variable)) {
-    directory.setUTF8(value);
-    return true;
-  }
-  QuillFileString home;
-  if (!manager.DirGetUserHomePath(home)) return false;
-  home.appendLeaf(base.belowHome);
-  directory = home;
-  return true;
+std::optional<std::string> BaseDirectory(CoreFileManager& manager, const char* variable, const char* belowHome) {
+  return darwin::BaseDirectory(variable, belowHome, [&manager]() -> std::optional<std::string> {
+    QuillFileString home;
+    return manager.DirGetUserHomePath(home) ? std::optional<std::string>(home.getUTF8()) : std::nullopt;
+  });
 }
 
-bool EnsureProgramDirectory(CoreFileManager& manager, const BaseDirectory& base, QuillFileString& directory) {
-  QuillFileString programDirectory, programName, result;
-  if (!SplitProgramPath(programDirectory, programName)) return false;
-  if (!FindBaseDirectory(manager, base, result)) return false;
+}  // namespace
+
+std::optional<std::string> DataDirectory(CoreFileManager& manager) {
+  return BaseDirectory(manager, "XDG_DATA_HOME", ".local/share");
+}
+
+std::optional<std::string> StateDirectory(CoreFileManager& manager) {
+  return BaseDirectory(manager, "XDG_STATE_HOME", ".local/state");
+}
+
+bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::string>& base,
+                            QuillFileString& directory) {
+  QuillFileString programDirectory, programName;
+  if (!base || !SplitProgramPath(programDirectory, programName)) return false;
+  QuillFileString result = PathFrom(*base);
   result.appendLeaf(programName);
   if (!manager.DirEnsure(result)) return false;
   directory = result;
@@ -31,21 +35,21 @@ bool EnsureProgramDirectory(CoreFileManager& manager, const BaseDirectory& base,
 }
 
 bool SplitProgramPath(QuillFileString& directory, QuillFileString& name) {
-  QuillFileString path;
-  path.setUTF8(darwin::ProgramPath().c_str());
-  const QuillFileString leaf = LeafOf(path);
-  if (!path.trimLeaf(&directory)) return false;
-  name = leaf;
+  std::string program;
+  if (darwin::GetProgramPath(program)) return false;
+  directory = PathFrom(std::string(darwin::ParentOf(program)));
+  name = PathFrom(std::string(darwin::LeafOf(program)));
   return true;
 }
 
-QuillFileString LeafOf(const QuillFileString& path) {
-  std::string_view text = path.isEmpty() ? std::string_view() : path.getUTF8();
-  while (text.ends_with('/')) text.remove_suffix(1);
-  const std::string leaf(text.substr(text.find_last_of('/') + 1));  // no separator: everything
-  QuillFileString result;
-  result.setUTF8(leaf.c_str());
-  return result;
+QuillFileString PathFrom(const std::string& text) {
+  QuillFileString path;
+  path.setUTF8(text.c_str());
+  return path;
+}
+
+std::string LeafOf(const QuillFileString& path) {
+  return path.isEmpty() ? std::string() : std::string(darwin::LeafOf(path.getUTF8()));
 }
 
 }  // namespace quill

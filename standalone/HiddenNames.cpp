@@ -39,10 +39,8 @@ bool HasLine(std::string_view text, std::string_view wanted) {
 }  // namespace
 
 bool IsHiddenName(CoreFileManager& manager, const QuillFileString& path) {
-  const QuillFileString leaf = LeafOf(path);
-  if (leaf.isEmpty()) return false;
-  const std::string_view name = leaf.getUTF8();
-  if (name == "." || name == "..") return false;
+  const std::string name = LeafOf(path);
+  if (name.empty() || name == "." || name == "..") return false;
   if (name.starts_with('.')) return true;
 
   QuillFileString list = path;

@@ -1,25 +1,4 @@
-// What is known about a failed operation beside its code.
+// The place of this header up to version 0.1; it goes with version 0.3.
 #pragma once
 
-#include <string>
-
-#include "host/QuillFileString.h"
-
-namespace quill {
-
-/// One failed operation.
-struct OperationFailure {
-  /// The operation as it stands in the table, "FileOrDirCopy"; empty while nothing has failed.
-  const char* operation = "";
-  /// What it was called with; without text where it takes no path.
-  QuillFileString path;
-  /// Its second path, where it takes two.
-  QuillFileString secondPath;
-  /// In a tree, the entry at which it failed, relative to the tree; empty for other operations.
-  std::string entry;
-  /// The errno of the tree's first failure, else of the last system call that failed during the operation; 0 when none
-  /// did.
-  int posixError = 0;
-};
-
-}  // namespace quill
+#include "platform/osx/OperationFailure.h"  // IWYU pragma: export

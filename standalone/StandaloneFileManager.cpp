@@ -1,23 +1,23 @@
 #include "standalone/StandaloneFileManager.h"
 
 #include <cerrno>
+#include <new>
 #include <string>
 
-#include "platform/darwin/paths/CanonicalPath.h"
-#include "platform/darwin/paths/DirectoryCalls.h"
-#include "platform/darwin/paths/ItemChanges.h"
-#include "platform/darwin/paths/PathCalls.h"
-#include "platform/darwin/paths/VolumeStatus.h"
+#include "platform/darwin/paths/Changes.h"
+#include "platform/darwin/paths/Creating.h"
+#include "platform/darwin/paths/Opening.h"
+#include "platform/darwin/paths/Status.h"
+#include "platform/darwin/paths/Volumes.h"
 #include "platform/darwin/user/UserDirectories.h"
 #include "platform/foundation/NSStandardDirectories.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "standalone/BaseDirectories.h"
 #include "standalone/HiddenNames.h"
-#include "standalone/NotingFailures.h"
 #include "standalone/Trash.h"
 
 namespace quill {
-
 namespace {
 
 constexpr unsigned kOwnerReadsAndWrites = 0600;
@@ -28,79 +28,114 @@ bool SetPath(const std::string& bytes, QuillFileString& path) {
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(text.get(), path, /*normalize=*/true);
 }
 
+/// Makes a platform call with a path's text.
+template <typename Call>
+bool Run(Operation&& operation, const QuillFileString& path, Call call) {
+  const char* const text = path.getUTF8();
+  if (!text) return operation.FailWithoutText();
+  const darwin::Error error = call(text);
+  return error ? operation.Fail(error) : true;
+}
+
+/// Takes a temporary file away that nobody got to open.
+class TemporaryFileGuard {
+ public:
+  explicit TemporaryFileGuard(std::string& path) noexcept : path_(path) { path_.clear(); }
+  TemporaryFileGuard(const TemporaryFileGuard&) = delete;
+  TemporaryFileGuard& operator=(const TemporaryFileGuard&) = delete;
+  ~TemporaryFileGuard() {
+    try {
+      if (!path_.empty()) (void)darwin::RemoveFile(path_.c_str());
+    } catch (const std::bad_alloc&) {
+      // Only a file that has gone already is searched for.
+    }
+    std::string().swap(path_);  // keeps no memory, as clearing would
+  }
+
+  /// The file belongs to \p opened now, if that is one.
+  IQuillFileReadWriteTemp* HandOver(IQuillFileReadWriteTemp* opened) noexcept {
+    if (opened) path_.clear();
+    return opened;
+  }
+
+ private:
+  std::string& path_;
+};
+
 }  // namespace
 
 StandaloneFileManager::~StandaloneFileManager() = default;
 
-/// Makes a platform call, which answers 0 or the errno, with a path's text.
-template <typename Call>
-bool StandaloneFileManager::Calling(const char* name, const QuillFileString& path, Call call) {
-  return Noting(name, path, [&] {
-    const char* text = path.getUTF8();
-    return text && Succeeded(call(text));
-  });
+IQuillFileReadWriteTemp* StandaloneFileManager::FileOpenTemp() {
+  TemporaryFileGuard guard(temporaryFile_);
+  return guard.HandOver(OSXFileManager::FileOpenTemp());
+}
+
+IQuillFileReadWriteTemp* StandaloneFileManager::FileOpen(const QuillFileString& path, unsigned int flags) {
+  TemporaryFileGuard guard(temporaryFile_);
+  return guard.HandOver(OSXFileManager::FileOpen(path, flags));
 }
 
 bool StandaloneFileManager::DirIsEmpty(const QuillFileString& directory, bool& empty) {
-  return Calling("DirIsEmpty", directory, [&](const char* text) { return darwin::IsEmptyDirectory(text, empty); });
+  return Run({*this, __func__, directory}, directory,
+             [&](const char* text) { return darwin::IsEmptyDirectory(text, empty); });
 }
 
 bool StandaloneFileManager::DirSetCurrent(const QuillFileString& directory) {
-  return Calling("DirSetCurrent", directory, [&](const char* text) { return darwin::SetCurrentDirectory(text); });
+  return Run({*this, __func__, directory}, directory, darwin::SetCurrentDirectory);
 }
 
 bool StandaloneFileManager::DirGetDownloads(QuillFileString& directory) {
+  Operation operation(*this, __func__);
   const auto downloads = NSSearchPathForDirectoryInUserDomain(foundation::NSSearchPathDirectory::kDownloads);
-  if (!downloads) return false;
+  if (!downloads) return operation.FailSilently(ENOENT);
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(downloads.get(), directory, /*normalize=*/true);
 }
 
 bool StandaloneFileManager::FileGetCanonicalPath(const QuillFileString& path, QuillFileString& canonical) {
   std::string resolved;
-  return Calling("FileGetCanonicalPath", path,
-                 [&](const char* text) { return darwin::CanonicalPath(text, resolved); }) &&
-         SetPath(resolved, canonical);
+  const auto resolve = [&](const char* text) { return darwin::GetCanonicalPath(text, resolved); };
+  return Run({*this, __func__, path}, path, resolve) && SetPath(resolved, canonical);
 }
 
 bool StandaloneFileManager::FileIsHidden(const QuillFileString& path) { return IsHiddenName(*this, path); }
 
 bool StandaloneFileManager::DirGetAppData(QuillFileString& directory) {
-  return EnsureProgramDirectory(*this, kDataDirectory, directory);
+  Operation operation(*this, __func__);
+  return operation.Answer(EnsureProgramDirectory(*this, DataDirectory(*this), directory));
 }
 
 bool StandaloneFileManager::FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) {
-  return NotingTree("FileOrDirMoveToTrash", path, {}, [&] {
-    const char* text = path.getUTF8();
-    std::string place;
-    return text && Succeeded(MoveToTrash(*this, text, place)) && SetPath(place, trashed);
-  });
+  std::string place;
+  const auto trash = [&](const char* text) { return MoveToTrash(*this, text, place); };
+  return Run(TreeOperation(*this, __func__, path), path, trash) && SetPath(place, trashed);
 }
 
 bool StandaloneFileManager::VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) {
-  return Calling("VolumeIsReadOnly", path, [&](const char* text) { return darwin::IsReadOnlyVolume(text, readOnly); });
+  return Run({*this, __func__, path}, path, [&](const char* text) { return darwin::IsReadOnlyVolume(text, readOnly); });
 }
 
 bool StandaloneFileManager::FileSetModificationDate(const QuillFileString& path, double modified) {
-  return Calling("FileSetModificationDate", path,
-                 [&](const char* text) { return darwin::SetModificationTime(text, modified); });
+  return Run({*this, __func__, path}, path,
+             [&](const char* text) { return darwin::SetModificationTime(text, modified); });
 }
 
 bool StandaloneFileManager::FileSetReadOnly(const QuillFileString& path, bool readOnly) {
-  return Calling("FileSetReadOnly", path, [&](const char* text) { return darwin::SetReadOnly(text, readOnly); });
+  return Run({*this, __func__, path}, path, [&](const char* text) { return darwin::SetReadOnly(text, readOnly); });
 }
 
 bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
+  Operation operation(*this, __func__);
   QuillFileString place;
-  if (!DirGetTemp(place)) return false;
+  if (!DirGetTemp(place)) return operation.FailAsCalled();
   place.appendLeaf("QuillTmp.XXXXXX");
   std::string name = place.getUTF8();
   temporaryFile_.reserve(name.size());
-  const int descriptor = darwin::mkstemp(name.data());
-  if (descriptor < 0) return Succeeded(errno);
-  temporaryFile_ = name;            // what follows may fail
-  (void)darwin::close(descriptor);  // nothing was written; the file is opened again by its name
-  // It was made less what the umask takes, which may be what opening it needs; if that stays so, the opening tells.
-  (void)darwin::SetPermissions(name.c_str(), darwin::FinalLink::kItself, kOwnerReadsAndWrites);
+  darwin::FileDescriptor file;  // nothing is written; the file is opened again by its name
+  if (const darwin::Error error = darwin::MakeTemporaryFileAt(name, file)) return operation.Fail(error);
+  temporaryFile_ = name;  // what follows may fail
+  // It was made less what the umask takes, which may be what opening it needs; if that stays so, the opening fails.
+  (void)darwin::SetPermissions(name.c_str(), kOwnerReadsAndWrites);
   path.setUTF8(name.c_str());
   return true;
 }
@@ -109,13 +144,6 @@ bool StandaloneFileManager::DirGetTemp(QuillFileString& directory) {
   const char* const wanted = darwin::AbsolutePathInVariable("TMPDIR");
   directory.setUTF8(wanted ? wanted : "/tmp");
   return true;
-}
-
-bool StandaloneFileManager::Succeeded(int posixError) {
-  if (posixError == 0) return true;
-  (void)Fail(OSXFileSystemUtils::_PosixErrToQuillErr(posixError));  // is false
-  errno = posixError;
-  return false;
 }
 
 }  // namespace quill

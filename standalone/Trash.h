@@ -1,18 +1,20 @@
 // The user's trash, as desktops keep it (freedesktop.org, Trash 1.0).
 //
-// An item goes to the home trash, $XDG_DATA_HOME/Trash, when it lies on that volume, else to the trash of its own
+// An item goes to the home trash, $XDG_DATA_HOME/Trash, when it is on that volume, else to the trash of its own
 // volume: .Trash/$uid at the volume's root, where the administrator has made .Trash for it, or .Trash-$uid, which is
 // created. Only where neither can be had, it is copied to the home trash.
 #pragma once
 
 #include <string>
 
+#include "platform/darwin/descriptors/Error.h"
+
 class CoreFileManager;
 
 namespace quill {
 
-/// 0, or the errno of the first cause, with the item where it was. A link is trashed itself. On success \p trashed is
-/// the place where the item lies now. Reports to the thread's TreeObserver.
-int MoveToTrash(CoreFileManager& manager, const char* path, std::string& trashed);
+/// On failure the item is where it was. A link is trashed itself. On success \p trashed is
+/// the place where the item is now. Reports to the thread's TreeObserver.
+darwin::Error MoveToTrash(CoreFileManager& manager, const char* path, std::string& trashed);
 
 }  // namespace quill

@@ -3,8 +3,8 @@
 #include <dirent.h>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
-#include "platform/darwin/paths/ItemStatus.h"
-#include "platform/darwin/paths/OpenFile.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/paths/Opening.h"
 
 namespace quill::foundation {
 
@@ -13,10 +13,14 @@ NSDirectoryEnumerator::NSDirectoryEnumerator(std::unique_ptr<darwin::DirectoryRe
 
 NSDirectoryEnumerator::~NSDirectoryEnumerator() = default;
 
-RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const NSString* path) {
+RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const NSString* path,
+                                                                         RetainPtr<NSError>* reason) {
   if (!path) return nullptr;
-  auto directory = darwin::OpenDirectory(path->fileSystemRepresentation());
-  if (!directory) return nullptr;
+  darwin::FileDescriptor directory;
+  if (const darwin::Error error = darwin::OpenDirectory(path->fileSystemRepresentation(), directory)) {
+    NSError::Give(error, reason);
+    return nullptr;
+  }
   auto reader = std::make_unique<darwin::DirectoryReader>(std::move(directory));
   return RetainPtr<NSDirectoryEnumerator>::Adopt(new NSDirectoryEnumerator(std::move(reader)));
 }
@@ -31,7 +35,10 @@ const char* NSDirectoryEnumerator::nextObject() {
 bool NSDirectoryEnumerator::lastIsDirectory() {
   if (!lastName_) return false;
   if (lastType_ != DT_DIR && lastType_ != DT_LNK && lastType_ != DT_UNKNOWN) return false;
-  return darwin::IsDirectoryAt(reader_->descriptor(), lastName_);
+  mode_t mode = 0;
+  return !darwin::GetMode(reader_->descriptor(), lastName_, 0, mode) && S_ISDIR(mode);
 }
+
+darwin::Error NSDirectoryEnumerator::error() const noexcept { return reader_->error(); }
 
 }  // namespace quill::foundation

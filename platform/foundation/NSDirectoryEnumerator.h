@@ -3,7 +3,8 @@
 
 #include <memory>
 
-#include "platform/foundation/NSString.h"
+#include "platform/darwin/descriptors/Error.h"
+#include "platform/foundation/NSError.h"
 
 namespace quill::darwin {
 class DirectoryReader;
@@ -13,15 +14,18 @@ namespace quill::foundation {
 
 class NSDirectoryEnumerator final : public NSObject {
  public:
-  /// Null when the directory cannot be read.
-  static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);
+  /// Null when the directory cannot be read; \p reason, which may be null, says why.
+  static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path, RetainPtr<NSError>* reason);
 
   /// The next name as the file system keeps it, never "." or ".."; valid until the next call. Null at the end and ever
   /// after. It does not descend.
   const char* nextObject();
 
-  /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the listing has
-  /// told that it cannot be one.
+  /// Why the enumeration has broken off; no error at its end.
+  darwin::Error error() const noexcept;
+
+  /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the
+  /// listing has ruled it out.
   bool lastIsDirectory();
 
  private:

@@ -1,5 +1,7 @@
 #include "platform/foundation/NSError.h"
 
+#include "platform/darwin/descriptors/Error.h"
+
 namespace quill::foundation {
 
 // The domains live as long as the program: an error may outlive every other static object.
@@ -15,6 +17,11 @@ NSString* NSPOSIXErrorDomain() {
 
 RetainPtr<NSError> NSError::errorWithDomain(NSString* domain, long code) {
   return RetainPtr<NSError>::Adopt(new NSError(domain, code));
+}
+
+bool NSError::Give(darwin::Error cause, RetainPtr<NSError>* error) {
+  if (error) *error = errorWithDomain(NSPOSIXErrorDomain(), cause.posix());
+  return false;
 }
 
 }  // namespace quill::foundation

@@ -3,6 +3,10 @@
 
 #include "platform/foundation/NSString.h"
 
+namespace quill::darwin {
+class Error;
+}
+
 namespace quill::foundation {
 
 /// The domains that the layer compares with. Codes of NSPOSIXErrorDomain are errno values of this system.
@@ -13,6 +17,9 @@ class QUILL_EXPORT NSError final : public NSObject {
  public:
   /// \p domain may be nil.
   static RetainPtr<NSError> errorWithDomain(NSString* domain, long code);
+
+  /// The same in NSPOSIXErrorDomain, into *error; nothing when \p error is null, because nobody asks. Answers false.
+  static bool Give(darwin::Error cause, RetainPtr<NSError>* error);
 
   NSString* domain() const noexcept { return domainName_.get(); }
   long code() const noexcept { return number_; }

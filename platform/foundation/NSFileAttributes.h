@@ -3,12 +3,10 @@
 
 #include <optional>
 
-#include "platform/darwin/paths/ItemStatus.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
 #include "platform/foundation/NSString.h"
 
 namespace quill::foundation {
-
-enum class NSFileType { kRegular, kDirectory, kSymbolicLink, kSocket, kCharacterSpecial, kBlockSpecial, kUnknown };
 
 /// What one directory hands down to another.
 struct NSOwnership {
@@ -26,11 +24,11 @@ class NSFileAttributes {
   NSFileAttributes(const NSString* path, const darwin::ItemStatus& now) noexcept
       : itemPath_(const_cast<NSString*>(path)), status_(now) {}
 
-  NSFileType fileType() const noexcept;
-  long long fileSize() const noexcept { return status_.size; }
+  bool isSymbolicLink() const noexcept { return status_.IsLink(); }
+  long long fileSize() const noexcept { return static_cast<long long>(status_.size); }
   /// Seconds since 1970-01-01 00:00:00 UTC.
-  std::optional<double> creationDate() const noexcept;
-  std::optional<double> modificationDate() const noexcept;
+  double creationDate() const noexcept;
+  double modificationDate() const noexcept;
   std::optional<unsigned long> hfsCreatorCode() const;
   NSOwnership ownership() const noexcept;
 

@@ -3,39 +3,47 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <utility>
 
-#include "platform/darwin/descriptors/Retry.h"
-#include "platform/darwin/paths/OpenFile.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/paths/Opening.h"
 
 namespace quill::foundation {
 namespace {
 
 /// An offset above the largest of the kernel's arrives there as a negative one, which it refuses with EINVAL.
-off_t KernelOffset(unsigned long long offset) noexcept { return static_cast<off_t>(offset); }
+std::int64_t KernelOffset(unsigned long long offset) noexcept { return static_cast<std::int64_t>(offset); }
 
-void RaiseWhen(bool isFailure, const char* operation) {
-  if (isFailure) throw NSException(errno, operation);
+void RaiseOn(darwin::Error error, const char* operation) {
+  if (error) throw NSException(error.posix(), operation);
 }
 
 }  // namespace
 
-RetainPtr<NSFileHandle> NSFileHandle::Open(const NSString* path, int access) {
+RetainPtr<NSFileHandle> NSFileHandle::Open(const NSString* path, int access, RetainPtr<NSError>* error) {
   if (!path) return nullptr;
-  long long end = 0;
-  auto file = darwin::OpenPositionable(path->fileSystemRepresentation(), access, end);
-  if (!file) return nullptr;
+  darwin::FileDescriptor file;
+  std::int64_t end = 0;
+  if (const auto cause = darwin::OpenPositionable(path->fileSystemRepresentation(), access, file, end)) {
+    NSError::Give(cause, error);
+    return nullptr;
+  }
   auto handle = RetainPtr<NSFileHandle>::Adopt(new NSFileHandle(file.get(), end));
   (void)file.Release();  // the handle closes it from here on
   return handle;
 }
 
-RetainPtr<NSFileHandle> NSFileHandle::fileHandleForReadingAtPath(const NSString* path) { return Open(path, O_RDONLY); }
+RetainPtr<NSFileHandle> NSFileHandle::fileHandleForReadingAtPath(const NSString* path, RetainPtr<NSError>* error) {
+  return Open(path, O_RDONLY, error);
+}
 
-RetainPtr<NSFileHandle> NSFileHandle::fileHandleForWritingAtPath(const NSString* path) { return Open(path, O_WRONLY); }
+RetainPtr<NSFileHandle> NSFileHandle::fileHandleForWritingAtPath(const NSString* path, RetainPtr<NSError>* error) {
+  return Open(path, O_WRONLY, error);
+}
 
-RetainPtr<NSFileHandle> NSFileHandle::fileHandleForUpdatingAtPath(const NSString* path) { return Open(path, O_RDWR); }
+RetainPtr<NSFileHandle> NSFileHandle::fileHandleForUpdatingAtPath(const NSString* path, RetainPtr<NSError>* error) {
+  return Open(path, O_RDWR, error);
+}
 
 NSFileHandle::~NSFileHandle() {
   const darwin::FileDescriptor closesSilently(descriptor_);  // nobody is left who could be told
@@ -43,44 +51,40 @@ NSFileHandle::~NSFileHandle() {
 
 void NSFileHandle::seekToFileOffset(unsigned long long offset) {
   knownEnd_.reset();
-  RaiseWhen(::lseek(descriptor_, KernelOffset(offset), SEEK_SET) < 0, "seekToFileOffset");
+  RaiseOn(darwin::Seek(descriptor_, KernelOffset(offset), SEEK_SET), "seekToFileOffset");
 }
 
 unsigned long long NSFileHandle::seekToEndOfFile() {
   const auto known = std::exchange(knownEnd_, std::nullopt);
-  if (known) return static_cast<unsigned long long>(*known);
-  const off_t end = ::lseek(descriptor_, 0, SEEK_END);
-  RaiseWhen(end < 0, "seekToEndOfFile");
+  std::int64_t end = known.value_or(0);
+  if (!known) RaiseOn(darwin::Seek(descriptor_, 0, SEEK_END, end), "seekToEndOfFile");
   return static_cast<unsigned long long>(end);
 }
 
 void NSFileHandle::truncateFileAtOffset(unsigned long long offset) {
   knownEnd_.reset();
-  const off_t length = KernelOffset(offset);
-  const int result = darwin::Retry([&] { return ::ftruncate(descriptor_, length); });
-  RaiseWhen(result != 0 || ::lseek(descriptor_, length, SEEK_SET) < 0, "truncateFileAtOffset");
+  const std::int64_t length = KernelOffset(offset);
+  RaiseOn(darwin::Truncate(descriptor_, length), "truncateFileAtOffset");
+  RaiseOn(darwin::Seek(descriptor_, length, SEEK_SET), "truncateFileAtOffset");
 }
 
 void NSFileHandle::writeData(const NSData& data) {
   if (data.length == 0) return;
   knownEnd_.reset();
   std::size_t written = 0;
-  const int error = darwin::WriteAll(descriptor_, data.bytes, data.length, written);
-  if (error == 0) return;
-  // Should this fail too, there is nothing better to do, and the first reason is the one to tell.
-  if (written > 0) (void)::lseek(descriptor_, -static_cast<off_t>(written), SEEK_CUR);
-  throw NSException(error, "writeData");
+  const darwin::Error error = darwin::WriteAll(descriptor_, data.bytes, data.length, written);
+  if (!error) return;
+  // Should this fail too, there is nothing better to do, and the first reason is the one to report.
+  if (written > 0) (void)darwin::Seek(descriptor_, -static_cast<std::int64_t>(written), SEEK_CUR);
+  RaiseOn(error, "writeData");
 }
 
-void NSFileHandle::synchronizeFile() {
-  RaiseWhen(darwin::Retry([this] { return ::fsync(descriptor_); }) != 0, "synchronizeFile");
-}
+void NSFileHandle::synchronizeFile() { RaiseOn(darwin::Sync(descriptor_), "synchronizeFile"); }
 
 void NSFileHandle::closeFile() {
   knownEnd_.reset();
   darwin::FileDescriptor open(std::exchange(descriptor_, -1));
-  const int error = open.Close();
-  if (error != 0) throw NSException(error, "closeFile");
+  RaiseOn(open.Close(), "closeFile");
 }
 
 }  // namespace quill::foundation

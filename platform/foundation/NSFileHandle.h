@@ -1,25 +1,27 @@
 // An open file with a file pointer.
 //
 // The factories give null when the path is nil, cannot be opened that way, or cannot be positioned: a directory, a
-// FIFO, a socket, a terminal, and some of what the kernel only shows as files. Of the devices those that the kernel
-// lets be positioned give a handle. They never wait for a peer. A new handle's file pointer stands at the end of the
-// file. Every other operation raises NSException when the platform fails, or when the handle has been closed.
+// FIFO, a socket, a terminal, and some of what the kernel only shows as files; an error variable then says why. Of the
+// devices those that the kernel lets be positioned give a handle. They never wait for a peer. A new handle's file
+// pointer stands at the end of the file. Every other operation raises NSException when the platform fails, or when the
+// handle has been closed.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "platform/foundation/NSData.h"
+#include "platform/foundation/NSError.h"
 #include "platform/foundation/NSException.h"
-#include "platform/foundation/NSObject.h"
 #include "platform/foundation/NSString.h"
 
 namespace quill::foundation {
 
 class NSFileHandle final : public NSObject {
  public:
-  static RetainPtr<NSFileHandle> fileHandleForReadingAtPath(const NSString* path);
-  static RetainPtr<NSFileHandle> fileHandleForWritingAtPath(const NSString* path);
-  static RetainPtr<NSFileHandle> fileHandleForUpdatingAtPath(const NSString* path);
+  static RetainPtr<NSFileHandle> fileHandleForReadingAtPath(const NSString* path, RetainPtr<NSError>* error = nullptr);
+  static RetainPtr<NSFileHandle> fileHandleForWritingAtPath(const NSString* path, RetainPtr<NSError>* error = nullptr);
+  static RetainPtr<NSFileHandle> fileHandleForUpdatingAtPath(const NSString* path, RetainPtr<NSError>* error = nullptr);
 
   /// Owned by the handle; -1 once closed. The caller may move the file pointer.
   int fileDescriptor() noexcept {
@@ -39,13 +41,13 @@ class NSFileHandle final : public NSObject {
   void closeFile();
 
  private:
-  NSFileHandle(int open, long long end) noexcept : descriptor_(open), knownEnd_(end) {}
+  NSFileHandle(int open, std::int64_t end) noexcept : descriptor_(open), knownEnd_(end) {}
   ~NSFileHandle() override;
-  static RetainPtr<NSFileHandle> Open(const NSString* path, int access);
+  static RetainPtr<NSFileHandle> Open(const NSString* path, int access, RetainPtr<NSError>* error);
 
   int descriptor_;
   // Opening finds the end to prove that the file can be positioned; the first seekToEndOfFile need not ask again.
-  std::optional<long long> knownEnd_;
+  std::optional<std::int64_t> knownEnd_;
 };
 
 }  // namespace quill::foundation

@@ -5,7 +5,6 @@
 // be used by any thread.
 #pragma once
 
-#include <cstddef>
 #include <optional>
 
 #include "platform/foundation/NSError.h"
@@ -14,10 +13,8 @@
 
 namespace quill::foundation {
 
-class NSDirectoryEnumerator;
-
 /// What an operation sees when the last component of its path is a symbolic link.
-enum class NSFinalLink { kItself, kTarget };
+using NSFinalLink = darwin::FinalLink;
 
 class NSFileManager {
  public:
@@ -30,13 +27,14 @@ class NSFileManager {
   bool isWritableFileAtPath(const NSString* path);
 
   /// kTarget answers as for the path with every link in it resolved.
-  std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink);
-  std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path);
+  std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink,
+                                                         RetainPtr<NSError>* error = nullptr);
+  std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path, RetainPtr<NSError>* error);
   /// An item that was exchanged for a link meanwhile does not lead to the link's target.
   bool setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path);
 
-  /// Creates an empty file. One that somebody else has created a moment before keeps its contents.
-  bool createFileAtPath(const NSString* path);
+  /// Creates an empty file. One that exists is emptied, or keeps its contents.
+  bool createFileAtPath(const NSString* path, RetainPtr<NSError>* error, bool empties = false);
   /// Creates one level with the platform's default mode.
   bool createDirectoryAtPath(const NSString* path, RetainPtr<NSError>* error);
   /// Whether the directory has at least one entry; false as well when it cannot be read.
@@ -45,14 +43,10 @@ class NSFileManager {
   /// Copies a file or a whole tree, all or nothing; never onto anything that exists.
   bool copyItemAtPath(const NSString* from, const NSString* to, RetainPtr<NSError>* error);
 
-  /// Null when the path cannot be enumerated.
-  RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path);
-
   /// Null when there is none.
   RetainPtr<NSString> currentDirectoryPath();
   /// The link's text; null when it cannot be read.
   RetainPtr<NSString> destinationOfSymbolicLinkAtPath(const NSString* path);
-  RetainPtr<NSString> stringWithFileSystemRepresentation(const char* bytes, std::size_t length);
 };
 
 }  // namespace quill::foundation

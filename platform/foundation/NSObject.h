@@ -6,6 +6,7 @@
 #pragma once
 
 #include <atomic>
+#include <cassert>
 #include <utility>
 
 #include "host/Export.h"
@@ -26,8 +27,12 @@ class QUILL_EXPORT NSObject {
   template <typename T>
   friend class RetainPtr;
 
-  void retain() const noexcept { owners_.fetch_add(1, std::memory_order_relaxed); }
+  void retain() const noexcept {
+    assert(owners_.load(std::memory_order_relaxed) > 0 && "retained after its last owner let go");
+    owners_.fetch_add(1, std::memory_order_relaxed);
+  }
   void release() const noexcept {
+    assert(owners_.load(std::memory_order_relaxed) > 0 && "released more often than retained");
     if (owners_.fetch_sub(1, std::memory_order_acq_rel) == 1) delete this;
   }
 
@@ -67,8 +72,14 @@ class RetainPtr {
   T* Leak() noexcept { return std::exchange(object_, nullptr); }
 
   T* get() const noexcept { return object_; }
-  T* operator->() const noexcept { return object_; }
-  T& operator*() const noexcept { return *object_; }
+  T* operator->() const noexcept {
+    assert(object_ && "nil has no members");
+    return object_;
+  }
+  T& operator*() const noexcept {
+    assert(object_ && "nil has no members");
+    return *object_;
+  }
   explicit operator bool() const noexcept { return object_ != nullptr; }
 
  private:

@@ -23,7 +23,7 @@ RetainPtr<NSString> NSSearchPathForDirectoryInUserDomain(NSSearchPathDirectory d
     case NSSearchPathDirectory::kDesktop:
       return PathString(darwin::UserDirectory("DESKTOP", "Desktop"));
     case NSSearchPathDirectory::kCaches:
-      return PathString(darwin::BaseDirectory("XDG_CACHE_HOME", ".cache"));
+      return PathString(darwin::BaseDirectory("XDG_CACHE_HOME", ".cache", darwin::HomeDirectory));
     case NSSearchPathDirectory::kDownloads:
       return PathString(darwin::UserDirectory("DOWNLOAD", "Downloads"));
   }

@@ -59,6 +59,11 @@ class QUILL_EXPORT NSString final : public NSObject {
                                                                        std::string_view prefix);
   static RetainPtr<NSString> stringByRemovingPercentEncodingFromUTF8String(const char* text);
 
+  /// The bytes of \p text, which need not be UTF-8, with everything outside \p allowed encoded, between \p head and
+  /// \p tail as they are. Never null.
+  static RetainPtr<NSString> PercentEncoded(std::string_view head, std::string_view text, const NSCharacterSet& allowed,
+                                            std::string_view tail);
+
  private:
   explicit NSString(std::size_t size) noexcept : length_(size) {}
   ~NSString() override = default;
@@ -67,9 +72,6 @@ class QUILL_EXPORT NSString final : public NSObject {
   RetainPtr<NSString> Shared() const noexcept;
 
   friend class NSURL;
-  /// \p text with everything outside \p allowed encoded, between \p head and \p tail as they are.
-  static RetainPtr<NSString> PercentEncoded(std::string_view head, std::string_view text, const NSCharacterSet& allowed,
-                                            std::string_view tail);
   /// The text that \p encoded stands for; null where stringByRemovingPercentEncoding is.
   static RetainPtr<NSString> PercentDecoded(std::string_view encoded);
 

@@ -1,6 +1,6 @@
 #include "platform/foundation/NSURL.h"
 
-#include "platform/darwin/paths/ItemStatus.h"
+#include "platform/darwin/paths/Status.h"
 #include "platform/foundation/NSCharacterSet.h"
 #include "platform/foundation/NSFileManager.h"
 
@@ -13,7 +13,7 @@ constexpr auto kPathAllowed = NSCharacterSet::URLPathAllowedCharacterSet();
 
 bool IsDirectory(const NSString& path) {
   bool isDirectory = false;
-  return darwin::IsDirectory(path.fileSystemRepresentation(), isDirectory) == 0 && isDirectory;
+  return !darwin::IsDirectory(path.fileSystemRepresentation(), isDirectory) && isDirectory;
 }
 
 RetainPtr<NSString> AbsolutePath(const NSString& path) {

@@ -1,12 +1,12 @@
 #include "platform/osx/FILEWrapper.h"
 
-#include <cerrno>
+#include <cassert>
 #include <cstdio>
 #include <limits>
 
 #include "host/QuillErr.h"
 #include "host/Ravel.h"
-#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/foundation/NSFileHandle.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "platform/osx/PlatformString.h"
@@ -17,6 +17,7 @@ using foundation::RetainPtr;
 
 FILEWrapper::FILEWrapper(CoreFileManager& owner, const QuillFileString& path, NSFileHandle* open, bool removeAtEnd)
     : QuillFileBase(owner), handle(RetainPtr<NSFileHandle>(open)), fileName(path), autoDelete(removeAtEnd) {
+  assert(handle && "a file object has an open handle");
   fileSize = static_cast<long long>(handle->seekToEndOfFile());
   handleOffset = fileSize;
 }
@@ -82,14 +83,15 @@ bool FILEWrapper::Read(void* buffer, unsigned long count, unsigned long& bytesRe
   }
   if (previousError != kQuillErrNone || handleOffset != position) MoveHandleToPosition();
 
-  const long got = darwin::read(handle->fileDescriptor(), buffer, count);
-  if (got == -1) {
-    lastError = OSXFileSystemUtils::_PosixErrToQuillErr(errno);
+  std::size_t got = 0;
+  // One call, not repeated after EINTR: how much is read at once is the caller's to decide.
+  if (const darwin::Error error = darwin::ReadOnce(handle->fileDescriptor(), buffer, count, got)) {
+    lastError = OSXFileSystemUtils::_PosixErrToQuillErr(error.posix());
     bytesRead = 0;
     return false;
   }
-  bytesRead = static_cast<unsigned long>(got);
-  position += got;
+  bytesRead = got;
+  position += static_cast<long long>(got);
   handleOffset = position;
   return true;
 }

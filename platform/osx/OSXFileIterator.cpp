@@ -2,7 +2,7 @@
 
 #include "host/Ravel.h"
 #include "platform/foundation/NSDirectoryEnumerator.h"
-#include "platform/foundation/NSFileManager.h"
+#include "platform/foundation/NSError.h"
 #include "platform/osx/PlatformString.h"
 
 OSXFileIterator::OSXFileIterator() noexcept = default;
@@ -13,11 +13,12 @@ void* OSXFileIterator::operator new(std::size_t size) { return Ravel::SystemNew(
 
 void OSXFileIterator::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
 
-bool OSXFileIterator::Init(const QuillFileString& directory) {
-  basePath = PlatformString(directory);
-  enumerator = foundation::NSFileManager::defaultManager()->enumeratorAtPath(basePath.get());
+bool OSXFileIterator::Init(const QuillFileString& directory, foundation::RetainPtr<foundation::NSError>* reason) {
+  enumerator = foundation::NSDirectoryEnumerator::enumeratorAtPath(PlatformString(directory).get(), reason);
   return static_cast<bool>(enumerator);
 }
+
+darwin::Error OSXFileIterator::error() const noexcept { return enumerator->error(); }
 
 bool OSXFileIterator::GetNextItem(FindFileInfo* info) {
   const char* const name = enumerator->nextObject();

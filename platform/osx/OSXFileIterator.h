@@ -4,14 +4,26 @@
 #include <cstddef>
 
 #include "host/FindFile.h"
+#include "platform/darwin/descriptors/Error.h"
 #include "platform/foundation/NSObject.h"
 
 namespace quill::foundation {
 class NSDirectoryEnumerator;
-class NSString;
+class NSError;
 }  // namespace quill::foundation
 
-class OSXFileIterator final : public IFileIterator {
+namespace quill {
+
+/// What a handle of this layer points to.
+class LayerIterator : public IFileIterator {
+ public:
+  /// Why the listing has broken off; no error at its end.
+  virtual darwin::Error error() const noexcept { return {}; }
+};
+
+}  // namespace quill
+
+class OSXFileIterator final : public quill::LayerIterator {
  public:
   OSXFileIterator() noexcept;
   ~OSXFileIterator() override;
@@ -20,16 +32,16 @@ class OSXFileIterator final : public IFileIterator {
   static void operator delete(void* memory) noexcept;
 
   /// False when the directory cannot be enumerated.
-  bool Init(const QuillFileString& directory);
+  bool Init(const QuillFileString& directory, quill::foundation::RetainPtr<quill::foundation::NSError>* reason);
   bool GetNextItem(FindFileInfo* info) override;
+  quill::darwin::Error error() const noexcept override;
 
  private:
   quill::foundation::RetainPtr<quill::foundation::NSDirectoryEnumerator> enumerator;
-  quill::foundation::RetainPtr<quill::foundation::NSString> basePath;
 };
 
 /// The root is delivered by FindFirstRoot itself; there is no further volume.
-class TrivialVolumeIterator final : public IFileIterator {
+class TrivialVolumeIterator final : public quill::LayerIterator {
  public:
   static void* operator new(std::size_t size);
   static void operator delete(void* memory) noexcept;

@@ -6,8 +6,6 @@
 
 OSXFileManager::OSXFileManager() : fileManager(foundation::NSFileManager::defaultManager()) {}
 
-OSXFileManager::~OSXFileManager() = default;
-
 void* OSXFileManager::operator new(std::size_t size) { return Ravel::SystemNew(size, Ravel::kSystemDefault); }
 
 void OSXFileManager::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
@@ -15,13 +13,3 @@ void OSXFileManager::operator delete(void* memory) noexcept { Ravel::SystemDelet
 int OSXFileManager::GetLastError() { return lastError; }
 
 void OSXFileManager::SetLastError(int code) { lastError = code; }
-
-bool OSXFileManager::Fail(int code) {
-  SetLastError(code);
-  return false;
-}
-
-bool OSXFileManager::FailUnobserved(int code) {
-  lastError = code;
-  return false;
-}

@@ -24,8 +24,19 @@
 #include <cstddef>
 
 #include "host/CoreFileManager.h"
+#include "platform/osx/OperationFailure.h"
 
 class FILEWrapper;
+
+namespace quill {
+class Operation;
+class TreeOperation;
+struct FailureLog;
+}  // namespace quill
+
+namespace quill::darwin {
+class TreeObserver;
+}
 
 namespace quill::foundation {
 class NSFileManager;
@@ -98,21 +109,30 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   /// unchanged) or its text cannot be read (\p path without text). Records nothing.
   bool _PathCanonicalizeSymLink(QuillFileString& path);
 
- protected:
-  /// Records \p code through the table and answers false.
-  bool Fail(int code);
+  /// Who watches, and may stop, copying, moving and removing by this manager; null for this thread's observer. Not
+  /// owned: it must live until it is replaced. A stopped operation is false.
+  void SetTreeObserver(quill::darwin::TreeObserver* observer) noexcept { treeObserver_ = observer; }
+
+  /// The last operation of this manager that failed, whether or not it recorded a code. A success never changes it. May
+  /// be asked from any thread.
+  quill::OperationFailure LastFailure() const;
+  /// LastFailure then answers that nothing has failed, until the next one.
+  void ForgetFailure() noexcept;
 
  private:
+  friend class quill::Operation;
+  friend class quill::TreeOperation;
+
   FILEWrapper* _FileOpen(const QuillFileString& path, unsigned int flags);
-  void RecordWhyNoHandle(const quill::foundation::NSString* path, unsigned int flags);
-  bool PrepareDestination(const QuillFileString& source, const QuillFileString& destination, bool clobber);
+  bool PrepareDestination(quill::Operation& operation, const QuillFileString& source,
+                          const QuillFileString& destination, bool clobber);
   bool _HandleClobber(OSXFileManager& manager, const QuillFileString& destination, bool clobber);
   bool _FileOrDirCreateTemp(QuillFileString& result, bool isDirectory);
   bool _FileOrDirCreateTempInDir(const QuillFileString& directory, QuillFileString& result, bool isDirectory);
 
-  /// Stores \p code unseen by overrides of SetLastError and answers false.
-  bool FailUnobserved(int code);
-
   int lastError = kQuillErrNone;
   quill::foundation::NSFileManager* fileManager;
+  quill::darwin::TreeObserver* treeObserver_ = nullptr;
+  /// Of LastFailure; made with the first failure.
+  quill::FailureLog* failures_ = nullptr;
 };

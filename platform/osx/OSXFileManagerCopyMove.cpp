@@ -1,22 +1,28 @@
 // Copying and moving files and trees.
 
+#include <cerrno>
+
 #include "platform/darwin/paths/Containment.h"
-#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/Status.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSError;
 using foundation::RetainPtr;
+using quill::Operation;
+using quill::TreeOperation;
 
 namespace {
 
 // Clearing a destination that holds the source, or is a part of it, would destroy the source or that part. A link is
 // copied and moved as itself, so that nothing is a part of it.
-bool ClearingHarmsSource(const char* source, const char* destination) {
-  if (darwin::ItemContains(destination, source)) return true;
-  return !darwin::IsSymbolicLink(source) && darwin::ItemContains(source, destination);
+darwin::Error AskWhetherClearingHarms(const char* source, const char* destination, bool& harms) {
+  if (const darwin::Error error = darwin::ItemContains(destination, source, harms); error || harms) return error;
+  darwin::ItemStatus status;
+  if (const darwin::Error error = darwin::GetStatus(source, darwin::FinalLink::kItself, status)) return error;
+  return status.IsLink() ? darwin::Error() : darwin::ItemContains(source, destination, harms);
 }
 
 }  // namespace
@@ -33,34 +39,39 @@ bool OSXFileManager::_HandleClobber(OSXFileManager& manager, const QuillFileStri
   return !manager.FileExists(destination);
 }
 
-bool OSXFileManager::PrepareDestination(const QuillFileString& source, const QuillFileString& destination,
-                                        bool clobber) {
-  if (!FileExists(source)) return FailUnobserved(kQuillErrNotFound);
-  if (clobber && ClearingHarmsSource(source.getUTF8(), destination.getUTF8())) {
-    return FailUnobserved(kQuillErrCannotClearDestination);
-  }
+bool OSXFileManager::PrepareDestination(Operation& operation, const QuillFileString& source,
+                                        const QuillFileString& destination, bool clobber) {
+  if (!FileExists(source)) return operation.FailUnobserved(kQuillErrNotFound, ENOENT);
+  bool harms = false;
+  const auto doubt =
+      clobber ? AskWhetherClearingHarms(source.getUTF8(), destination.getUTF8(), harms) : darwin::Error();
+  if (doubt || harms) return operation.FailUnobserved(kQuillErrCannotClearDestination, doubt);
   // Replaces whatever a deletion recorded.
-  if (!_HandleClobber(*this, destination, clobber)) return FailUnobserved(kQuillErrCannotClearDestination);
+  if (!_HandleClobber(*this, destination, clobber)) {
+    return operation.FailUnobserved(kQuillErrCannotClearDestination, EEXIST);
+  }
   (void)DirEnsureEnclosingDir(destination);  // a directory that is still missing shows in the copy or move itself
   return true;
 }
 
 bool OSXFileManager::FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination, bool clobber) {
-  if (!source.getUTF8() || !destination.getUTF8()) return false;
-  if (!PrepareDestination(source, destination, clobber)) return false;
+  TreeOperation operation(*this, __func__, source, destination);
+  if (!source.getUTF8() || !destination.getUTF8()) return operation.FailWithoutText();
+  if (!PrepareDestination(operation, source, destination, clobber)) return false;
   RetainPtr<NSError> error;
   if (!fileManager->copyItemAtPath(PlatformString(source).get(), PlatformString(destination).get(), &error)) {
-    return Fail(OSXFileSystemUtils::_NSErrorToQuillErr(error.get()));
+    return operation.Fail(error.get());
   }
   return true;
 }
 
 bool OSXFileManager::FileOrDirMove(const QuillFileString& source, const QuillFileString& destination, bool clobber) {
-  if (!source.getUTF8() || !destination.getUTF8()) return false;
-  if (!PrepareDestination(source, destination, clobber)) return false;
+  TreeOperation operation(*this, __func__, source, destination);
+  if (!source.getUTF8() || !destination.getUTF8()) return operation.FailWithoutText();
+  if (!PrepareDestination(operation, source, destination, clobber)) return false;
   int code = kQuillErrNone;
   if (!OSXFileSystemUtils::_MoveItemAtPath(PlatformString(source).get(), PlatformString(destination).get(), code)) {
-    return Fail(code);
+    return operation.Fail(code, darwin::Error());  // a move knows its cause from the tree
   }
   return true;
 }

@@ -1,15 +1,15 @@
 // Deleting and renaming.
 
-#include <cerrno>
-
-#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/Changes.h"
+#include "platform/darwin/paths/Status.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSFileManager;
-using OSXFileSystemUtils::_PosixErrToQuillErr;
+using quill::Operation;
+using quill::TreeOperation;
 
 namespace {
 
@@ -28,44 +28,55 @@ QuillFileString RenameTarget(const QuillFileString& newName, const QuillFileStri
 }  // namespace
 
 bool OSXFileManager::FileDelete(const QuillFileString& path) {
-  if (darwin::unlink(path.getUTF8()) != 0) return Fail(_PosixErrToQuillErr(errno));
-  return true;
+  Operation operation(*this, __func__, path);
+  if (!path.getUTF8()) return operation.Fail(kQuillErrIO, darwin::Error());
+  const darwin::Error error = darwin::RemoveFile(path.getUTF8());
+  return error ? operation.Fail(error) : true;
 }
 
 bool OSXFileManager::FileRename(const QuillFileString& newName, const QuillFileString& path) {
-  if (newName.isEmpty() || path.isEmpty()) return false;
+  TreeOperation operation(*this, __func__, path, newName);
+  if (newName.isEmpty() || path.isEmpty()) return operation.FailWithoutText();
   const QuillFileString target = RenameTarget(newName, path);
   int code = kQuillErrNone;
   if (!OSXFileSystemUtils::_MoveItemAtPath(PlatformString(path).get(), PlatformString(target).get(), code)) {
-    return Fail(code);
+    return operation.Fail(code, darwin::Error());  // a move knows its cause from the tree
   }
   return true;
 }
 
 bool OSXFileManager::DirDelete(const QuillFileString& directory) {
-  if (!directory.getUTF8()) return false;
-  if (darwin::IsSymbolicLink(directory.getUTF8())) return OSXFileManager::FileDelete(directory);
-
+  TreeOperation operation(*this, __func__, directory);
   const auto text = PlatformString(directory);
-  if (text && text->canBeConvertedToASCII()) {
-    if (darwin::rmdir(directory.getUTF8()) != 0) return Fail(_PosixErrToQuillErr(errno));
-    return true;
+  if (!text) return operation.FailWithoutText();
+  darwin::ItemStatus status;
+  const bool isLink = !darwin::GetStatus(directory.getUTF8(), darwin::FinalLink::kItself, status) && status.IsLink();
+  if (isLink) return operation.Answer(OSXFileManager::FileDelete(directory));
+
+  if (text->canBeConvertedToASCII()) {
+    const darwin::Error error = darwin::RemoveDirectory(directory.getUTF8());
+    return error ? operation.Fail(error) : true;
   }
 
   // A name outside ASCII takes the platform's way, on which a file is removed as well.
   auto* const shared = NSFileManager::defaultManager();
   bool isDirectory = false;
   const bool exists = shared->fileExistsAtPath(text.get(), &isDirectory);
-  if (exists && isDirectory && shared->directoryHasContentsAtPath(text.get())) return Fail(kQuillErrDirNotEmpty);
+  if (exists && isDirectory && shared->directoryHasContentsAtPath(text.get())) {
+    return operation.Fail(kQuillErrDirNotEmpty, ENOTEMPTY);
+  }
   int code = kQuillErrNone;
-  if (!OSXFileSystemUtils::_RemoveItemAtPath(text.get(), code)) return Fail(code);
+  if (!OSXFileSystemUtils::_RemoveItemAtPath(text.get(), code)) return operation.Fail(code, darwin::Error());
   return true;
 }
 
 bool OSXFileManager::DirDeleteWithContents(const QuillFileString& path) {
-  if (!path.getUTF8()) return false;
-  if (!FileExists(path)) return FailUnobserved(kQuillErrNotFound);
+  TreeOperation operation(*this, __func__, path);
+  if (!path.getUTF8()) return operation.FailWithoutText();
+  if (!FileExists(path)) return operation.FailUnobserved(kQuillErrNotFound, ENOENT);
   int code = kQuillErrNone;
-  if (!OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), code)) return Fail(code);
+  if (!OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), code)) {
+    return operation.Fail(code, darwin::Error());  // a removal knows its cause from the tree
+  }
   return true;
 }

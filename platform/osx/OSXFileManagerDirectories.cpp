@@ -1,9 +1,10 @@
 // Ensuring a directory chain.
 
+#include <cerrno>
+
 #include "platform/darwin/paths/Inheritance.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
-#include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSError;
@@ -28,19 +29,19 @@ Ownership OwnershipOf(const NSString* directory, NSFinalLink finalLink) {
 Ownership Inherit(const Ownership& parent, const NSString* directory, const std::timespec& beginning) {
   const auto own = OwnershipOf(directory, NSFinalLink::kItself);
   if (!parent || !own || *parent == *own) return own;
-  const bool all = darwin::InheritOwnership(directory->fileSystemRepresentation(), beginning) == 0;
-  return all ? parent : OwnershipOf(directory, NSFinalLink::kItself);
+  const bool isRefused = static_cast<bool>(darwin::InheritOwnership(directory->fileSystemRepresentation(), beginning));
+  return isRefused ? OwnershipOf(directory, NSFinalLink::kItself) : parent;
 }
 
 }  // namespace
 
 bool OSXFileManager::DirEnsure(const QuillFileString& directory) {
-  if (directory.isEmpty()) return false;
-  bool isDirectory = false;
-  if (_FileExists(directory, &isDirectory)) return isDirectory;
-
+  quill::Operation operation(*this, __func__, directory);
   const auto text = PlatformString(directory);
-  if (!text) return false;
+  if (!text || directory.isEmpty()) return operation.FailWithoutText();
+  bool isDirectory = false;
+  if (_FileExists(directory, &isDirectory)) return isDirectory || operation.FailSilently(ENOTDIR);
+
   auto ensured = NSString::stringWithUTF8String("");
   const auto here = NSString::stringWithUTF8String(".");
   const auto beginning = darwin::TimeOfNewItems();
@@ -49,13 +50,13 @@ bool OSXFileManager::DirEnsure(const QuillFileString& directory) {
     auto candidate = ensured->stringByAppendingPathComponent(component);
     // Nothing can be missing from a directory that did not exist a moment ago, so only creation is tried there.
     bool exists = !inherited && fileManager->fileExistsAtPath(candidate.get(), &isDirectory);
-    if (exists && !isDirectory) return false;
+    if (exists && !isDirectory) return operation.FailSilently(ENOTDIR);
 
     RetainPtr<NSError> error;
     if (!exists && !fileManager->createDirectoryAtPath(candidate.get(), &error)) {
       // Somebody else may have been quicker.
       exists = fileManager->fileExistsAtPath(candidate.get(), &isDirectory) && isDirectory;
-      if (!exists) return Fail(OSXFileSystemUtils::_NSErrorToQuillErr(error.get()));
+      if (!exists) return operation.Fail(error.get());
     }
     if (exists) {
       inherited.reset();

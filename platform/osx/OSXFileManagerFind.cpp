@@ -1,10 +1,13 @@
 // Listing a directory, and the volumes.
 
+#include <cassert>
 #include <memory>
 
 #include "platform/osx/OSXFileIterator.h"
-#include "platform/osx/OSXFileManager.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
+
+using quill::Operation;
 
 namespace {
 
@@ -16,15 +19,25 @@ IFileIterator* IteratorOf(QuillFileFindRef* handle) { return reinterpret_cast<IF
 }  // namespace
 
 QuillFileFindRef* OSXFileManager::FindFirst(const QuillFileString& directory, FindFileInfo& info) {
-  if (!_FileExists(directory, nullptr)) return nullptr;
+  Operation operation(*this, __func__, directory);
   auto iterator = std::make_unique<OSXFileIterator>();
-  if (!iterator->Init(directory)) return nullptr;
-  if (!iterator->GetNextItem(&info)) return nullptr;
-  return HandleFrom(iterator.release());
+  foundation::RetainPtr<foundation::NSError> error;
+  if (!iterator->Init(directory, &error)) {
+    (void)operation.FailSilently(error.get());
+    return nullptr;
+  }
+  if (iterator->GetNextItem(&info)) return HandleFrom(iterator.release());
+  if (iterator->error()) (void)operation.FailSilently(iterator->error());
+  return nullptr;
 }
 
 bool OSXFileManager::FindNext(QuillFileFindRef* handle, FindFileInfo& info) {
-  return IteratorOf(handle)->GetNextItem(&info);
+  assert(handle && "a listing that FindFirst or FindFirstRoot has begun");
+  Operation operation(*this, __func__);
+  // Every handle of this manager's is one of its own iterators.
+  auto* const iterator = static_cast<quill::LayerIterator*>(IteratorOf(handle));
+  if (iterator->GetNextItem(&info)) return true;
+  return iterator->error() ? operation.FailSilently(iterator->error()) : false;
 }
 
 bool OSXFileManager::FindClose(QuillFileFindRef* handle) {

@@ -1,18 +1,18 @@
 // Symbolic links: telling, making, reading, resolving one step.
 
 #include <array>
-#include <cerrno>
 
-#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/Creating.h"
+#include "platform/darwin/paths/Status.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSFileManager;
-using foundation::NSFileType;
 using foundation::NSFinalLink;
 using OSXFileSystemUtils::_PosixErrToQuillErr;
+using quill::Operation;
 
 namespace {
 
@@ -24,21 +24,25 @@ bool OSXFileManager::FileIsSymLink(const QuillFileString& path) {
   const auto text = PlatformString(path);
   if (!text) return false;
   const auto attributes = fileManager->attributesOfItemAtPath(text.get(), NSFinalLink::kItself);
-  return attributes && attributes->fileType() == NSFileType::kSymbolicLink;
+  return attributes && attributes->isSymbolicLink();
 }
 
 bool OSXFileManager::FileCreateSymLink(const QuillFileString& target, const QuillFileString& link) {
-  if (!target.getUTF8() || !link.getUTF8()) return FailUnobserved(kQuillErrIO);
-  if (darwin::symlink(target.getUTF8(), link.getUTF8()) != 0) return FailUnobserved(_PosixErrToQuillErr(errno));
-  return true;
+  Operation operation(*this, __func__, link, target);
+  if (!target.getUTF8() || !link.getUTF8()) return operation.FailUnobserved(kQuillErrIO, darwin::Error());
+  const darwin::Error error = darwin::MakeSymbolicLink(target.getUTF8(), link.getUTF8());
+  return error ? operation.FailUnobserved(_PosixErrToQuillErr(error.posix()), error) : true;
 }
 
 bool OSXFileManager::FileReadSymLink(const QuillFileString& link, QuillFileString& target) {
-  if (!link.getUTF8()) return FailUnobserved(kQuillErrIO);
+  Operation operation(*this, __func__, link);
+  if (!link.getUTF8()) return operation.FailUnobserved(kQuillErrIO, darwin::Error());
   std::array<char, kLongestLinkText + 1> text;
-  const long length = darwin::readlink(link.getUTF8(), text.data(), kLongestLinkText);
-  if (length < 0) return FailUnobserved(_PosixErrToQuillErr(errno));
-  text[static_cast<std::size_t>(length)] = '\0';
+  std::size_t length = 0;
+  if (const darwin::Error error = darwin::ReadLinkText(link.getUTF8(), text.data(), kLongestLinkText, length)) {
+    return operation.FailUnobserved(_PosixErrToQuillErr(error.posix()), error);
+  }
+  text[length] = '\0';
   target.setUTF8(text.data());
   return true;
 }

@@ -1,19 +1,20 @@
 // Opening files: a path and flags become a file object.
 
+#include <cerrno>
 #include <memory>
 
-#include "platform/foundation/NSData.h"
 #include "platform/foundation/NSException.h"
 #include "platform/foundation/NSFileHandle.h"
 #include "platform/foundation/NSFileManager.h"
 #include "platform/osx/FILEWrapper.h"
-#include "platform/osx/OSXFileManager.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
-using foundation::NSData;
+using foundation::NSError;
 using foundation::NSFileHandle;
 using foundation::NSString;
 using foundation::RetainPtr;
+using quill::Operation;
 
 namespace {
 
@@ -32,45 +33,58 @@ void EmptyFile(const NSString* path) {
   }
 }
 
-RetainPtr<NSFileHandle> OpenHandle(const NSString* path, unsigned int flags) {
+RetainPtr<NSFileHandle> OpenHandle(const NSString* path, unsigned int flags, RetainPtr<NSError>* error) {
   const bool reads = (flags & kQuillOpenRead) != 0;
   const bool writes = (flags & kQuillOpenWrite) != 0;
-  if (reads && writes) return NSFileHandle::fileHandleForUpdatingAtPath(path);
-  if (writes) return NSFileHandle::fileHandleForWritingAtPath(path);
-  if (reads) return NSFileHandle::fileHandleForReadingAtPath(path);
+  if (reads && writes) return NSFileHandle::fileHandleForUpdatingAtPath(path, error);
+  if (writes) return NSFileHandle::fileHandleForWritingAtPath(path, error);
+  if (reads) return NSFileHandle::fileHandleForReadingAtPath(path, error);
   return nullptr;
+}
+
+// What could be opened exists, so whether it does is asked only when it could not. Many reasons have no code.
+void ReportNoHandle(Operation& operation, const NSString* path, unsigned int flags, const NSError* reason) {
+  auto* const shared = foundation::NSFileManager::defaultManager();
+  const auto cause = quill::CauseOf(reason);
+  if (!shared->fileExistsAtPath(path)) return (void)operation.Fail(kQuillErrNotFound, cause);
+  const bool refused = ((flags & kQuillOpenRead) && !shared->isReadableFileAtPath(path)) ||
+                       ((flags & kQuillOpenWrite) && !shared->isWritableFileAtPath(path));
+  (void)(refused ? operation.Fail(kQuillErrAccessDenied, cause) : operation.FailSilently(cause));  // all are false
 }
 
 }  // namespace
 
 IQuillFileReadWriteTemp* OSXFileManager::FileOpen(const QuillFileString& path, unsigned int flags) {
-  if (FileIsDir(path)) {
-    SetLastError(kQuillErrNotAFile);
-    return nullptr;
-  }
-  return _FileOpen(path, flags);
+  Operation operation(*this, __func__, path);
+  if (!FileIsDir(path)) return operation.Answer(_FileOpen(path, flags));
+  (void)operation.Fail(kQuillErrNotAFile, EISDIR);
+  return nullptr;
 }
 
 IQuillFileReadOnly* OSXFileManager::FileOpenReadOnly(const QuillFileString& path) {
-  return _FileOpen(path, kQuillOpenRead);
+  Operation operation(*this, __func__, path);
+  return operation.Answer(_FileOpen(path, kQuillOpenRead));
 }
 
 IQuillFileAppendOnly* OSXFileManager::FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) {
+  Operation operation(*this, __func__, path);
   const unsigned int emptied = truncate == kQuillTruncateOnOpen ? kQuillOpenTruncate : 0u;
-  return _FileOpen(path, kAppendFlags | emptied);
+  return operation.Answer(_FileOpen(path, kAppendFlags | emptied));
 }
 
 IQuillFileReadWriteTemp* OSXFileManager::FileOpenTemp() {
+  Operation operation(*this, __func__);
   QuillFileString chosenByTheHost;
-  FILEWrapper* file = _FileOpen(chosenByTheHost, kTempFlags);
+  FILEWrapper* const file = operation.Answer(_FileOpen(chosenByTheHost, kTempFlags));
   if (file) file->setAutoDelete(true);
   return file;
 }
 
 FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigned int flags) {
   QuillFileString path(requested);
-  if (!ValidateFileOpenFlags(flags)) return nullptr;
-  if ((flags & kQuillOpenTemp) && !FileGetTempPath(path)) return nullptr;
+  Operation operation(*this, __func__, path);
+  if (!ValidateFileOpenFlags(flags)) return operation.FailSilently(EINVAL), nullptr;
+  if ((flags & kQuillOpenTemp) && !FileGetTempPath(path)) return operation.FailAsCalled(), nullptr;
 
   const auto fileObject = [&](NSFileHandle& handle) {
     if (flags & kQuillOpenAppend) (void)handle.seekToEndOfFile();
@@ -78,8 +92,8 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
   };
   auto text = PlatformString(path);
   if (!(flags & kChangingFlags)) {
-    // What opens exists and need not be asked about; what does not open takes every step.
-    if (const auto handle = OpenHandle(text.get(), flags)) return fileObject(*handle);
+    // If it opens, it exists; only a failed open takes the long way.
+    if (const auto handle = OpenHandle(text.get(), flags, nullptr)) return fileObject(*handle);
   }
   bool exists = fileManager->fileExistsAtPath(text.get());
   if (!exists && (flags & kQuillOpenRead) && !(flags & kQuillOpenWrite)) {
@@ -89,26 +103,16 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
     exists = fileManager->fileExistsAtPath(text.get());
   }
 
+  RetainPtr<NSError> error;
   if (exists && (flags & kQuillOpenTruncate)) EmptyFile(text.get());
-  if (!exists && (flags & kQuillOpenCreate) && !fileManager->createFileAtPath(text.get())) {
-    SetLastError(kQuillErrIO);
-    return nullptr;
+  if (!exists && (flags & kQuillOpenCreate) && !fileManager->createFileAtPath(text.get(), &error)) {
+    return operation.Fail(kQuillErrIO, quill::CauseOf(error.get())), nullptr;
   }
 
-  const auto handle = OpenHandle(text.get(), flags);
-  if (!handle) {
-    RecordWhyNoHandle(text.get(), flags);
-    return nullptr;
-  }
-  return fileObject(*handle);
-}
-
-// What could be opened exists, so whether it does is asked only now. Many reasons have no code.
-void OSXFileManager::RecordWhyNoHandle(const NSString* path, unsigned int flags) {
-  if (!fileManager->fileExistsAtPath(path)) return SetLastError(kQuillErrNotFound);
-  const bool refused = ((flags & kQuillOpenRead) && !fileManager->isReadableFileAtPath(path)) ||
-                       ((flags & kQuillOpenWrite) && !fileManager->isWritableFileAtPath(path));
-  if (refused) SetLastError(kQuillErrAccessDenied);
+  const auto handle = OpenHandle(text.get(), flags, &error);
+  if (handle) return fileObject(*handle);
+  ReportNoHandle(operation, text.get(), flags, error.get());
+  return nullptr;
 }
 
 bool OSXFileManager::FileGetPOSIXPath(const QuillFileString& path, QuillFileString& result) {
@@ -121,20 +125,23 @@ bool OSXFileManager::FileGetPOSIXPath(const QuillFileString& path, QuillFileStri
 }
 
 bool OSXFileManager::_FileCreate(const QuillFileString& path) {
-  if (!path.getUTF8()) return false;
-  if (!NSData{}.writeToFile(PlatformString(path).get())) return Fail(kQuillErrIO);
-  return true;
+  Operation operation(*this, __func__, path);
+  if (!path.getUTF8()) return operation.FailWithoutText();
+  RetainPtr<NSError> error;
+  const bool isMade = fileManager->createFileAtPath(PlatformString(path).get(), &error, /*empties=*/true);
+  return isMade || operation.Fail(kQuillErrIO, quill::CauseOf(error.get()));
 }
 
 bool OSXFileManager::FileGetLSize(const QuillFileString& path, unsigned long long& size) {
+  Operation operation(*this, __func__, path);
   const std::unique_ptr<IQuillFileReadOnly> file(FileOpenReadOnly(path));
   if (!file) {
-    if (!FileIsDir(path)) return false;
+    if (!FileIsDir(path)) return operation.FailAsCalled();
     size = 0;
     return true;
   }
   long long known = 0;
-  if (!file->Size(known)) return false;
+  if (!file->Size(known)) return operation.FailSilently(darwin::Error());
   size = static_cast<unsigned long long>(known);
   return true;
 }

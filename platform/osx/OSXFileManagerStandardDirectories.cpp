@@ -1,47 +1,55 @@
 // Where the user's standard directories are.
 
+#include <cerrno>
+#include <utility>
+
 #include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSStandardDirectories.h"
-#include "platform/osx/OSXFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSHomeDirectory;
 using foundation::NSSearchPathDirectory;
 using foundation::NSString;
+using quill::Operation;
 
 namespace {
 
 // Where the platform has no answer the result stays untouched.
-bool Store(const NSString* directory, QuillFileString& result) {
-  if (!directory) return false;
+bool Store(Operation&& operation, const NSString* directory, QuillFileString& result) {
+  if (!directory) return operation.FailSilently(ENOENT);
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(directory, result, /*normalize=*/true);
 }
 
-bool StoreSearchPath(NSSearchPathDirectory kind, QuillFileString& result) {
-  return Store(foundation::NSSearchPathForDirectoryInUserDomain(kind).get(), result);
+bool StoreSearchPath(Operation&& operation, NSSearchPathDirectory kind, QuillFileString& result) {
+  return Store(std::move(operation), foundation::NSSearchPathForDirectoryInUserDomain(kind).get(), result);
 }
 
 }  // namespace
 
-bool OSXFileManager::DirGetUserHomePath(QuillFileString& directory) { return OSXFileManager::DirGetUser(directory); }
+bool OSXFileManager::DirGetUserHomePath(QuillFileString& directory) {
+  return Store({*this, __func__}, NSHomeDirectory().get(), directory);
+}
 
-bool OSXFileManager::DirGetUser(QuillFileString& directory) { return Store(NSHomeDirectory().get(), directory); }
+bool OSXFileManager::DirGetUser(QuillFileString& directory) {
+  return Store({*this, __func__}, NSHomeDirectory().get(), directory);
+}
 
 bool OSXFileManager::DirGetCurrent(QuillFileString& directory) {
   const auto current = fileManager->currentDirectoryPath();
-  if (current && current->view() == "/") return Store(NSHomeDirectory().get(), directory);
-  return Store(current.get(), directory);
+  const bool isRoot = current && current->view() == "/";
+  return Store({*this, __func__}, isRoot ? NSHomeDirectory().get() : current.get(), directory);
 }
 
 bool OSXFileManager::DirGetDesktop(QuillFileString& directory) {
-  return StoreSearchPath(NSSearchPathDirectory::kDesktop, directory);
+  return StoreSearchPath({*this, __func__}, NSSearchPathDirectory::kDesktop, directory);
 }
 
 bool OSXFileManager::DirGetDocuments(QuillFileString& directory) {
-  return StoreSearchPath(NSSearchPathDirectory::kDocument, directory);
+  return StoreSearchPath({*this, __func__}, NSSearchPathDirectory::kDocument, directory);
 }
 
 bool OSXFileManager::DirGetCache(QuillFileString& directory) {
-  return StoreSearchPath(NSSearchPathDirectory::kCaches, directory);
+  return StoreSearchPath({*this, __func__}, NSSearchPathDirectory::kCaches, directory);
 }

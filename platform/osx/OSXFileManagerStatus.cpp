@@ -1,11 +1,16 @@
-// What stands at a path.
+// What is at a path.
+
+#include <cerrno>
 
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
+using foundation::NSError;
 using foundation::NSFileManager;
 using foundation::NSFinalLink;
+using foundation::RetainPtr;
+using quill::Operation;
 
 namespace {
 
@@ -26,37 +31,35 @@ bool OSXFileManager::FileIsDir(const QuillFileString& path) {
 }
 
 bool OSXFileManager::FileGetSize(const QuillFileString& path, long long& size) {
+  Operation operation(*this, __func__, path);
   const auto text = PlatformString(path);
-  if (!text) return false;
-  const auto attributes = fileManager->attributesOfItemAtPath(text.get(), NSFinalLink::kTarget);
-  if (!attributes) return false;
+  if (!text) return operation.FailWithoutText();
+  RetainPtr<NSError> error;
+  const auto attributes = fileManager->attributesOfItemAtPath(text.get(), NSFinalLink::kTarget, &error);
+  if (!attributes) return operation.FailSilently(error.get());
   size = attributes->fileSize();
   return true;
 }
 
 bool OSXFileManager::FileGetDates(const QuillFileString& path, double& created, double& modified) {
-  if (!path.getUTF8()) return false;
-  const auto attributes = fileManager->attributesOfItemAtPath(PlatformString(path).get(), NSFinalLink::kTarget);
-  if (!attributes) return Fail(kQuillErrNotFound);
-
-  const auto createdOn = attributes->creationDate();
-  const auto modifiedOn = attributes->modificationDate();
-  if (!createdOn || !modifiedOn) return Fail(kQuillErrNotFound);
-
-  created = *createdOn * kMillisecondsPerSecond;
-  modified = *modifiedOn * kMillisecondsPerSecond;
+  Operation operation(*this, __func__, path);
+  if (!path.getUTF8()) return operation.FailWithoutText();
+  RetainPtr<NSError> error;
+  const auto attributes = fileManager->attributesOfItemAtPath(PlatformString(path).get(), NSFinalLink::kTarget, &error);
+  if (!attributes) return operation.Fail(kQuillErrNotFound, quill::CauseOf(error.get()));
+  created = attributes->creationDate() * kMillisecondsPerSecond;
+  modified = attributes->modificationDate() * kMillisecondsPerSecond;
   return true;
 }
 
 unsigned int OSXFileManager::FileGetCreator(const QuillFileString& path) {
-  if (!path.getUTF8()) return 0;
-  const auto attributes = fileManager->attributesOfItemAtPath(PlatformString(path).get(), NSFinalLink::kTarget);
+  Operation operation(*this, __func__, path);
+  if (!path.getUTF8()) return operation.FailWithoutText(), 0;
+  RetainPtr<NSError> error;
+  const auto attributes = fileManager->attributesOfItemAtPath(PlatformString(path).get(), NSFinalLink::kTarget, &error);
   const auto creator = attributes ? attributes->hfsCreatorCode() : std::nullopt;
-  if (!creator) {
-    SetLastError(kQuillErrNotFound);
-    return 0;
-  }
-  return static_cast<unsigned int>(*creator);
+  if (creator) return static_cast<unsigned int>(*creator);
+  return operation.Fail(kQuillErrNotFound, attributes ? darwin::Error(ENODATA) : quill::CauseOf(error.get())), 0;
 }
 
 int OSXFileManager::FileGetEffectivePermissions(const QuillFileString& path) {
@@ -71,14 +74,18 @@ int OSXFileManager::FileGetEffectivePermissions(const QuillFileString& path) {
 }
 
 bool OSXFileManager::FileGetDiskSpace(const QuillFileString& path, double& freeBytes, double& totalBytes) {
-  const auto volume = NSFileManager::defaultManager()->attributesOfFileSystemForPath(PlatformString(path).get());
-  if (!volume) return false;
+  Operation operation(*this, __func__, path);
+  RetainPtr<NSError> error;
+  const auto volume =
+      NSFileManager::defaultManager()->attributesOfFileSystemForPath(PlatformString(path).get(), &error);
+  if (!volume) return operation.FailSilently(error.get());
   totalBytes = volume->systemSize;
   freeBytes = volume->systemFreeSize;
   return true;
 }
 
 bool OSXFileManager::FileGetSpaceAvailable(const QuillFileString& path, double& freeBytes) {
+  Operation operation(*this, __func__, path);
   double unwanted = 0;
-  return FileGetDiskSpace(path, freeBytes, unwanted);
+  return operation.Answer(FileGetDiskSpace(path, freeBytes, unwanted));
 }

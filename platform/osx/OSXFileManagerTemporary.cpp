@@ -1,15 +1,16 @@
 // Making temporary items.
 
-#include <cstring>
-#include <memory>
+#include <cerrno>
 #include <new>
+#include <string>
 
-#include "platform/darwin/paths/PathCalls.h"
+#include "platform/darwin/paths/Creating.h"
 #include "platform/foundation/NSFileManager.h"
-#include "platform/osx/OSXFileManager.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSFileManager;
+using quill::Operation;
 
 namespace {
 
@@ -17,59 +18,50 @@ constexpr const char* kTemplate = "QuillTmp.XXXXXX";
 constexpr unsigned kFilePermissions = 0644;
 constexpr unsigned kDirectoryPermissions = 0755;
 
-// Null when there is no memory.
-std::unique_ptr<char[]> WritableCopy(const foundation::NSString& text) {
-  const auto size = text.view().size() + 1;
-  std::unique_ptr<char[]> copy(new (std::nothrow) char[size]);
-  if (copy) std::memcpy(copy.get(), text.fileSystemRepresentation(), size);
-  return copy;
-}
-
-bool MakeDirectory(char* name, QuillFileString& result) {
-  const char* made = darwin::mkdtemp(name);
-  if (!made) return false;
-  result.setUTF8(made);
-  return true;
-}
-
-bool MakeFile(char* name, QuillFileString& result) {
-  const int descriptor = darwin::mkstemp(name);
-  if (descriptor == -1) return false;
-  (void)darwin::close(descriptor);  // nothing was written
-  const auto text = NSFileManager::defaultManager()->stringWithFileSystemRepresentation(name, std::strlen(name));
-  if (!text) return false;
-  result.setUTF8(text->UTF8String());
-  return true;
+darwin::Error MakeItem(std::string& pathTemplate, bool isDirectory) {
+  if (isDirectory) return darwin::MakeTemporaryDirectoryAt(pathTemplate);
+  darwin::FileDescriptor file;  // nothing is written
+  return darwin::MakeTemporaryFileAt(pathTemplate, file);
 }
 
 }  // namespace
 
-bool OSXFileManager::FileCreateTemp(QuillFileString& path) { return _FileOrDirCreateTemp(path, /*isDirectory=*/false); }
+bool OSXFileManager::FileCreateTemp(QuillFileString& path) {
+  Operation operation(*this, __func__);
+  return operation.Answer(_FileOrDirCreateTemp(path, /*isDirectory=*/false));
+}
 
-bool OSXFileManager::DirCreateTemp(QuillFileString& path) { return _FileOrDirCreateTemp(path, /*isDirectory=*/true); }
+bool OSXFileManager::DirCreateTemp(QuillFileString& path) {
+  Operation operation(*this, __func__);
+  return operation.Answer(_FileOrDirCreateTemp(path, /*isDirectory=*/true));
+}
 
 bool OSXFileManager::FileCreateTempInDir(const QuillFileString& directory, QuillFileString& path) {
-  if (!DirEnsure(directory)) return false;
-  return _FileOrDirCreateTempInDir(directory, path, /*isDirectory=*/false);
+  Operation operation(*this, __func__, directory);
+  if (!DirEnsure(directory)) return operation.FailAsCalled();
+  return operation.Answer(_FileOrDirCreateTempInDir(directory, path, /*isDirectory=*/false));
 }
 
 bool OSXFileManager::DirCreateTempInDir(const QuillFileString& directory, QuillFileString& path) {
-  return _FileOrDirCreateTempInDir(directory, path, /*isDirectory=*/true);
+  Operation operation(*this, __func__, directory);
+  return operation.Answer(_FileOrDirCreateTempInDir(directory, path, /*isDirectory=*/true));
 }
 
 bool OSXFileManager::_FileOrDirCreateTemp(QuillFileString& result, bool isDirectory) {
+  Operation operation(*this, __func__);
   QuillFileString directory;
-  if (!DirGetTemp(directory)) return false;
-  return _FileOrDirCreateTempInDir(directory, result, isDirectory);
+  if (!DirGetTemp(directory)) return operation.FailAsCalled();
+  return operation.Answer(_FileOrDirCreateTempInDir(directory, result, isDirectory));
 }
 
 bool OSXFileManager::_FileOrDirCreateTempInDir(const QuillFileString& directory, QuillFileString& result,
                                                bool isDirectory) {
+  Operation operation(*this, __func__, directory);
   const auto directoryText = PlatformString(directory);
-  if (!directoryText) return false;
-  const auto name = WritableCopy(*directoryText->stringByAppendingPathComponent(kTemplate));
-  if (!name) return Fail(kQuillErrIO);
-  if (!(isDirectory ? MakeDirectory(name.get(), result) : MakeFile(name.get(), result))) return Fail(kQuillErrIO);
+  if (!directoryText) return operation.FailWithoutText();
+  std::string path(directoryText->stringByAppendingPathComponent(kTemplate)->view());
+  if (const darwin::Error error = MakeItem(path, isDirectory)) return operation.Fail(kQuillErrIO, error);
+  result.setUTF8(path.c_str());
 
   const unsigned permissions = isDirectory ? kDirectoryPermissions : kFilePermissions;
   // The item is usable with the mode it was made with, too.

@@ -1,17 +1,19 @@
 // Paths to file URLs and back, in the current and the earlier form.
 
-#include "platform/foundation/NSCharacterSet.h"
-#include "platform/foundation/NSURL.h"
-#include "platform/osx/OSXFileManager.h"
-#include "platform/osx/PlatformString.h"
-
+#include <cerrno>
 #include <cstring>
 #include <string_view>
+
+#include "platform/foundation/NSCharacterSet.h"
+#include "platform/foundation/NSURL.h"
+#include "platform/osx/Operation.h"
+#include "platform/osx/PlatformString.h"
 
 using foundation::NSCharacterSet;
 using foundation::NSString;
 using foundation::NSURL;
 using foundation::RetainPtr;
+using quill::Operation;
 
 namespace {
 
@@ -60,6 +62,11 @@ const char* PathInFileUrl(const NSString& decoded) {
   return path == "/" || !path.ends_with('/') ? path.data() : nullptr;
 }
 
+/// Text that is not UTF-8, or an escape that is none.
+bool FailFor(Operation& operation, const QuillFileString& input) {
+  return input.getUTF8() ? operation.FailSilently(EILSEQ) : operation.FailWithoutText();
+}
+
 // Text that is no URL leaves the path without text.
 bool StorePath(const NSString* encoded, QuillFileString& path) {
   const auto url = NSURL::URLWithString(encoded);
@@ -78,31 +85,34 @@ bool HasSuperfluousSlash(const NSString& url) {
 }  // namespace
 
 bool OSXFileManager::FileGetPathUrl(const QuillFileString& path, QuillFileString& url) {
+  Operation operation(*this, __func__, path);
   const auto whole = FileUrlText(path);
-  if (!whole) return false;
+  if (!whole) return FailFor(operation, path);
   // A control character is left unencoded and makes no URL; the result then has no text. Anything else is a URL.
   url.setUTF8(HasControlCharacter(whole->view()) ? nullptr : whole->UTF8String());
   return true;
 }
 
 bool OSXFileManager::FileGetUrlPath(const QuillFileString& url, QuillFileString& path) {
+  Operation operation(*this, __func__, url);
   const auto decoded = Decoded(url);
-  if (!decoded) return false;
+  if (!decoded) return FailFor(operation, url);
   const char* const plainPath = HasControlCharacter(decoded->view()) ? nullptr : PathInFileUrl(*decoded);
   if (plainPath) {
     path.setUTF8(plainPath);
     return true;
   }
   const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInFileUrls);
-  if (!encoded) return false;
+  if (!encoded) return FailFor(operation, url);
   return StorePath(encoded->stringByReplacingOccurrencesOfString("%3A//", "://").get(), path);
 }
 
 bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, QuillFileString& url) {
+  Operation operation(*this, __func__, path);
   const auto text = NSString::stringWithUTF8String(path.getUTF8());
-  if (!text) return false;
+  if (!text) return FailFor(operation, path);
   const auto fileUrl = NSURL::fileURLWithPath(text->stringByExpandingTildeInPath().get());
-  if (!fileUrl) return false;
+  if (!fileUrl) return FailFor(operation, path);
   const NSString& whole = *fileUrl->absoluteString();
   const auto length = whole.view().size() - (HasSuperfluousSlash(whole) ? 1 : 0);
   url.setUTF8(whole.substringToIndex(length)->UTF8String());
@@ -110,13 +120,14 @@ bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, Quill
 }
 
 bool OSXFileManager::FileGetUrlPathPreVeranda(const QuillFileString& url, QuillFileString& path) {
+  Operation operation(*this, __func__, url);
   const auto decoded = Decoded(url);
-  if (!decoded) return false;
+  if (!decoded) return FailFor(operation, url);
   if (const char* const plainPath = PathInFileUrl(*decoded)) {
     path.setUTF8(plainPath);
     return true;
   }
   const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInQueries);
-  if (!encoded) return false;
+  if (!encoded) return FailFor(operation, url);
   return StorePath(encoded->stringByReplacingOccurrencesOfString("?", "%3F").get(), path);
 }

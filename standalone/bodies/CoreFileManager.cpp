@@ -4,16 +4,14 @@
 #include <cstdlib>
 #include <sstream>
 #include <string>
-#include <string_view>
 
-#include "platform/darwin/paths/DirectoryCalls.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/paths/Creating.h"
 #include "platform/darwin/paths/ExtendedAttributes.h"
-#include "platform/darwin/paths/PathCalls.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "standalone/BaseDirectories.h"
 
 namespace darwin = quill::darwin;
-using quill::LeafOf;
 
 namespace {
 
@@ -22,11 +20,10 @@ namespace {
 constexpr char kOriginAttribute[] = "user.xdg.origin.url";
 constexpr char kReferrerAttribute[] = "user.xdg.referrer.url";
 
-/// Records the reason, unless \p posixError is 0, and tells whether it was.
-bool Succeeded(CoreFileManager& manager, int posixError) {
-  if (posixError == 0) return true;
-  manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(posixError));
-  return false;
+/// Records why, if it is a failure, and answers whether it is none.
+bool Succeeded(CoreFileManager& manager, darwin::Error error) {
+  if (error) manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(error.posix()));
+  return !error;
 }
 
 /// Gives \p directory with \p leaf in it, if that is a directory.
@@ -42,9 +39,7 @@ bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileStr
   const char* value = std::getenv("XDG_DATA_DIRS");
   std::istringstream list(value && *value ? value : "/usr/local/share:/usr/share");
   for (std::string entry; std::getline(list, entry, ':');) {
-    QuillFileString directory;
-    directory.setUTF8(entry.c_str());
-    if (entry.starts_with('/') && FindDirectoryIn(manager, directory, leaf, found)) return true;
+    if (entry.starts_with('/') && FindDirectoryIn(manager, quill::PathFrom(entry), leaf, found)) return true;
   }
   return false;
 }
@@ -54,14 +49,13 @@ bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileStr
 CoreFileManager::~CoreFileManager() = default;
 
 bool CoreFileManager::DirGetLogDir(QuillFileString& directory) {
-  return quill::EnsureProgramDirectory(*this, quill::kStateDirectory, directory);
+  return quill::EnsureProgramDirectory(*this, quill::StateDirectory(*this), directory);
 }
 
 bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileString& name, QuillFileString& location) {
-  const QuillFileString leaf = LeafOf(name);
-  if (leaf.isEmpty()) return false;
-  const std::string_view leafText = leaf.getUTF8();
-  if (leafText == "." || leafText == "..") {
+  const std::string leaf = quill::LeafOf(name);
+  if (leaf.empty()) return false;
+  if (leaf == "." || leaf == "..") {
     SetLastError(kQuillErrIllegalPath);
     return false;
   }
@@ -69,7 +63,7 @@ bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileSt
   if (!DirGetTemp(result)) return false;
   result.appendLeaf(("quill-" + std::to_string(darwin::EffectiveUser())).c_str());
   if (!Succeeded(*this, darwin::EnsurePrivateDirectory(result.getUTF8()))) return false;
-  result.appendLeaf(leaf);
+  result.appendLeaf(leaf.c_str());
   location = result;
   return true;
 }
@@ -87,13 +81,15 @@ bool CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& pa
   // The origin is the mark, so it is set even when the address is not known.
   const char* origin = source.isEmpty() ? "" : source.getUTF8();
   if (!Succeeded(*this, darwin::SetExtendedAttribute(text, kOriginAttribute, origin))) return false;
-  const int error = referrer.isEmpty() ? darwin::RemoveExtendedAttribute(text, kReferrerAttribute)
-                                       : darwin::SetExtendedAttribute(text, kReferrerAttribute, referrer.getUTF8());
+  const darwin::Error error = referrer.isEmpty()
+                                  ? darwin::RemoveExtendedAttribute(text, kReferrerAttribute)
+                                  : darwin::SetExtendedAttribute(text, kReferrerAttribute, referrer.getUTF8());
   return Succeeded(*this, error);
 }
 
 bool CoreFileManager::GetDownloadedStatus(const QuillFileString& path) {
-  return path.getUTF8() && darwin::HasExtendedAttribute(path.getUTF8(), kOriginAttribute);
+  std::size_t length = 0;
+  return path.getUTF8() && !darwin::GetExtendedAttribute(path.getUTF8(), kOriginAttribute, nullptr, 0, length);
 }
 
 bool CoreFileManager::IsProtectedModeIE() { return false; }
@@ -134,7 +130,7 @@ bool CoreFileManager::FileSetExecutable(const QuillFileString& /*path*/) { retur
 const char* CoreFileManager::GetNativePath(const char* path) { return path; }
 
 bool CoreFileManager::FileReopenStderr(const QuillFileString& path, bool truncate) {
-  return darwin::freopen(path.getUTF8(), truncate ? "w" : "a", stderr) != nullptr;
+  return !darwin::ReopenStreamAt(path.getUTF8(), truncate ? "w" : "a", stderr);
 }
 
 bool CoreFileManager::DirEnsureEnclosingDir(const QuillFileString& path) {

@@ -6,10 +6,9 @@
 namespace OSXFileSystemUtils {
 namespace {
 
-bool Succeeded(int posixError, int& code) {
-  if (posixError == 0) return true;
-  code = _PosixErrToQuillErr(posixError);
-  return false;
+bool Succeeded(quill::darwin::Error error, int& code) {
+  if (error) code = _PosixErrToQuillErr(error.posix());
+  return !error;
 }
 
 }  // namespace

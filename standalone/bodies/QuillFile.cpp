@@ -5,3 +5,15 @@
 IQuillFileReadOnly::~IQuillFileReadOnly() = default;
 IQuillFileAppendOnly::~IQuillFileAppendOnly() = default;
 IFileIterator::~IFileIterator() = default;
+
+// Nothing may be emptied or created by an open that cannot succeed, so what makes no sense together is refused here,
+// before anything is touched.
+bool ValidateFileOpenFlags(unsigned int flags) {
+  constexpr unsigned int kAccess = kQuillOpenRead | kQuillOpenWrite;
+  constexpr unsigned int kNeedsWrite = kQuillOpenCreate | kQuillOpenTruncate | kQuillOpenAppend;
+  constexpr unsigned int kKnown = kAccess | kNeedsWrite | kQuillOpenTemp;
+
+  if ((flags & ~kKnown) != 0) return false;
+  if ((flags & kAccess) == 0) return false;
+  return (flags & kQuillOpenWrite) != 0 || (flags & kNeedsWrite) == 0;
+}

@@ -1,13 +1,12 @@
 // Commands that read and write the bytes of files.
 #include <unistd.h>
-
 #include <cerrno>
+
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/darwin/descriptors/Retry.h"
 #include "platform/foundation/NSException.h"
 #include "tools/quillfs/Command.h"
 
@@ -55,7 +54,10 @@ class Input {
   void ReadOn() {
     chunk_ = {};
     if (buffer_.empty()) return;
-    const auto count = quill::darwin::Retry([&] { return ::read(STDIN_FILENO, buffer_.data(), buffer_.size()); });
+    ssize_t count = 0;
+    do {
+      count = ::read(STDIN_FILENO, buffer_.data(), buffer_.size());
+    } while (count < 0 && errno == EINTR);
     isReadable_ = count >= 0;
     if (!isReadable_) return session_.FailForSystem("standard input", errno);
     chunk_ = std::string_view(buffer_.data(), static_cast<std::size_t>(count));

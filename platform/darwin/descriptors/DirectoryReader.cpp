@@ -1,11 +1,11 @@
 #include "platform/darwin/descriptors/DirectoryReader.h"
 
 #include <dirent.h>
+#include <unistd.h>
 
-#include <algorithm>
-#include <cstring>
+#include <cassert>
 
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 
 namespace quill::darwin {
 namespace {
@@ -16,29 +16,30 @@ bool IsDotOrDotDot(const char* name) noexcept {
 
 }  // namespace
 
-DirectoryReader::DirectoryReader(FileDescriptor open) : directory_(std::move(open)) {}
+DirectoryReader::DirectoryReader(FileDescriptor directory) : directory_(std::move(directory)) {
+  assert(directory_.IsOpen() && "the directory must be open");
+}
 
 bool DirectoryReader::Fill() {
   if (!buffer_) buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
-  const ssize_t got = Retry([&] { return ::getdents64(directory_.get(), buffer_.get(), kBufferSize); });
+  parsed_ = filled_ = 0;
+  const Error error = ReadDirectory(directory_.get(), buffer_.get(), kBufferSize, filled_);
   // A directory that was removed while it is read has come to its end (getdents(2)).
-  if (got < 0 && errno != ENOENT) failure_ = errno;
-  parsed_ = 0;
-  filled_ = static_cast<std::size_t>(std::max<ssize_t>(got, 0));
+  if (error != ENOENT) failure_ = error;
   return filled_ > 0;
 }
 
-int DirectoryReader::Seek(std::int64_t position) noexcept {
-  if (::lseek(directory_.get(), position, SEEK_SET) == -1) return errno;
+Error DirectoryReader::GoTo(std::int64_t position) noexcept {
+  if (const Error error = Seek(directory_.get(), position, SEEK_SET)) return error;
   parsed_ = filled_ = 0;
   next_ = position;
-  failure_ = 0;
-  return 0;
+  failure_ = {};
+  return {};
 }
 
 const DirectoryReader::Entry* DirectoryReader::Next() {
   for (;;) {
-    if (parsed_ == filled_ && (failure_ != 0 || !Fill())) return nullptr;
+    if (parsed_ == filled_ && (failure_ || !Fill())) return nullptr;
     const auto* record = reinterpret_cast<const dirent64*>(buffer_.get() + parsed_);
     parsed_ += record->d_reclen;
     next_ = record->d_off;

@@ -15,23 +15,23 @@ class DirectoryReader {
     /// Valid until the next call of Next.
     const char* name;
     std::uint64_t inode;
-    /// DT_DIR, DT_LNK and so on; DT_UNKNOWN where the file system does not tell.
+    /// DT_DIR, DT_LNK and so on; DT_UNKNOWN where the file system does not say.
     unsigned char type;
   };
 
   /// \p directory must be open for reading; the reader closes it.
   explicit DirectoryReader(FileDescriptor directory);
 
-  /// The next entry, never "." or ".."; null at the end and on a failure, which error() then tells.
+  /// The next entry, never "." or ".."; null at the end and on a failure: ask error() then.
   const Entry* Next();
 
-  int error() const noexcept { return failure_; }
+  Error error() const noexcept { return failure_; }
   int descriptor() const noexcept { return directory_.get(); }
 
   /// Where the next entry begins, for another reader of the same directory.
   std::int64_t position() const noexcept { return next_; }
-  /// Goes on from a position that a reader of this directory has told, 0 for the beginning. 0, or the errno.
-  int Seek(std::int64_t position) noexcept;
+  /// Goes on from a position of a reader of this directory, 0 for the beginning.
+  Error GoTo(std::int64_t position) noexcept;
 
  private:
   bool Fill();
@@ -43,7 +43,7 @@ class DirectoryReader {
   std::size_t parsed_ = 0;
   std::size_t filled_ = 0;
   std::int64_t next_ = 0;
-  int failure_ = 0;
+  Error failure_;
   Entry current_{};
 };
 

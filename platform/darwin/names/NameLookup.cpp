@@ -1,57 +1,61 @@
 #include "platform/darwin/names/NameLookup.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 #include <algorithm>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/EquivalentForms.h"
 #include "platform/darwin/names/Normalization.h"
 
 namespace quill::darwin {
 namespace {
 
-/// 0 when an item stands at \p path (a link itself counts), or the errno.
-int Probe(int directory, const std::string& path) {
-  struct stat status;
-  return ::fstatat(directory, path.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+/// Success when an item stands at \p path; a link itself counts.
+Error Probe(int directory, const std::string& path) {
+  mode_t unused;
+  return GetMode(directory, path.c_str(), AT_SYMLINK_NOFOLLOW, unused);
 }
 
 /// Looks for a name in one directory: the one that \p prefix, empty or ending with a slash, names below a descriptor.
 class DirectorySearch {
  public:
-  DirectorySearch(int descriptor, std::string_view pathPrefix) : directory_(descriptor), prefix_(pathPrefix) {}
+  DirectorySearch(int directory, std::string_view prefix) : directory_(directory), prefix_(prefix) {}
 
-  int ProbeName(std::string_view name) const { return Probe(directory_, prefix_ + std::string(name)); }
+  Error ProbeName(std::string_view name) const { return Probe(directory_, prefix_ + std::string(name)); }
 
-  std::optional<std::string> FindEquivalent(std::string_view name) const {
+  Error FindEquivalent(std::string_view name, std::string& found) const {
     EquivalentForms forms = EquivalentFormsOf(name);
     for (std::string& form : forms.others) {
-      const int error = ProbeName(form);
-      if (error == 0) return std::move(form);
-      if (!MayStandUnderAnotherName(error)) return std::nullopt;
+      const Error error = ProbeName(form);
+      if (!error) found = std::move(form);
+      if (!MayStandUnderAnotherName(error)) return error;
     }
-    if (forms.extent != EquivalentForms::Extent::kMany) return std::nullopt;
-    return ReadFor(FormC(name));
+    return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(FormC(name), found) : ENOENT;
   }
 
  private:
   /// The first entry in byte order whose Form C is \p composed.
-  std::optional<std::string> ReadFor(const std::string& composed) const {
+  Error ReadFor(const std::string& composed, std::string& found) const {
+    FileDescriptor descriptor;
     const char* const path = prefix_.empty() ? "." : prefix_.c_str();
-    FileDescriptor descriptor(Retry([&] { return ::openat(directory_, path, O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-    if (!descriptor) return std::nullopt;
+    // Who may not read the directory finds no more than the names that were probed.
+    if (const Error error = Open(directory_, path, O_RDONLY | O_DIRECTORY, descriptor)) {
+      return error == EACCES ? ENOENT : error;
+    }
     DirectoryReader reader(std::move(descriptor));
-    std::optional<std::string> found;
+    std::string first;
     while (const DirectoryReader::Entry* entry = reader.Next()) {
       const std::string_view name = entry->name;
       // An ASCII name is its own Form C, and that form has been probed.
-      if (IsASCII(name) || (found && name >= *found)) continue;
-      if (FormC(name) == composed) found = name;
+      if (IsASCII(name) || (!first.empty() && name >= first)) continue;
+      if (FormC(name) == composed) first = name;
     }
-    return found;
+    if (reader.error()) return reader.error();
+    if (first.empty()) return ENOENT;
+    found.swap(first);
+    return {};
   }
 
   int directory_;
@@ -78,13 +82,17 @@ std::string_view SearchablePart(std::string_view path) {
 }
 
 /// Looks for \p name in the directory that has been resolved so far, and adds it in the form in which it stands there.
-void ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolved) {
+Error ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolved) {
   const DirectorySearch search(AT_FDCWD, resolved.path);
-  const int error = knownMissing ? ENOENT : search.ProbeName(name);
-  const auto equivalent = MayStandUnderAnotherName(error) ? search.FindEquivalent(name) : std::nullopt;
-  resolved.changed |= equivalent.has_value();
-  resolved.missing = error != 0 && !equivalent;
-  resolved.path += equivalent ? std::string_view(*equivalent) : name;
+  const Error error = knownMissing ? ENOENT : search.ProbeName(name);
+  std::string equivalent;
+  const Error missing = MayStandUnderAnotherName(error) ? search.FindEquivalent(name, equivalent) : error;
+  // Another reason than a missing name is for the call that follows to meet, but not one that broke off the search.
+  if (missing && missing != ENOENT && missing != error) return missing;
+  resolved.changed |= !equivalent.empty();
+  resolved.missing = error && equivalent.empty();
+  resolved.path += equivalent.empty() ? name : std::string_view(equivalent);
+  return {};
 }
 
 /// Where to look first: at the last component, if all that could be missing above it is there as given. Mostly it is;
@@ -92,23 +100,26 @@ void ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolve
 std::size_t FirstInQuestion(std::string_view searchable) {
   const std::size_t last = searchable.rfind('/') + 1;  // 0 without a slash
   const std::string_view above = SearchablePart(searchable.substr(0, last));
-  return !above.empty() && Probe(AT_FDCWD, std::string(above)) == 0 ? last : 0;
+  return !above.empty() && !Probe(AT_FDCWD, std::string(above)) ? last : 0;
 }
 
-ResolvedPath Resolve(std::string_view path) {
+Error Resolve(std::string_view path, ResolvedPath& resolved) {
   const std::string_view searchable = SearchablePart(path);
   // One call tells whether all of it is there as given. Another error than a missing name is the kernel's answer for
   // the first component at which it stopped, and all before it are there as given.
-  const int error = searchable.empty() ? 0 : Probe(AT_FDCWD, std::string(searchable));
-  if (!MayStandUnderAnotherName(error)) return {std::string(path)};
-
+  const Error error = searchable.empty() ? Error() : Probe(AT_FDCWD, std::string(searchable));
+  if (!MayStandUnderAnotherName(error)) {
+    resolved.path = path;
+    return {};
+  }
   const std::size_t first = FirstInQuestion(searchable);
-  ResolvedPath resolved{std::string(path.substr(0, first))};
+  resolved.path = path.substr(0, first);
   for (std::size_t position = first; position < searchable.size();) {
     const std::size_t end = std::min(path.find('/', position), path.size());
     const std::string_view name = path.substr(position, end - position);
     if (!resolved.missing && HasOtherForm(name)) {
-      ResolveName(name, /*knownMissing=*/end == searchable.size() && !resolved.changed, resolved);
+      const bool knownMissing = end == searchable.size() && !resolved.changed;
+      if (const Error broken = ResolveName(name, knownMissing, resolved)) return broken;
     } else {
       resolved.path += name;
     }
@@ -116,23 +127,31 @@ ResolvedPath Resolve(std::string_view path) {
     position = end + 1;
   }
   resolved.path += path.substr(searchable.size());
-  return resolved;
+  return {};
 }
 
 }  // namespace
 
-std::optional<std::string> EquivalentNameAt(int directory, std::string_view name) {
-  return DirectorySearch(directory, {}).FindEquivalent(name);
+Error FindEquivalentName(int directory, std::string_view name, std::string& found) {
+  return DirectorySearch(directory, {}).FindEquivalent(name, found);
 }
 
-std::optional<std::string> EquivalentPath(const char* path) {
+Error FindEquivalentPath(const char* path, std::string& found) {
   // Most missing paths end here, before anything is allocated.
-  if (!path || !HasOtherForm(path)) return std::nullopt;
-  ResolvedPath resolved = Resolve(path);
-  if (!resolved.changed || resolved.missing) return std::nullopt;
-  return std::move(resolved.path);
+  if (!path || !HasOtherForm(path)) return ENOENT;
+  ResolvedPath resolved;
+  if (const Error error = Resolve(path, resolved)) return error;
+  if (!resolved.changed || resolved.missing) return ENOENT;
+  found.swap(resolved.path);
+  return {};
 }
 
-std::string PathForCreation(const char* path) { return path ? Resolve(path).path : std::string(); }
+Error FindPathForCreation(const char* path, std::string& found) {
+  if (!path) return EFAULT;
+  ResolvedPath resolved;
+  if (const Error error = Resolve(path, resolved)) return error;
+  found.swap(resolved.path);
+  return {};
+}
 
 }  // namespace quill::darwin

@@ -1,88 +1,63 @@
+// Device and inode decide, first of the two items, then of each directory above the inner one. Three things hide the
+// way up: a bind mount, whose ".." leads elsewhere, so the places of both are compared within their file system; a
+// directory that may not be searched, where the kernel's paths of both are compared; and a link, which lies where its
+// own directory is, and not where it leads.
 #include "platform/darwin/paths/Containment.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/sysmacros.h>
 
-#include <fstream>
-#include <optional>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 
-#include "platform/darwin/descriptors/DescriptorPath.h"
-#include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
+#include "platform/darwin/names/PathText.h"
 
 namespace quill::darwin {
 namespace {
 
-FileDescriptor OpenPlace(const char* path, int flags) {
-  return FileDescriptor(OnItem(
-      path, [=](const char* found) { return Retry([=] { return ::open(found, O_PATH | O_CLOEXEC | flags); }); }));
+/// An item that is open for lookup alone. Not open when nothing stands there.
+struct Place {
+  FileDescriptor descriptor;
+  ItemStatus status;
+
+  bool Exists() const noexcept { return descriptor.IsOpen(); }
+};
+
+Error OpenPlace(const char* path, int flags, Place& place) {
+  const auto open = [&](const char* name) { return Open(AT_FDCWD, name, O_PATH | flags, place.descriptor); };
+  const Error error = OnPath(path, open);
+  if (error == ENOENT || error == ENOTDIR) return {};
+  return error ? error : GetStatus(place.descriptor.get(), place.status);
 }
 
-bool GetStatus(const FileDescriptor& place, struct statx& status) {
-  constexpr unsigned kWanted = STATX_TYPE | STATX_INO | STATX_MNT_ID;
-  return place && ::statx(place.get(), "", AT_EMPTY_PATH, kWanted, &status) == 0;
+/// The directory from which the way up begins: the item itself, or the one that holds it. A removal of the container
+/// would take away a link where it lies, not what it leads to.
+Error FindStart(const char* item, Place& start) {
+  if (!start.Exists() || start.status.IsDirectory()) return {};
+  Place above;
+  const Error error = OpenPlace(std::string(ParentOf(item)).c_str(), O_DIRECTORY, above);
+  std::swap(start, above);
+  return error;
 }
 
-bool SameItem(const struct statx& one, const struct statx& other) {
-  return one.stx_ino == other.stx_ino && one.stx_dev_major == other.stx_dev_major &&
-         one.stx_dev_minor == other.stx_dev_minor;
-}
+/// Whether \p path is one at all: "(unreachable)/d" and "/d (deleted)" are not.
+bool IsPlainPath(std::string_view path) { return path.starts_with('/') && !path.ends_with(" (deleted)"); }
 
-std::string DirectoryPart(std::string_view path) {
-  const auto slash = path.rfind('/');
-  if (slash == std::string_view::npos) return ".";
-  return std::string(path.substr(0, slash == 0 ? 1 : slash));
-}
-
-// The directory from which the way up begins: the item itself, or the one that holds it. Links are not followed: where
-// a link lies, and not where it leads, is what a removal of the container would take away.
-FileDescriptor OpenStart(FileDescriptor itself, const char* item) {
-  struct statx status {};
-  if (!GetStatus(itself, status) || S_ISDIR(status.stx_mode)) return itself;
-  return OpenPlace(DirectoryPart(item).c_str(), O_DIRECTORY);
-}
-
-// Nothing when the way cannot be followed to the root, as through a directory that may not be searched.
-std::optional<bool> WayUpMeets(const FileDescriptor& start, const struct statx& container) {
-  FileDescriptor place;
-  struct statx here {};
-  if (!GetStatus(start, here)) return std::nullopt;
-  for (;;) {
-    if (SameItem(here, container)) return true;
-    const int below = place ? place.get() : start.get();
-    FileDescriptor above(Retry([&] { return ::openat(below, "..", O_PATH | O_DIRECTORY | O_CLOEXEC); }));
-    struct statx next {};
-    if (!GetStatus(above, next)) return std::nullopt;
-    if (SameItem(here, next) && here.stx_mnt_id == next.stx_mnt_id) return false;  // the root is its own parent
-    place = std::move(above);
-    here = next;
-  }
-}
-
-// Empty when the kernel does not tell: its answer is as long as a page at most (proc(5)).
-std::string PathOf(const FileDescriptor& place) {
-  std::string path(4096, '\0');
-  const ssize_t length = ::readlink(DescriptorPath(place.get()).text, path.data(), path.size());
-  path.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
-  return path;
-}
-
-// Within one mount the paths tell as well, if they are paths: "(unreachable)/d" and "/d (deleted)" are not. What cannot
-// be told counts as leading through the container: better a refusal than a loss.
-bool PathLeadsThrough(const FileDescriptor& container, const struct statx& status, const FileDescriptor& place) {
-  struct statx here {};
-  if (!GetStatus(place, here) || here.stx_mnt_id != status.stx_mnt_id) return true;
-  const std::string outer = PathOf(container), inner = PathOf(place);
-  const auto tells = [](std::string_view path) { return path.starts_with('/') && !path.ends_with(" (deleted)"); };
-  if (!tells(outer) || !tells(inner)) return true;
+/// Within one mount the kernel's paths answer as well. What they cannot answer counts as leading through the
+/// container: better a refusal than a loss.
+bool PathLeadsThrough(const Place& container, const Place& place) {
+  std::string outer, inner;
+  if (place.status.mount != container.status.mount) return true;
+  if (GetPathOf(container.descriptor.get(), outer) || GetPathOf(place.descriptor.get(), inner)) return true;
+  if (!IsPlainPath(outer) || !IsPlainPath(inner)) return true;
   return (inner + '/').starts_with(outer == "/" ? outer : outer + '/');
 }
 
-// Blanks, tabs, line feeds and backslashes stand in mountinfo as a backslash and three octal digits.
+/// mountinfo writes blanks, tabs, line feeds and backslashes as a backslash and three octal digits.
 std::string Unescaped(std::string_view field) {
   std::string text;
   while (!field.empty()) {
@@ -93,48 +68,64 @@ std::string Unescaped(std::string_view field) {
   return text;
 }
 
-// The file system, and where in it an item lies, whatever part of that is mounted where: from the fields id, device,
-// root and mount point of /proc/self/mountinfo (proc(5)).
-std::optional<std::string> PathInFileSystem(const FileDescriptor& place, unsigned long long mountId) {
-  const std::string path = PathOf(place);
-  std::ifstream mounts("/proc/self/mountinfo");
-  unsigned long long id = 0;
-  for (std::string parent, device, root, point, rest; mounts >> id >> parent >> device >> root >> point;) {
-    std::getline(mounts, rest);
-    if (id != mountId) continue;
-    const std::size_t skipped = point == "/" ? 0 : Unescaped(point).size();
-    if (path.empty() || path.size() < skipped) return std::nullopt;
-    return device + (root == "/" ? "" : Unescaped(root)) + path.substr(skipped) + "/";
+Error ReadMounts(std::string& mounts) {
+  FileDescriptor file;
+  if (const Error error = Open(AT_FDCWD, "/proc/self/mountinfo", O_RDONLY, file)) return error;
+  char block[4096];
+  for (std::size_t got = 0;;) {
+    if (const Error error = Read(file.get(), block, sizeof block, got)) return error;
+    if (got == 0) return {};
+    mounts.append(block, got);
   }
-  return std::nullopt;
 }
 
-// A part of the container that is mounted elsewhere, be it the item alone: no way up from there leads to it.
-bool MountedElsewhere(const FileDescriptor& container, const struct statx& status, const FileDescriptor& item) {
-  struct statx place {};
-  if (!GetStatus(item, place) || place.stx_mnt_id == status.stx_mnt_id) return false;
-  const auto outer = PathInFileSystem(container, status.stx_mnt_id);
-  const auto inner = PathInFileSystem(item, place.stx_mnt_id);
-  if (outer && inner) return inner->starts_with(*outer);
-  return place.stx_dev_major == status.stx_dev_major && place.stx_dev_minor == status.stx_dev_minor;
+/// Gives the file system, and where in it an item lies, whatever part of that is mounted where: from the fields id,
+/// device, root and mount point of /proc/self/mountinfo (proc(5)). ENOENT when the mount is not listed.
+Error FindPathInFileSystem(const Place& place, std::string& path) {
+  std::string mounts, inMount;
+  if (const Error error = ReadMounts(mounts)) return error;
+  if (const Error error = GetPathOf(place.descriptor.get(), inMount)) return error;
+  std::istringstream lines(mounts);
+  unsigned long long id = 0;
+  for (std::string parent, device, root, point, rest; lines >> id >> parent >> device >> root >> point;) {
+    std::getline(lines, rest);
+    if (id != place.status.mount) continue;
+    const std::size_t skipped = point == "/" ? 0 : Unescaped(point).size();
+    if (inMount.size() < skipped) return ENOENT;
+    path = device + (root == "/" ? "" : Unescaped(root)) + inMount.substr(skipped) + "/";
+    return {};
+  }
+  return ENOENT;
+}
+
+/// Whether a part of the container is mounted elsewhere, be it the item alone: no way up from there leads to it. Two
+/// mounts of one file system count as that when their places in it cannot be compared.
+bool IsMountedElsewhere(const Place& container, const Place& item) {
+  if (!item.Exists() || item.status.mount == container.status.mount) return false;
+  std::string outer, inner;
+  const bool isKnown = !FindPathInFileSystem(container, outer) && !FindPathInFileSystem(item, inner);
+  return isKnown ? inner.starts_with(outer) : item.status.device == container.status.device;
 }
 
 }  // namespace
 
-bool ItemContains(const char* container, const char* item) {
-  if (!container || !item) return false;
-  const FileDescriptor outer = OpenPlace(container, 0);
-  struct statx outerStatus {};
-  if (!GetStatus(outer, outerStatus)) return false;
-  struct statx itemStatus {};
-  if (GetStatus(OpenPlace(item, 0), itemStatus) && SameItem(outerStatus, itemStatus)) return true;
-  if (!S_ISDIR(outerStatus.stx_mode)) return false;
-  FileDescriptor itself = OpenPlace(item, O_NOFOLLOW);
-  if (MountedElsewhere(outer, outerStatus, itself)) return true;
-  const FileDescriptor start = OpenStart(std::move(itself), item);
-  if (!start) return false;
-  const auto meets = WayUpMeets(start, outerStatus);
-  return meets ? *meets : PathLeadsThrough(outer, outerStatus, start);
+Error ItemContains(const char* container, const char* item, bool& contains) {
+  contains = false;
+  Place outer, target;
+  if (const Error error = OpenPlace(container, 0, outer)) return error;
+  if (!outer.Exists()) return {};
+  if (const Error error = OpenPlace(item, 0, target)) return error;
+  contains = target.Exists() && target.status.IsSameAs(outer.status);
+  if (contains || !outer.status.IsDirectory()) return {};
+
+  Place start;
+  if (const Error error = OpenPlace(item, O_NOFOLLOW, start)) return error;
+  contains = IsMountedElsewhere(outer, start);
+  if (contains) return {};
+  if (const Error error = FindStart(item, start)) return error;
+  if (!start.Exists()) return {};
+  if (IsWithin(start.descriptor.get(), outer.status, contains)) contains = PathLeadsThrough(outer, start);
+  return {};
 }
 
 }  // namespace quill::darwin

@@ -1,11 +1,14 @@
 // Whether one item holds another, whatever their paths look like.
 #pragma once
 
+#include "platform/darwin/descriptors/Error.h"
+
 namespace quill::darwin {
 
-/// True when both paths lead to the same item, or \p container leads to a directory that \p item lies in, at any depth:
-/// through ".", "..", links, hard links, bind mounts and other normalizations, compared by device and inode. False when
-/// either does not exist, and for null.
-bool ItemContains(const char* container, const char* item);
+/// \p contains is true when both paths lead to the same item, or \p container leads to a directory that \p item lies in,
+/// at any depth: through ".", "..", links, hard links, bind mounts and other normalizations, compared by device and
+/// inode. An item that does not exist holds nothing and lies nowhere. When a question cannot be answered: why; the
+/// caller must then refuse whatever would be wrong if it were true.
+Error ItemContains(const char* container, const char* item, bool& contains);
 
 }  // namespace quill::darwin

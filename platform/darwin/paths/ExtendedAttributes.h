@@ -5,18 +5,17 @@
 #include <cstddef>
 #include <string_view>
 
+#include "platform/darwin/descriptors/Error.h"
+
 namespace quill::darwin {
 
-/// False as well when the item or the file system has no such attributes.
-bool HasExtendedAttribute(const char* path, const char* name);
+/// ENODATA without the attribute, ERANGE for a value longer than \p size; only asked for its length when \p size is 0.
+Error GetExtendedAttribute(const char* path, const char* name, void* value, std::size_t size, std::size_t& length);
 
-/// The value's length, or -1 with errno: ENODATA without the attribute, ERANGE for a value longer than \p size.
-long GetExtendedAttribute(const char* path, const char* name, void* value, std::size_t size);
+/// An attribute of that name is replaced.
+Error SetExtendedAttribute(const char* path, const char* name, std::string_view value);
 
-/// 0, or the errno; an attribute of that name is replaced.
-int SetExtendedAttribute(const char* path, const char* name, std::string_view value);
-
-/// 0, or the errno. An attribute that is not there counts as removed.
-int RemoveExtendedAttribute(const char* path, const char* name);
+/// An attribute that is not there counts as removed.
+Error RemoveExtendedAttribute(const char* path, const char* name);
 
 }  // namespace quill::darwin

@@ -1,17 +1,14 @@
 #include "platform/darwin/paths/Inheritance.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <utility>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
-#include "platform/darwin/descriptors/OwnDirectory.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/descriptors/NewDirectory.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
-#include "platform/darwin/paths/ItemStatus.h"
 
 namespace quill::darwin {
 namespace {
@@ -22,38 +19,34 @@ std::timespec Latest(const std::timespec& stamp) noexcept {
   return {stamp.tv_sec, stamp.tv_nsec == 0 ? kLastNanosecond : stamp.tv_nsec};
 }
 
-// Servers have clocks of their own, by which what they have just made may seem old. Of an older directory, put in
-// its place by somebody else, nothing is given away while it is empty.
+// A server's clock may lag, so a new directory can look old. An older one that was put in its place has nothing that
+// could be given away while it is empty.
 bool IsNew(DirectoryReader& directory, const ItemStatus& status, const std::timespec& beginning) {
-  return !IsEarlier(Latest(status.created), beginning) || (!directory.Next() && directory.error() == 0);
+  return !IsEarlier(Latest(status.Created()), beginning) || (!directory.Next() && !directory.error());
 }
 
-int ChangeOwner(int directory, ::uid_t owner, ::gid_t group) {
-  return Retry([&] { return ::fchown(directory, owner, group); }) == 0 ? 0 : errno;
-}
-
-// Where both may not be set together, each is tried alone.
-int SetOwnership(int directory, ::uid_t owner, ::gid_t group) {
+/// Where both may not be set together, each is tried alone.
+Error SetOwnership(int directory, uid_t owner, gid_t group) {
   constexpr unsigned kUnchanged = ~0u;
-  const int together = ChangeOwner(directory, owner, group);
-  if (together == 0) return 0;
-  (void)ChangeOwner(directory, kUnchanged, group);  // an ordinary user may give a file to another of his groups
-  (void)ChangeOwner(directory, owner, kUnchanged);
+  const Error together = ChangeOwner({directory}, owner, group);
+  if (!together) return {};
+  // A user who cannot change the owner can still set one of their groups.
+  (void)ChangeOwner({directory}, kUnchanged, group);
+  (void)ChangeOwner({directory}, owner, kUnchanged);
   return together;
 }
 
-int Inherit(DirectoryReader directory, const std::timespec& beginning) {
+Error Inherit(DirectoryReader directory, const std::timespec& beginning) {
   const int open = directory.descriptor();
   ItemStatus own, holder;
-  if (const int error = GiveOwnerRights(open)) return error;  // without them not even its parent can be looked up
-  if (const int error = GetItemStatusAt(open, ".", FinalLink::kItself, own)) return error;
-  if (const int error = GetItemStatusAt(open, "..", FinalLink::kItself, holder)) return error;
-  if (!IsNew(directory, own, beginning)) return ESTALE;
+  if (const Error error = GiveOwnerRights(open)) return error;  // without them not even its parent can be looked up
+  if (const Error error = GetStatusOf(open, ".", FinalLink::kItself, own)) return error;
+  if (const Error error = GetStatusOf(open, "..", FinalLink::kItself, holder)) return error;
+  if (!IsNew(directory, own, beginning)) return Error::Replaced();
 
-  const int ownerError = SetOwnership(open, holder.owner, holder.group);
+  const Error ownerError = SetOwnership(open, holder.owner, holder.group);
   // Last, as a change of owner may clear permission bits.
-  const bool hasMode = Retry([&] { return ::fchmod(open, holder.mode & ALLPERMS); }) == 0;
-  return hasMode ? ownerError : errno;
+  return FirstOf(ChangeMode({open}, holder.Permissions()), ownerError);
 }
 
 }  // namespace
@@ -64,16 +57,11 @@ std::timespec TimeOfNewItems() noexcept {
   return now;
 }
 
-int InheritOwnership(const char* path, const std::timespec& beginning) {
-  if (!path) return EFAULT;
-  int error = 0;
-  const auto inherit = [&](const char* name) {
-    FileDescriptor directory = OpenOwnDirectoryAt(AT_FDCWD, name);
-    if (!directory) return -1;
-    error = Inherit(DirectoryReader(std::move(directory)), beginning);
-    return 0;
-  };
-  return OnItem(path, inherit) == 0 ? error : errno;
+Error InheritOwnership(const char* path, const std::timespec& beginning) {
+  FileDescriptor directory;
+  const auto open = [&directory](const char* name) { return OpenNewDirectory(AT_FDCWD, name, directory); };
+  if (const Error error = OnPath(path, open)) return error;
+  return Inherit(DirectoryReader(std::move(directory)), beginning);
 }
 
 }  // namespace quill::darwin

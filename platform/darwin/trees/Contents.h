@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "platform/darwin/descriptors/TreeItem.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
 #include "platform/darwin/trees/Report.h"
 
 namespace quill::darwin {
@@ -15,28 +15,27 @@ namespace quill::darwin {
 /// The ladder: a clone, which shares the blocks; for more than one block, copy_file_range, which spares the data a way
 /// through the program, or even to it from a server; else reading and writing. Each goes on where the one before
 /// stopped.
-class DataCopier {
+class ContentsCopier {
  public:
-  explicit DataCopier(TreeReport& listener) noexcept : report_(listener) {}
+  explicit ContentsCopier(TreeReport& report) noexcept : report_(report) {}
 
   /// Copies everything in the open file \p from, whatever size \p source claims, to the new empty file \p to. Holes
-  /// stay holes, whether the file system tells where they are or not. 0 or the errno; ECANCELED when the observer stops
-  /// it.
-  int Copy(int from, const TreeItem& source, int to);
+  /// stay holes, whether the file system shows where they are or not. ECANCELED when the observer stops it.
+  Error Copy(int from, const ItemStatus& source, int to);
 
  private:
   struct Range {
     std::uint64_t begin = 0;
     std::uint64_t end = 0;
-    /// It is told as data, but for a part of it there are no blocks: the file system does not tell holes.
+    /// Shown as data, but for a part of it there are no blocks: the file system does not show its holes.
     bool hidesHoles = false;
   };
 
-  bool Clone(int from, int to);
-  int CopyToEnd(int from, const TreeItem& source, int to);
-  int CopyExtents(int from, const TreeItem& source, int to);
-  int CopyRange(int from, int to, Range range, std::uint64_t& reached);
-  bool CopyInKernel(int from, int to, Range range, std::uint64_t& reached);
+  bool CloneFile(int from, int to);
+  Error CopyToEnd(int from, const ItemStatus& source, int to);
+  Error CopyExtents(int from, const ItemStatus& source, int to);
+  Error CopyExtent(int from, int to, Range range, std::uint64_t& reached);
+  Error CopyInKernel(int from, int to, Range range, std::uint64_t& reached);
   std::byte* Buffer();
 
   /// Aligned to a page: the kernel copies to it and from it a good deal faster.

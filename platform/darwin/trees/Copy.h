@@ -8,23 +8,23 @@
 
 namespace quill::darwin {
 
-struct CopyOrder {
+struct CopyRequest {
   const TreePath& from;
-  const TreeItem& item;
+  const ItemStatus& source;
   const TreePath& to;
   /// For a move: filled with what was copied. The copy is on the device when it is put in place, and a mount point in
   /// the tree is refused with EBUSY.
   CopiedItems* copied = nullptr;
 };
 
-/// All or nothing; the first cause is in \p report.
-void CopyItem(const CopyOrder& order, TreeReport& report);
+/// All or nothing; the first cause is in \p report, and answered.
+Error CopyItem(const CopyRequest& request, TreeReport& report);
 
-/// The same for a regular file, by way of a file without a name, of which nothing is left after a kill. False when the
-/// file system knows no such files, or the item is no regular file; nothing has happened then.
-bool CopyFileWithoutName(const CopyOrder& order, TreeReport& report);
+/// The same for a regular file, by way of a file without a name, of which nothing is left after a kill.
+/// Error::NoSuchWay when the file system has no such files, or the item is no regular file; nothing has happened then.
+Error CopyFileWithoutName(const CopyRequest& request, TreeReport& report);
 
-/// Makes sure that the names in a directory are on the device. 0 or the errno.
-int SyncDirectory(int directory);
+/// Makes sure that the names in a directory are on the device.
+Error SyncDirectory(int directory);
 
 }  // namespace quill::darwin

@@ -1,45 +1,43 @@
 #include "platform/darwin/trees/HardLinks.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <cinttypes>
 #include <cstdio>
 
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/NewDirectory.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 
 namespace quill::darwin {
 namespace {
 
-/// The time of creation tells a file from a later one that got the same inode.
+/// The time of creation distinguishes a file from a later one that got the same inode.
 struct KeptName {
-  explicit KeptName(const TreeItem& source) {
+  explicit KeptName(const ItemStatus& source) {
     std::snprintf(text, sizeof text, "%" PRIx64 ".%" PRIx64 ".%" PRIx64 ".%lx", source.device, source.inode,
-                  static_cast<std::uint64_t>(source.created.tv_sec), source.created.tv_nsec);
+                  static_cast<std::uint64_t>(source.born.tv_sec), source.born.tv_nsec);
   }
   char text[80];
 };
 
-int Link(int fromDirectory, const char* from, int toDirectory, const char* to) {
-  return Retry([&] { return ::linkat(fromDirectory, from, toDirectory, to, 0); }) == 0 ? 0 : errno;
-}
-
 }  // namespace
 
-int HardLinks::LinkEarlier(const TreeItem& source, int directory, const char* name) {
-  if (!kept_) return ENOENT;
+Error HardLinks::LinkEarlier(const ItemStatus& source, int directory, const char* name) {
+  if (!kept_.IsOpen()) return ENOENT;
   const KeptName keptName(source);
-  const int error = Link(kept_.get(), keptName.text, directory, name);
+  const Error error = Link(kept_.get(), keptName.text, directory, name);
   if (error != EMLINK) return error;
   // The last link that the file system allows is the one by which it is remembered.
-  const auto rename = [&] { return ::renameat(kept_.get(), keptName.text, directory, name); };
-  return Retry(rename) == 0 ? 0 : errno;
+  return Rename(kept_.get(), keptName.text, directory, name);
 }
 
-int HardLinks::Remember(const TreeItem& source, int directory, const char* name) {
-  if (!kept_) kept_ = MakeDirectoryAt(container_.descriptor(), kDirectoryName);
-  if (!kept_) return errno;
-  if (container_.lacksRights() && Retry([&] { return ::fchmod(kept_.get(), S_IRWXU); }) != 0) return errno;
+Error HardLinks::Remember(const ItemStatus& source, int directory, const char* name) {
+  if (!kept_.IsOpen()) {
+    FileDescriptor made;
+    if (const Error error = MakeNewDirectory(staging_.descriptor(), kDirectoryName, made)) return error;
+    if (staging_.lacksRights()) {
+      if (const Error error = ChangeMode({made.get()}, S_IRWXU)) return error;
+    }
+    kept_ = std::move(made);
+  }
   return Link(directory, name, kept_.get(), KeptName(source).text);
 }
 

@@ -4,26 +4,24 @@
 // a later name of the same file is linked to that. The file system does the remembering, whatever the number of links.
 #pragma once
 
-#include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/TreeItem.h"
 #include "platform/darwin/trees/StagingDirectory.h"
 
 namespace quill::darwin {
 
 class HardLinks {
  public:
-  explicit HardLinks(const PrivateDirectory& directory) noexcept : container_(directory) {}
+  explicit HardLinks(const StagingDirectory& staging) noexcept : staging_(staging) {}
 
-  /// Gives the copy made earlier the name \p name. 0, ENOENT when there is no earlier copy, or the errno.
-  int LinkEarlier(const TreeItem& source, int directory, const char* name);
-  /// Remembers the copy under \p name. 0 or the errno.
-  int Remember(const TreeItem& source, int directory, const char* name);
+  /// Gives the copy made earlier the name \p name. ENOENT when there is no earlier copy.
+  Error LinkEarlier(const ItemStatus& source, int directory, const char* name);
+  /// Remembers the copy under \p name.
+  Error Remember(const ItemStatus& source, int directory, const char* name);
 
-  /// Where they are kept, in the container, to be removed with the copy.
+  /// Where they are kept, in the staging directory, to be removed with the copy.
   static constexpr char kDirectoryName[] = "links";
 
  private:
-  const PrivateDirectory& container_;
+  const StagingDirectory& staging_;
   FileDescriptor kept_;
 };
 

@@ -3,38 +3,24 @@
 #pragma once
 
 #include <optional>
-#include <string>
 #include <vector>
 
-#include "platform/darwin/descriptors/TreeItem.h"
-#include "platform/darwin/trees/TreeObserver.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/trees/Report.h"
 
 namespace quill::darwin {
 
-/// An open item. One that is never opened for its contents (a link, a FIFO) is open for lookup alone (O_PATH).
-struct OpenItem {
-  int descriptor;
-  bool forLookupAlone = false;
-};
-
-/// Hears of what the target could not hold.
-class MetadataWitness {
- public:
-  virtual void NotKept(TreeMetadata what, int error) = 0;
-
- protected:
-  ~MetadataWitness() = default;
-};
-
 class MetadataCopier {
  public:
-  explicit MetadataCopier(MetadataWitness& listener) : witness_(listener), names_(4096), value_(4096) {}
+  /// What the target could not hold is reported there.
+  explicit MetadataCopier(TreeReport& report) : report_(report), names_(4096), value_(4096) {}
 
   /// What new items have as owner and group at the target: items that are to have the same need no change.
   void SetOwnerOfNewItems(uid_t owner, gid_t group) { newOwner_ = {owner, group}; }
 
-  /// 0 or the errno. What the target cannot hold (not supported, not permitted) is told and does not fail.
-  int Copy(OpenItem from, const TreeItem& source, OpenItem to);
+  /// What the target cannot hold (not supported, not permitted) is reported and does not fail.
+  Error Copy(OpenItem from, const ItemStatus& source, OpenItem to);
 
  private:
   struct Owner {
@@ -42,22 +28,22 @@ class MetadataCopier {
     gid_t group;
   };
 
-  int CopyOwner(const TreeItem& source, OpenItem to, bool& kept);
-  int ListAttributes(OpenItem from, std::size_t& length);
-  int CopyAttributes(OpenItem from, const TreeItem& source, OpenItem to, mode_t& mode);
-  int CopyAttribute(OpenItem from, const char* name, OpenItem to, mode_t& mode);
-  int CopyMode(mode_t mode, OpenItem to);
-  int CopyTimes(const TreeItem& source, OpenItem to);
-  int Verdict(TreeMetadata what, int error);
+  Error CopyOwner(const ItemStatus& source, OpenItem to, bool& kept);
+  Error ListNames(OpenItem from, std::size_t& length);
+  Error CopyAttributes(OpenItem from, const ItemStatus& source, OpenItem to, mode_t& mode);
+  Error GetValue(OpenItem from, const char* name, std::size_t& length);
+  Error CopyAttribute(OpenItem from, const char* name, OpenItem to, mode_t& mode);
+  Error CopyTimes(const ItemStatus& source, OpenItem to);
+  Error UnlessNotKept(TreeMetadata what, Error error);
 
-  MetadataWitness& witness_;
+  TreeReport& report_;
   std::optional<Owner> newOwner_;
   std::vector<char> names_;
   std::vector<char> value_;
 };
 
 /// Takes away what a new item has inherited from the access control list of its directory, which would open it to
-/// others before its time. 0 or the errno.
-int RemoveInheritedAccess(int descriptor, bool isDirectory);
+/// others before its time.
+Error RemoveInheritedAccess(int descriptor, bool isDirectory);
 
 }  // namespace quill::darwin

@@ -1,157 +1,120 @@
+// Within a file system a move is one rename that replaces nothing. To another file system the tree is copied, the copy
+// is made durable and put in place, and then the source is removed. For the removal the source is first renamed into a
+// quarantine, a staging directory beside it, where nobody else can exchange what is in it between the look at it and
+// its removal. Only what was copied is removed, in the state in which it was copied; what is left goes back to its old
+// name.
+#include "platform/darwin/trees/Move.h"
+
 #include <fcntl.h>
 
-#include <cstdio>
-
 #include "platform/darwin/descriptors/DirectoryReader.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/trees/Copy.h"
 #include "platform/darwin/trees/Placing.h"
 #include "platform/darwin/trees/Removal.h"
 #include "platform/darwin/trees/StagingDirectory.h"
-#include "platform/darwin/trees/TreePath.h"
-#include "platform/darwin/trees/Trees.h"
 
 namespace quill::darwin {
 namespace {
 
-struct Move {
-  TreePath from;
-  TreeItem item;
-  TreePath to;
-  /// The name under which something stands at the target already.
-  std::string standing;
-};
-
-/// The source on its way out: in a directory of our own, where nobody can exchange what is in it between the look at it
-/// and its removal. What is left of it goes back to its old name.
-class SetAside {
+/// The source on its way out.
+class Quarantine {
  public:
-  SetAside(const Move& theMove, const PrivateDirectory& directory)
-      : move_(theMove),
-        aside_(directory),
-        isThere_(directory && Retry([&] {
-                                return ::renameat(theMove.from.parent.get(), theMove.from.name.c_str(),
-                                                  directory.descriptor(), directory.name());
-                              }) == 0) {}
-  SetAside(const SetAside&) = delete;
-  SetAside& operator=(const SetAside&) = delete;
-  ~SetAside() {
-    TreeItem rest;
-    if (!isThere_ || ReadItem(aside_.descriptor(), aside_.name(), rest) == ENOENT) return;
-    // If somebody has taken the name, it stays where it is, under a name of its own.
-    (void)PlaceItem(aside_.descriptor(), aside_.name(), move_.from.parent.get(), move_.from.name.c_str(),
-                    rest.IsDirectory());
+  Quarantine(const TreePath& from, const StagingDirectory& staging) : from_(from), staging_(staging) {
+    if (!staging.IsOpen()) return;
+    holdsSource_ = !Rename(from.parent.get(), from.name.c_str(), staging.descriptor(), staging.name());
+  }
+  Quarantine(const Quarantine&) = delete;
+  Quarantine& operator=(const Quarantine&) = delete;
+  ~Quarantine() {
+    ItemStatus rest;
+    if (!holdsSource_) return;
+    if (GetStatusOf(staging_.descriptor(), staging_.name(), FinalLink::kItself, rest) == ENOENT) return;
+    // If the name is taken by now, it stays where it is, under a name of its own.
+    (void)PlaceItem(staging_.descriptor(), staging_.name(), from_.parent.get(), from_.name.c_str(), rest.IsDirectory());
   }
 
-  explicit operator bool() const noexcept { return isThere_; }
+  bool HoldsSource() const noexcept { return holdsSource_; }
 
  private:
-  const Move& move_;
-  const PrivateDirectory& aside_;
-  const bool isThere_;
+  const TreePath& from_;
+  const StagingDirectory& staging_;
+  bool holdsSource_ = false;
 };
-
-bool StandsInSameDirectory(const Move& move) {
-  TreeItem from;
-  TreeItem to;
-  if (ReadItem(move.from.parent.get(), from) != 0 || ReadItem(move.to.parent.get(), to) != 0) return false;
-  return from.IsSameAs(to);
-}
 
 /// Whether the directory has an entry of exactly these bytes; true as well when that cannot be seen.
 bool HasEntry(int directory, const std::string& name) {
-  FileDescriptor open(Retry([&] { return ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC); }));
-  if (!open) return true;
+  FileDescriptor open;
+  if (OpenForReading(directory, open)) return true;
   DirectoryReader reader(std::move(open));
   while (const auto* entry = reader.Next()) {
     if (name == entry->name) return true;
   }
-  return reader.error() != 0;
+  return static_cast<bool>(reader.error());
 }
 
-/// On a file system that does not tell upper from lower case the item stands in the way of its own new name.
-int Respell(const Move& move) {
-  const int directory = move.from.parent.get();
-  TreeItem there;
-  if (move.standing != move.to.name || move.standing == move.from.name) return EEXIST;
-  if (ReadItem(directory, move.standing.c_str(), there) != 0) return EEXIST;
-  if (!there.IsSameAs(move.item) || HasEntry(directory, move.to.name)) return EEXIST;
-  std::string between;
-  if (const int error = ChooseName(between)) return error;
-  const bool isDirectory = move.item.IsDirectory();
-  if (const int error = PlaceItem(directory, move.from.name.c_str(), directory, between.c_str(), isDirectory)) {
-    return error;
-  }
-  const int error = PlaceItem(directory, between.c_str(), directory, move.to.name.c_str(), isDirectory);
-  if (error != 0) (void)PlaceItem(directory, between.c_str(), directory, move.from.name.c_str(), isDirectory);
-  return error;
+/// Makes the quarantine before copying, so that a refusal costs nothing. Without space go on: the source can be removed
+/// in place.
+Error PrepareQuarantine(const MoveRequest& request, StagingDirectory& staging) {
+  const Error error = staging.Make(request.from.parent.get());
+  return error == ENOSPC || error == EDQUOT || error == EMLINK ? Error() : error;
 }
 
-/// Asked first, so that nothing is copied in vain. A full disk does not hinder: its items may go without the help.
-int PrepareRemoval(const Move& move, PrivateDirectory& aside) {
-  const int error = aside.Make(move.from.parent.get());
-  return error == ENOSPC || error == EDQUOT || error == EMLINK ? 0 : error;
-}
-
-void RemoveSource(const Move& move, const PrivateDirectory& aside, CopiedItems& copied, TreeReport& report) {
+Error RemoveSource(const MoveRequest& request, const StagingDirectory& staging, CopiedItems& copied,
+                   TreeReport& report) {
   report.BeginRemovalOfSource();
   copied.Sort();
-  const SetAside source(move, aside);
-  if (source) {
-    RemoveCopiedTreeAt(aside.descriptor(), aside.name(), move.from.text, report, copied);
-    return;
-  }
-  RemoveCopiedTreeAt(move.from.parent.get(), move.from.name.c_str(), move.from.text, report, copied);
-}
-
-int MoveAcross(const Move& move, TreeReport& report) {
-  if (move.item.isMountRoot) return EBUSY;
-  if (move.item.IsDirectory() && Holds(move.item, move.to.parent.get())) return EINVAL;
-  PrivateDirectory aside;
-  if (const int error = PrepareRemoval(move, aside)) return error;
-  CopiedItems copied;
-  CopyItem({move.from, move.item, move.to, &copied}, report);
-  if (report.error() != 0) return report.error();
-  if (const int error = SyncDirectory(move.to.parent.get())) return error;
-  RemoveSource(move, aside, copied, report);
+  const Quarantine quarantine(request.from, staging);
+  const bool isThere = quarantine.HoldsSource();
+  RemoveCopiedTreeAt(isThere ? staging.descriptor() : request.from.parent.get(),
+                     isThere ? staging.name() : request.from.name.c_str(), report, copied);
   return report.error();
 }
 
-int Rename(const Move& move, TreeReport& report) {
-  const int fromDirectory = move.from.parent.get();
-  const int toDirectory = move.to.parent.get();
-  const char* from = move.from.name.c_str();
-  const char* to = move.to.name.c_str();
-  int error = RenameToFreeName(fromDirectory, from, toDirectory, to);
-  if (error == EINVAL || error == ENOSYS) {
-    if (move.item.IsDirectory() && Holds(move.item, toDirectory)) return EINVAL;
-    error = PlaceItem(fromDirectory, from, toDirectory, to, move.item.IsDirectory());
-  }
-  if (error == EXDEV) return MoveAcross(move, report);  // a union of file systems may tell only in the second attempt
-  if (error == 0) (void)report.Finished(1);             // there is nothing left to stop
-  return error;
-}
-
-int Run(const char* fromText, const char* toText, TreeReport& report) {
-  Move move;
-  if (const int error = FindItemToTake(fromText, move.from, move.item)) return error;
-  const int error = FindFreePlace(toText, move.to, move.standing);
-  if (error == EEXIST && !move.standing.empty() && StandsInSameDirectory(move)) {
-    // Its own name in another normalization is free, as far as the kernel is concerned.
-    const bool isRespelled = move.standing == move.from.name && move.standing != move.to.name;
-    return isRespelled ? Rename(move, report) : Respell(move);
-  }
-  if (error != 0) return error;
-  if (move.to.demandsDirectory && !move.item.IsDirectory()) return ENOTDIR;
-  return Rename(move, report);
+Error MoveAcross(const MoveRequest& request, TreeReport& report) {
+  if (request.source.isMountRoot) return EBUSY;
+  if (request.source.IsDirectory() && Holds(request.source, request.to.parent.get())) return EINVAL;
+  StagingDirectory staging;
+  if (const Error error = PrepareQuarantine(request, staging)) return error;
+  CopiedItems copied;
+  if (const Error error = CopyItem({request.from, request.source, request.to, &copied}, report)) return error;
+  if (const Error error = SyncDirectory(request.to.parent.get())) return error;
+  return RemoveSource(request, staging, copied, report);
 }
 
 }  // namespace
 
-int MoveTree(const char* fromText, const char* toText) {
-  TreeReport report;
-  const int error = Run(fromText, toText, report);
-  return report.FailAsWhole(fromText, error);
+Error MoveItem(const MoveRequest& request, TreeReport& report) {
+  const int fromDirectory = request.from.parent.get();
+  const int toDirectory = request.to.parent.get();
+  const char* from = request.from.name.c_str();
+  const char* to = request.to.name.c_str();
+  const bool isDirectory = request.source.IsDirectory();
+  Error error = RenameToFreeName(fromDirectory, from, toDirectory, to);
+  if (error == EINVAL || error == ENOSYS) {
+    if (isDirectory && Holds(request.source, toDirectory)) return EINVAL;
+    error = PlaceItem(fromDirectory, from, toDirectory, to, isDirectory);
+  }
+  if (error == EXDEV) return MoveAcross(request, report);  // a union of file systems may say so only the second time
+  if (!error) (void)report.Finished(1);                    // there is nothing left to stop
+  return error;
+}
+
+Error ChangeSpelling(const MoveRequest& request, const std::string& existingName) {
+  const int directory = request.from.parent.get();
+  const char* from = request.from.name.c_str();
+  const char* to = request.to.name.c_str();
+  const bool isDirectory = request.source.IsDirectory();
+  ItemStatus existing;
+  if (existingName != to || existingName == from) return EEXIST;
+  if (GetStatusOf(directory, to, FinalLink::kItself, existing)) return EEXIST;
+  if (!existing.IsSameAs(request.source) || HasEntry(directory, request.to.name)) return EEXIST;
+  std::string between;
+  if (const Error error = ChooseHiddenName(between)) return error;
+  if (const Error error = PlaceItem(directory, from, directory, between.c_str(), isDirectory)) return error;
+  const Error error = PlaceItem(directory, between.c_str(), directory, to, isDirectory);
+  if (error) (void)PlaceItem(directory, between.c_str(), directory, from, isDirectory);
+  return error;
 }
 
 }  // namespace quill::darwin

@@ -1,13 +1,17 @@
+// An entry is unlinked without asking what it is, unless its directory says that it is a directory; only what resists
+// is looked at. A directory is removed when everything in it is gone. Some file systems skip entries when others are
+// removed while they are read, so a directory that is not empty at its end is read again as long as that helps. What
+// cannot be removed stays, and the rest goes on. After a move to another file system only those items are removed that
+// were copied, in the state in which they were copied.
+#include "platform/darwin/trees/Removal.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 
 #include <set>
 #include <vector>
 
-#include "platform/darwin/descriptors/Retry.h"
-#include "platform/darwin/trees/Removal.h"
-#include "platform/darwin/trees/TreePath.h"
-#include "platform/darwin/trees/Trees.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/trees/Walk.h"
 
 namespace quill::darwin {
@@ -18,8 +22,9 @@ constexpr int kMostPasses = 64;
 
 class Removal final : public TreeVisitor {
  public:
-  Removal(const char* text, TreeReport& listener, RemovalMode how, const CopiedItems* copied)
-      : path_(text), report_(listener), mode_(how), only_(copied), walk_(*this) {}
+  /// Everything when \p copied is null.
+  Removal(TreeReport& report, RemovalMode mode, const CopiedItems* copied)
+      : report_(report), mode_(mode), copied_(copied), walk_(*this, report) {}
 
   void Run(int parent, const char* name) {
     passes_.emplace_back();
@@ -37,80 +42,84 @@ class Removal final : public TreeVisitor {
 
   Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) override {
     if (entry.type == DT_DIR) return passes_.back().resisting.contains(entry.inode) ? Next::kGoOn : Next::kGoInto;
-    if (only_) return VisitCopied(in, entry.name);
-    return RemoveEntry(in, entry.name);
+    return copied_ ? VisitCopied(in, entry.name) : RemoveEntry(in, entry.name);
   }
 
   Next VisitCopied(TreeLevel& in, const char* name) {
-    TreeItem item;
-    if (const int error = ReadItem(in.descriptor(), name, item)) return error == ENOENT ? Next::kGoOn : Fail(error);
-    if (item.IsDirectory()) return Next::kGoInto;
-    return only_->Contains(item) ? RemoveEntry(in, name) : Fail(EBUSY);
+    ItemStatus status;
+    if (const Error error = GetStatusOf(in.descriptor(), name, FinalLink::kItself, status)) {
+      return error == ENOENT ? Next::kGoOn : Fail(error);
+    }
+    if (status.IsDirectory()) return Next::kGoInto;
+    return copied_->Contains(status) ? RemoveEntry(in, name) : Fail(EBUSY);
   }
 
   Next RemoveEntry(TreeLevel& in, const char* name) {
-    const int error = Unlink(in, name, 0);
-    if (error == 0) return Removed();
-    // Where nothing may be removed the kernel says that first; what lies in the directory may go all the same.
+    const Error error = Remove(in, name, 0);
+    if (!error) return Removed();
+    // Where nothing may be removed the kernel says that first; what is in the directory may go all the same.
     return error == EISDIR || IsDirectory(in, name) ? Next::kGoInto : Fail(error);
   }
 
-  Next Shut(TreeLevel& in, const char* name, int error) override {
+  Next OpenFailed(TreeLevel& in, const char* name, Error error) override {
     if (error == ENOENT) return Next::kGoOn;
     // It was exchanged for something else since its type was read.
-    if (error == ENOTDIR || error == ELOOP) return only_ ? Fail(EBUSY) : AfterExchange(Unlink(in, name, 0));
-    if (mode_ == RemovalMode::kOwnCopy && GiveRights(in, name)) return Next::kGoInto;
+    if (error == ENOTDIR || error == ELOOP) return copied_ ? Fail(EBUSY) : AfterExchange(Remove(in, name, 0));
+    if (mode_ == RemovalMode::kOwnCopy && !GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
-    if (!only_ && Unlink(in, name, AT_REMOVEDIR) == 0) return Removed();
+    if (!copied_ && !Remove(in, name, AT_REMOVEDIR)) return Removed();
     return Fail(error);
   }
 
   Next Enter(TreeLevel&, TreeLevel& directory) override {
-    if (directory.item.isMountRoot || (only_ && !only_->Contains(directory.item))) return Fail(EBUSY);
+    if (directory.status.isMountRoot || (copied_ && !copied_->Contains(directory.status))) return Fail(EBUSY);
     passes_.emplace_back();
-    if (mode_ == RemovalMode::kOwnCopy && (directory.item.mode & S_IRWXU) != S_IRWXU) {
-      (void)::fchmod(directory.descriptor(), S_IRWXU);  // the removals tell whether it helped
+    if (mode_ == RemovalMode::kOwnCopy && (directory.status.mode & S_IRWXU) != S_IRWXU) {
+      (void)ChangeMode({directory.descriptor()}, S_IRWXU);  // the removals show whether it helped
     }
     return Next::kGoInto;
   }
 
-  Next Leave(TreeLevel& in, TreeLevel& directory, int readError) override {
-    if (readError != 0) Fail(readError);
-    const int error = Unlink(in, directory.name.c_str(), AT_REMOVEDIR);
+  Next Leave(TreeLevel& in, TreeLevel& directory, Error readError) override {
+    if (readError) Fail(readError);
+    const Error error = Remove(in, directory.name.c_str(), AT_REMOVEDIR);
     Pass& pass = passes_.back();
-    if ((error == ENOTEMPTY || error == EEXIST) && pass.removedSomething && directory.pass < kMostPasses) {
-      // Some file systems skip entries when others are removed while they are read.
+    const bool isNotEmpty = error == ENOTEMPTY || error == EEXIST;
+    if (isNotEmpty && pass.removedSomething && directory.pass < kMostPasses) {
       pass.removedSomething = pass.failed = false;
       return Next::kReadAgain;
     }
     const bool failed = pass.failed;
     passes_.pop_back();
-    if (error == ENOTDIR && !only_) return AfterExchange(Unlink(in, directory.name.c_str(), 0));
-    if (error == 0) return Removed();
-    passes_.back().resisting.insert(directory.item.inode);
+    if (error == ENOTDIR && !copied_) return AfterExchange(Remove(in, directory.name.c_str(), 0));
+    if (!error) return Removed();
+    passes_.back().resisting.insert(directory.status.inode);
     passes_.back().failed = true;
     return failed ? Next::kGoOn : Fail(error);
   }
 
-  void Lost(int error) override { Fail(error); }
+  void PathLost(Error error) override { Fail(error); }
 
-  /// The directory is ours and lies where nobody else comes, so its name is as good as a descriptor.
-  static bool GiveRights(TreeLevel& in, const char* name) {
-    return Retry([&] { return ::fchmodat(in.descriptor(), name, S_IRWXU, 0); }) == 0;
+  /// Through a descriptor, as a link could be there by now.
+  static Error GiveRights(TreeLevel& in, const char* name) {
+    FileDescriptor directory;
+    constexpr int kLookUp = O_PATH | O_DIRECTORY | O_NOFOLLOW;
+    if (const Error error = Open(in.descriptor(), name, kLookUp, directory)) return error;
+    return ChangeMode({directory.get(), true}, S_IRWXU);
   }
 
   static bool IsDirectory(TreeLevel& in, const char* name) {
-    TreeItem item;
-    return ReadItem(in.descriptor(), name, item) == 0 && item.IsDirectory();
+    mode_t mode = 0;
+    return !GetMode(in.descriptor(), name, AT_SYMLINK_NOFOLLOW, mode) && S_ISDIR(mode);
   }
 
-  /// 0 as well when somebody else was faster.
-  static int Unlink(TreeLevel& in, const char* name, int flags) {
-    if (Retry([&] { return ::unlinkat(in.descriptor(), name, flags); }) == 0 || errno == ENOENT) return 0;
-    return errno;
+  /// Succeeds as well when another process was faster.
+  static Error Remove(TreeLevel& in, const char* name, int flags) {
+    const Error error = Unlink(in.descriptor(), name, flags);
+    return error == ENOENT ? Error() : error;
   }
 
-  Next AfterExchange(int error) { return error == 0 ? Removed() : Fail(error); }
+  Next AfterExchange(Error error) { return error ? Fail(error) : Removed(); }
 
   Next Removed() {
     passes_.back().removedSomething = true;
@@ -120,20 +129,15 @@ class Removal final : public TreeVisitor {
     return Next::kStop;
   }
 
-  Next Fail(int error) {
+  Next Fail(Error error) {
     passes_.back().failed = true;
-    report_.Fail(error, [this] {
-      const std::string entry = walk_.CurrentEntry();
-      return entry.empty() ? path_ : entry;
-    });
+    report_.Fail(error);
     return Next::kGoOn;
   }
 
-  const std::string path_;
   TreeReport& report_;
   const RemovalMode mode_;
-  /// Null for everything.
-  const CopiedItems* only_;
+  const CopiedItems* const copied_;
   TreeWalk walk_;
   /// One for each directory that the walk is in, beginning with the parent of the tree.
   std::vector<Pass> passes_;
@@ -141,22 +145,12 @@ class Removal final : public TreeVisitor {
 
 }  // namespace
 
-void RemoveTreeAt(int parent, const char* name, const char* path, TreeReport& report, RemovalMode mode) {
-  Removal(path, report, mode, nullptr).Run(parent, name);
+void RemoveTreeAt(int parent, const char* name, TreeReport& report, RemovalMode mode) {
+  Removal(report, mode, nullptr).Run(parent, name);
 }
 
-void RemoveCopiedTreeAt(int parent, const char* name, const char* path, TreeReport& report, const CopiedItems& copied) {
-  Removal(path, report, RemovalMode::kAll, &copied).Run(parent, name);
-}
-
-int RemoveTree(const char* text) {
-  TreeReport report;
-  TreePath path;
-  TreeItem item;
-  if (const int error = FindItemToTake(text, path, item)) return report.FailAsWhole(text, error);
-  if (item.isMountRoot) return report.FailAsWhole(text, EBUSY);
-  RemoveTreeAt(path.parent.get(), path.name.c_str(), text, report);
-  return report.error();
+void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, const CopiedItems& copied) {
+  Removal(report, RemovalMode::kAll, &copied).Run(parent, name);
 }
 
 }  // namespace quill::darwin

@@ -10,16 +10,14 @@ namespace quill::darwin {
 enum class RemovalMode {
   /// All that this user may remove.
   kAll,
-  /// Also what lies in directories that have no rights for their owner: a copy of our own, half-made.
+  /// Also what is in directories that have no rights for their owner: a copy of our own, half-made.
   kOwnCopy,
 };
 
-/// Removes everything that may be removed, the item itself last. The first cause is in \p report; \p path is the name
-/// of the root there.
-void RemoveTreeAt(int parent, const char* name, const char* path, TreeReport& report,
-                  RemovalMode mode = RemovalMode::kAll);
+/// Removes everything that may be removed, the item itself last. The first cause is in \p report.
+void RemoveTreeAt(int parent, const char* name, TreeReport& report, RemovalMode mode = RemovalMode::kAll);
 
 /// Removes only what is among \p copied; anything else stays, and is EBUSY.
-void RemoveCopiedTreeAt(int parent, const char* name, const char* path, TreeReport& report, const CopiedItems& copied);
+void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, const CopiedItems& copied);
 
 }  // namespace quill::darwin

@@ -1,52 +1,55 @@
-// What an operation on a tree tells its observer, and the first cause of its failure.
+// What an operation on a tree reports: to its observer, and the first cause of its failure to whoever keeps that.
 #pragma once
 
 #include <string>
 
+#include "platform/darwin/descriptors/Error.h"
 #include "platform/darwin/trees/TreeObserver.h"
 
 namespace quill::darwin {
 
+class TreeWalk;
+
 class TreeReport {
  public:
-  /// For this thread's observer; nobody's costs nothing.
-  explicit TreeReport(TreeObserver* listener = TreeObserver::Current()) noexcept : observer_(listener) {}
+  /// For this thread's observer and TreeFailure; nobody's costs nothing. \p path names the root of the tree.
+  explicit TreeReport(const char* path) noexcept;
+  /// For nobody: a clean-up whose failures change nothing.
+  TreeReport() noexcept = default;
 
   /// False when the observer stops the operation.
-  bool Finished(std::uint64_t items) { return Tell(0, items); }
-  /// The same for data, told every few megabytes.
+  bool Finished(std::uint64_t items) { return Advance(0, items); }
+  /// The same for data, reported every few megabytes.
   bool Wrote(std::uint64_t bytes);
 
-  /// \p entry is called for the entry's path when somebody listens.
-  template <typename Entry>
-  void Fail(int error, Entry entry) {
-    if (firstError_ != 0 || error == 0) return;
-    firstError_ = error;
-    if (observer_) observer_->Failed(std::string(entry()).c_str(), error);
-  }
-  template <typename Entry>
-  void NotKept(TreeMetadata what, int error, Entry entry) {
-    if (observer_) observer_->MetadataNotKept(std::string(entry()).c_str(), what, error);
-  }
-  /// Fail for the item that the operation was called for. Answers the first error.
-  int FailAsWhole(const char* path, int error) {
-    Fail(error, [path] { return path ? path : ""; });
-    return firstError_;
-  }
+  /// At the entry that is being visited; at the root outside a walk. Keeps the first; a success is none.
+  void Fail(Error error);
+  /// At the root. Answers the first failure.
+  Error FailAsWhole(Error error);
+  void NotKept(TreeMetadata what, Error error);
+
+  /// The entry that is being visited, relative to the tree; the root's own path for the root.
+  std::string CurrentEntry() const;
 
   /// From here on items are not copied any more but removed at their old place.
   void BeginRemovalOfSource() noexcept { removesSource_ = true; }
 
-  /// 0 while nothing has failed.
-  int error() const noexcept { return firstError_; }
+  Error error() const noexcept { return firstError_; }
 
  private:
-  bool Tell(std::uint64_t bytes, std::uint64_t items);
+  friend class TreeWalk;
 
-  TreeObserver* observer_;
+  bool Advance(std::uint64_t bytes, std::uint64_t items);
+  void Note(const std::string& entry, Error error);
+
+  const char* path_ = "";
+  TreeObserver* observer_ = nullptr;
+  bool isForNobody_ = true;
+  /// The walk that is under way; it registers itself.
+  const TreeWalk* walk_ = nullptr;
   TreeProgress done_;
-  std::uint64_t untold_ = 0;
-  int firstError_ = 0;
+  std::uint64_t unreported_ = 0;
+  Error firstError_;
   bool removesSource_ = false;
 };
 

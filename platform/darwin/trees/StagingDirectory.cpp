@@ -1,11 +1,11 @@
 #include "platform/darwin/trees/StagingDirectory.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
-#include <sys/stat.h>
 
-#include "platform/darwin/descriptors/OwnDirectory.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include <cassert>
+
+#include "platform/darwin/descriptors/NewDirectory.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/trees/Metadata.h"
 
 namespace quill::darwin {
@@ -14,61 +14,53 @@ namespace {
 constexpr int kMostTrials = 100;
 
 bool OthersMayExchangeEntries(int directory) {
-  TreeItem item;
-  if (ReadItem(directory, item) != 0) return true;
-  return (item.mode & (S_IWGRP | S_IWOTH)) != 0 && (item.mode & S_ISVTX) == 0;
+  ItemStatus status;
+  if (GetStatus(directory, status)) return true;
+  return (status.mode & (S_IWGRP | S_IWOTH)) != 0 && (status.mode & S_ISVTX) == 0;
 }
 
 }  // namespace
 
-int ChooseName(std::string& name) {
+Error ChooseHiddenName(std::string& name) {
   unsigned char random[10];
-  if (Retry([&] { return ::getrandom(random, sizeof random, 0); }) != sizeof random) return errno;
+  if (const Error error = FillWithRandom(random, sizeof random)) return error;
   name = ".quill-";
   for (const unsigned char byte : random) {
     name += static_cast<char>('a' + (byte & 0x0f));
     name += static_cast<char>('a' + (byte >> 4));
   }
-  return 0;
+  return {};
 }
 
-FileDescriptor MakeDirectoryAt(int directory, const char* name) {
-  if (Retry([&] { return ::mkdirat(directory, name, S_IRWXU); }) != 0) return FileDescriptor();
-  FileDescriptor made = OpenOwnDirectoryAt(directory, name);
-  if (made) return made;
-  const int reason = errno;
-  (void)::unlinkat(directory, name, AT_REMOVEDIR);  // the reason why it could not be opened is what counts
-  errno = reason;
-  return made;
+StagingDirectory::~StagingDirectory() {
+  if (!IsOpen()) return;
+  const Error error = Unlink(parent_, name(), AT_REMOVEDIR);
+  // A failure that passes is survived; with something in it, it stays.
+  if (error && error != ENOTEMPTY) (void)Unlink(parent_, name(), AT_REMOVEDIR);
 }
 
-PrivateDirectory::~PrivateDirectory() {
-  if (!open_) return;
-  const auto remove = [this] { return ::unlinkat(parent_, name(), AT_REMOVEDIR) == 0 || errno == ENOTEMPTY; };
-  if (!remove()) (void)remove();  // a failure that passes is survived; with something in it, it stays
-}
-
-int PrivateDirectory::Make(int directory) {
-  parent_ = directory;
-  for (int trial = 0; trial < kMostTrials && !open_; ++trial) {
-    if (const int error = ChooseName(ownName_)) return error;
-    open_ = MakeDirectoryAt(directory, name());
-    if (!open_ && errno != EEXIST) return errno;
+Error StagingDirectory::Make(int parent) {
+  assert(!IsOpen() && "a staging directory is made once");
+  parent_ = parent;
+  for (int trial = 0; trial < kMostTrials; ++trial) {
+    if (const Error error = ChooseHiddenName(name_)) return error;
+    const Error error = MakeNewDirectory(parent, name(), open_);
+    if (error != EEXIST) return error ? error : Secure();
   }
-  return open_ ? Secure() : EEXIST;
+  return EEXIST;
 }
 
-int PrivateDirectory::Secure() {
-  if (const int error = ReadItem(open_.get(), status_)) return error;
-  // Somebody may have put a directory of his in its place before it was opened.
-  if (status_.owner != ::geteuid() && OthersMayExchangeEntries(parent_)) return ESTALE;
+Error StagingDirectory::Secure() {
+  if (const Error error = GetStatus(descriptor(), status_)) return error;
+  // Another user may have put a directory in its place before it was opened.
+  if (status_.owner != EffectiveUser() && OthersMayExchangeEntries(parent_)) return Error::Replaced();
   rightsMissing_ = (status_.mode & S_IRWXU) != S_IRWXU;
   if ((status_.mode & ACCESSPERMS) != S_IRWXU) {
+    const Error error = ChangeMode({descriptor()}, S_IRWXU);
     // A file system without permissions may refuse.
-    if (Retry([&] { return ::fchmod(open_.get(), S_IRWXU); }) != 0 && errno != EPERM && errno != EOPNOTSUPP)
-      return errno;
+    if (error && error != EPERM && error != EOPNOTSUPP) return error;
   }
-  return RemoveInheritedAccess(open_.get(), /*isDirectory=*/true);
+  return RemoveInheritedAccess(descriptor(), /*isDirectory=*/true);
 }
 
 }  // namespace quill::darwin

@@ -4,45 +4,41 @@
 #include <string>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/TreeItem.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
 
 namespace quill::darwin {
 
-class PrivateDirectory {
+class StagingDirectory {
  public:
-  PrivateDirectory() = default;
-  PrivateDirectory(const PrivateDirectory&) = delete;
-  PrivateDirectory& operator=(const PrivateDirectory&) = delete;
+  StagingDirectory() = default;
+  StagingDirectory(const StagingDirectory&) = delete;
+  StagingDirectory& operator=(const StagingDirectory&) = delete;
   /// Removes it unless something is in it.
-  ~PrivateDirectory();
+  ~StagingDirectory();
 
-  /// Makes it under a name that nobody can guess in \p directory, which must stay open. 0 or the errno.
-  int Make(int directory);
+  /// Makes it under a name that nobody can guess in \p parent, which must stay open.
+  Error Make(int parent);
 
-  explicit operator bool() const noexcept { return bool(open_); }
+  bool IsOpen() const noexcept { return open_.IsOpen(); }
   int descriptor() const noexcept { return open_.get(); }
   /// Also a name for what is made in it.
-  const char* name() const noexcept { return ownName_.c_str(); }
+  const char* name() const noexcept { return name_.c_str(); }
   /// As it is now; new items in it get the same owner and group.
-  const TreeItem& item() const noexcept { return status_; }
+  const ItemStatus& status() const noexcept { return status_; }
   /// Whether this process makes directories without full rights for their owner, so that they must be given.
   bool lacksRights() const noexcept { return rightsMissing_; }
 
  private:
-  int Secure();
+  Error Secure();
 
   FileDescriptor open_;
-  std::string ownName_;
-  TreeItem status_;
+  std::string name_;
+  ItemStatus status_;
   int parent_ = -1;
   bool rightsMissing_ = false;
 };
 
-/// A hidden name that nobody can guess. 0 or the errno.
-int ChooseName(std::string& name);
-
-/// A new directory with mode 0700, as far as the umask lets, open for reading. Empty with errno on failure, nothing
-/// left behind.
-FileDescriptor MakeDirectoryAt(int directory, const char* name);
+/// A hidden name that nobody can guess.
+Error ChooseHiddenName(std::string& name);
 
 }  // namespace quill::darwin

@@ -29,8 +29,9 @@ enum class TreeMetadata { kOwner, kPermissions, kTimes, kExtendedAttributes, kHa
 /// the tree's own path for its root, as bytes of the file system; valid during the call.
 class QUILL_EXPORT TreeObserver {
  public:
-  /// After every item and every few megabytes. False stops the operation, which takes back what it can and fails with
-  /// ECANCELED; a move that removes its source already leaves the rest of it there, and all of it at the new place.
+  /// After every item and every 4 MiB of data, or 64 MiB where the kernel copies by itself. False stops the operation,
+  /// which takes back what it can and fails with ECANCELED; a move that removes its source already leaves the rest of
+  /// it there, and all of it at the new place.
   virtual bool Advanced(const TreeProgress& progress);
   /// The copy is good, but this could not be carried over (not supported or not permitted there).
   virtual void MetadataNotKept(const char* entry, TreeMetadata what, int error);

@@ -1,11 +1,15 @@
+// The text is split into a directory and a name without asking the disk. The directory is opened once, through the
+// lookup by equivalent names, and serves for everything that follows; so does the name under which the item was found.
+// What the last component may be is decided by the operation, as the table in the header says.
 #include "platform/darwin/trees/TreePath.h"
 
 #include <fcntl.h>
 
 #include <string_view>
 
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
+#include "platform/darwin/names/PathText.h"
 
 namespace quill::darwin {
 namespace {
@@ -20,65 +24,55 @@ struct SplitPath {
   bool IsDots() const { return leaf == "." || leaf == ".."; }
 };
 
-SplitPath Split(std::string_view path) {
-  const auto end = path.find_last_not_of('/');
-  if (end == path.npos) return {"/", {}, true};
-  const std::string_view trimmed = path.substr(0, end + 1);
-  const auto slash = trimmed.rfind('/');
-  const bool slashAfterLeaf = trimmed.size() < path.size();
-  if (slash == trimmed.npos) return {".", trimmed, slashAfterLeaf};
-  return {std::string(trimmed.substr(0, slash + 1)), trimmed.substr(slash + 1), slashAfterLeaf};
+SplitPath Split(std::string_view path) { return {std::string(ParentOf(path)), LeafOf(path), path.ends_with('/')}; }
+
+Error OpenForLookup(const char* path, FileDescriptor& directory) {
+  const auto open = [&](const char* name) { return Open(AT_FDCWD, name, O_PATH | O_DIRECTORY, directory); };
+  return OnPath(path, open);
 }
 
-FileDescriptor OpenForLookup(const char* path) {
-  return FileDescriptor(OnItem(
-      path, [](const char* text) { return Retry([&] { return ::open(text, O_PATH | O_DIRECTORY | O_CLOEXEC); }); }));
-}
-
-int OpenParent(const SplitPath& split, TreePath& path) {
-  path.parent = OpenForLookup(split.parent.c_str());
-  if (!path.parent) return errno;
+Error OpenParent(const SplitPath& split, TreePath& path) {
+  if (const Error error = OpenForLookup(split.parent.c_str(), path.parent)) return error;
   path.name = split.leaf;
   path.demandsDirectory = split.slashAfterLeaf;
-  return 0;
+  return {};
 }
 
-/// The item under the path's name, or under the equivalent of it that stands there.
-int FindItem(TreePath& path, TreeItem& item) {
-  int error = ReadItem(path.parent.get(), path.name.c_str(), item);
+Error GetStatusIn(const TreePath& path, ItemStatus& status) {
+  return GetStatusOf(path.parent.get(), path.name.c_str(), FinalLink::kItself, status);
+}
+
+/// The item under the path's name, or under the equivalent of it that is there.
+Error FindItem(TreePath& path, ItemStatus& status) {
+  Error error = GetStatusIn(path, status);
   if (MayStandUnderAnotherName(error)) {
-    const auto equivalent = EquivalentNameAt(path.parent.get(), path.name);
-    if (!equivalent) return error;
-    path.name = *equivalent;
-    error = ReadItem(path.parent.get(), path.name.c_str(), item);
+    const Error missing = FindEquivalentName(path.parent.get(), std::string(path.name), path.name);
+    if (missing) return missing == ENOENT ? error : missing;
+    error = GetStatusIn(path, status);
   }
-  if (error == 0 && path.demandsDirectory && !item.IsDirectory()) return ENOTDIR;
-  return error;
+  if (error) return error;
+  return path.demandsDirectory && !status.IsDirectory() ? ENOTDIR : 0;
 }
 
-int CheckText(const char* text) {
+Error CheckText(const char* text) {
   if (!text) return EFAULT;
   return *text == '\0' ? ENOENT : 0;
 }
 
-FileDescriptor OpenHolder(int directory) {
-  return FileDescriptor(Retry([&] { return ::openat(directory, "..", O_PATH | O_DIRECTORY | O_CLOEXEC); }));
-}
-
 }  // namespace
 
-int FindItemToTake(const char* text, TreePath& path, TreeItem& item) {
-  if (const int error = CheckText(text)) return error;
+Error FindItemToTake(const char* text, TreePath& path, ItemStatus& status) {
+  if (const Error error = CheckText(text)) return error;
   path.text = text;
   const SplitPath split = Split(text);
   if (split.IsRoot()) return EBUSY;
-  if (const int error = OpenParent(split, path)) return error;
+  if (const Error error = OpenParent(split, path)) return error;
   if (split.IsDots()) return EINVAL;
-  return FindItem(path, item);
+  return FindItem(path, status);
 }
 
-int FindItemToCopy(const char* text, TreePath& path, TreeItem& item) {
-  if (const int error = CheckText(text)) return error;
+Error FindItemToCopy(const char* text, TreePath& path, ItemStatus& status) {
+  if (const Error error = CheckText(text)) return error;
   path.text = text;
   SplitPath split = Split(text);
   std::string shorter;
@@ -87,47 +81,36 @@ int FindItemToCopy(const char* text, TreePath& path, TreeItem& item) {
     split = Split(shorter);
   }
   if (!split.IsRoot() && !split.IsDots()) {
-    if (const int error = OpenParent(split, path)) return error;
+    if (const Error error = OpenParent(split, path)) return error;
     path.demandsDirectory |= !shorter.empty();
-    return FindItem(path, item);
+    return FindItem(path, status);
   }
-  path.parent = OpenForLookup(text);
-  if (!path.parent) return errno;
+  if (const Error error = OpenForLookup(text, path.parent)) return error;
   path.name.assign(1, '.');  // and not from a literal, at which g++ 12 sees an overlap that is not there
-  return FindItem(path, item);
+  return FindItem(path, status);
 }
 
-int FindFreePlace(const char* text, TreePath& path, std::string& standing) {
-  if (const int error = CheckText(text)) return error;
+Error FindFreePlace(const char* text, TreePath& path, std::string& existingName) {
+  if (const Error error = CheckText(text)) return error;
   path.text = text;
   const SplitPath split = Split(text);
-  if (split.IsRoot() || split.IsDots()) return OpenForLookup(text) ? EEXIST : errno;
-  if (const int error = OpenParent(split, path)) return error;
-  TreeItem item;
-  const int error = ReadItem(path.parent.get(), path.name.c_str(), item);
-  standing = path.name;
-  if (error == 0) return EEXIST;
+  if (split.IsRoot() || split.IsDots()) return FirstOf(OpenForLookup(text, path.parent), EEXIST);
+  if (const Error error = OpenParent(split, path)) return error;
+  ItemStatus status;
+  const Error error = GetStatusIn(path, status);
+  existingName = path.name;
+  if (!error) return EEXIST;
   if (!MayStandUnderAnotherName(error)) return error;
-  const auto equivalent = EquivalentNameAt(path.parent.get(), path.name);
-  if (!equivalent) return error == ENOENT ? 0 : error;
-  standing = *equivalent;
-  return EEXIST;
+  const Error missing = FindEquivalentName(path.parent.get(), path.name, existingName);
+  if (!missing) return EEXIST;
+  if (missing != ENOENT) return missing;
+  return error == ENOENT ? Error() : error;
 }
 
-bool Holds(const TreeItem& item, int directory) {
-  TreeItem here;
-  if (ReadItem(directory, here) != 0) return false;
-  FileDescriptor holder;
-  for (;;) {
-    if (here.IsSameAs(item)) return true;
-    FileDescriptor next = OpenHolder(holder ? holder.get() : directory);
-    TreeItem above;
-    // A directory that may not be looked at ends the search; the copy itself notices when it meets its own beginning.
-    if (!next || ReadItem(next.get(), above) != 0) return false;
-    if (above.IsSameAs(here) && above.mount == here.mount) return false;  // the root is its own parent
-    holder = std::move(next);
-    here = above;
-  }
+// A directory that may not be looked at ends the search; the copy itself notices when it meets its own beginning.
+bool Holds(const ItemStatus& item, int directory) {
+  bool holds = false;
+  return !IsWithin(directory, item, holds) && holds;
 }
 
 }  // namespace quill::darwin

@@ -1,9 +1,9 @@
-// Where a tree stands: the directory that holds it, opened once, and its name there.
+// The place of a tree: the directory that holds it, opened once, and its name there.
 //
 // The last component of a path, by operation (what is refused is refused before anything changes):
 //
 //   path            remove, move from            copy from                     to
-//   x               the item itself              the item itself               nothing may stand there: EEXIST
+//   x               the item itself              the item itself               free, else EEXIST
 //   x/, x//         a directory x, else ENOTDIR  a directory x, else ENOTDIR   as x; ENOTDIR for what is no directory
 //   x/.             EINVAL                       as x/                         EEXIST, or why x is not found
 //   .   ..  x/..    EINVAL                       that directory                EEXIST, or why x is not found
@@ -17,30 +17,28 @@
 #include <string>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/TreeItem.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
 
 namespace quill::darwin {
 
 struct TreePath {
   /// As it was given.
   const char* text = nullptr;
-  /// Good for the *at calls, not for reading.
+  /// Good for calls by name, not for reading.
   FileDescriptor parent;
   std::string name;
   bool demandsDirectory = false;
 };
 
-/// Each answers 0 or the errno.
-
 /// An item that is to leave its place.
-int FindItemToTake(const char* text, TreePath& path, TreeItem& item);
+Error FindItemToTake(const char* text, TreePath& path, ItemStatus& status);
 /// An item that stays.
-int FindItemToCopy(const char* text, TreePath& path, TreeItem& item);
-/// A place for a new item. EEXIST when something stands there under this name or an equivalent one; if the path ends
-/// in a name, \p path is good then too and \p standing is the name under which it stands.
-int FindFreePlace(const char* text, TreePath& path, std::string& standing);
+Error FindItemToCopy(const char* text, TreePath& path, ItemStatus& status);
+/// A place for a new item. EEXIST when there is one under this name or an equivalent one; if the path ends in a name,
+/// \p path is good then too and \p existingName is the name of the item that is there.
+Error FindFreePlace(const char* text, TreePath& path, std::string& existingName);
 
 /// Whether the directory \p item is \p directory or one of those that hold it.
-bool Holds(const TreeItem& item, int directory);
+bool Holds(const ItemStatus& item, int directory);
 
 }  // namespace quill::darwin

@@ -3,7 +3,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 
-#include "platform/darwin/descriptors/Retry.h"
+#include <cassert>
+
+#include "platform/darwin/descriptors/SystemCalls.h"
 
 namespace quill::darwin {
 namespace {
@@ -11,21 +13,24 @@ namespace {
 // Directories that stay open. Most trees are less deep, and twice this many descriptors are easily had.
 constexpr std::size_t kWindow = 16;
 
-constexpr int kOpenDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kDirectory = O_RDONLY | O_DIRECTORY | O_NOFOLLOW;
 
-FileDescriptor OpenAt(int directory, const char* name, int flags, mode_t mode) {
-  return FileDescriptor(Retry([&] { return ::openat(directory, name, flags, mode); }));
-}
-
-int OpenSame(int below, const TreeItem& expected, FileDescriptor& directory) {
-  directory = OpenAt(below, "..", kOpenDirectory, 0);
-  if (!directory) return errno;
-  TreeItem found;
-  if (const int error = ReadItem(directory.get(), found)) return error;
-  return found.IsSameAs(expected) ? 0 : ESTALE;
+/// Opens the directory above, if it is still the one that it was.
+Error OpenSame(int below, const ItemStatus& expected, FileDescriptor& directory) {
+  if (const Error error = Open(below, "..", kDirectory, directory)) return error;
+  ItemStatus found;
+  if (const Error error = GetStatus(directory.get(), found)) return error;
+  return found.IsSameAs(expected) ? Error() : Error::Replaced();
 }
 
 }  // namespace
+
+TreeWalk::TreeWalk(TreeVisitor& visitor, TreeReport& report) : visitor_(visitor), report_(report) {
+  assert(!report_.walk_ && "one walk at a time");
+  report_.walk_ = this;
+}
+
+TreeWalk::~TreeWalk() { report_.walk_ = nullptr; }
 
 void TreeWalk::Run(int parent, const char* name) {
   levels_.emplace_back().parent = parent;
@@ -44,25 +49,28 @@ bool TreeWalk::Visit(const DirectoryReader::Entry& entry) {
   return next == TreeVisitor::Next::kGoOn;
 }
 
+Error TreeWalk::OpenBelow(const char* name, FileDescriptor& directory, ItemStatus& status) {
+  if (const Error error = OpenIn(levels_.back().descriptor(), name, kDirectory, directory)) return error;
+  return GetStatus(directory.get(), status);
+}
+
 bool TreeWalk::Enter(const char* name) {
   TreeLevel& in = levels_.back();
-  TreeItem item;
-  FileDescriptor directory = Open(in.descriptor(), name, kOpenDirectory);
-  int error = directory ? ReadItem(directory.get(), item) : errno;
-  if (error != 0) {
-    const auto next = visitor_.Shut(in, name, error);
+  ItemStatus status;
+  FileDescriptor directory;
+  if (const Error error = OpenBelow(name, directory, status)) {
+    const auto next = visitor_.OpenFailed(in, name, error);
     if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
-    if (!directory) directory = Open(in.descriptor(), name, kOpenDirectory);
-    if (!directory) return Lose(errno);
+    if (const Error again = OpenBelow(name, directory, status)) return Stop(again);
   }
 
   TreeLevel& entered = levels_.emplace_back();
   entered.name = name;
-  entered.item = item;
+  entered.status = status;
   entered.reader.emplace(std::move(directory));
   const auto next = visitor_.Enter(in, entered);
   if (next != TreeVisitor::Next::kGoInto) levels_.pop_back();
-  if (levels_.size() > firstOpen_ + kWindow) CloseOne();
+  if (levels_.size() > firstOpen_ + kWindow) CloseHighest();
   return next != TreeVisitor::Next::kStop;
 }
 
@@ -71,7 +79,7 @@ bool TreeWalk::Leave() {
   TreeLevel& in = levels_[levels_.size() - 2];
   current_ = directory.name.c_str();
   currentDepth_ = levels_.size() - 1;
-  if (const int error = OpenAbove()) return Lose(error);
+  if (const Error error = OpenAbove()) return Stop(error);
   const auto next = visitor_.Leave(in, directory, directory.reader->error());
   if (next == TreeVisitor::Next::kStop) return false;
   if (next != TreeVisitor::Next::kReadAgain) {
@@ -79,34 +87,30 @@ bool TreeWalk::Leave() {
     return true;
   }
   ++directory.pass;
-  const int error = directory.reader->Seek(0);
-  return error == 0 || Lose(error);
+  const Error error = directory.reader->GoTo(0);
+  return error ? Stop(error) : true;
 }
 
-bool TreeWalk::Lose(int error) {
-  visitor_.Lost(error);
+bool TreeWalk::Stop(Error error) {
+  visitor_.PathLost(error);
   return false;
 }
 
-FileDescriptor TreeWalk::Open(int directory, const char* name, int flags, mode_t mode) {
+Error TreeWalk::OpenIn(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode) {
   for (;;) {
-    FileDescriptor open = OpenAt(directory, name, flags, mode);
-    if (open || !MakeRoom(errno)) return open;
+    const Error error = Open(directory, name, flags, opened, mode);
+    if (!error || !FreeDescriptorAfter(error)) return error;
   }
 }
 
-bool TreeWalk::MakeRoom(int error) {
-  if (error != EMFILE && error != ENFILE) return false;
-  const bool closed = CloseOne();
-  errno = error;
-  return closed;
-}
+bool TreeWalk::FreeDescriptorAfter(Error error) { return (error == EMFILE || error == ENFILE) && CloseHighest(); }
 
 // The last two are in use.
-bool TreeWalk::CloseOne() {
+bool TreeWalk::CloseHighest() {
   if (firstOpen_ + 2 >= levels_.size()) return false;
   TreeLevel& level = levels_[firstOpen_];
-  if (level.counterpart && ReadItem(level.counterpart.get(), level.counterpartItem) != 0) return false;
+  // What cannot be recognised later stays open.
+  if (level.counterpart.IsOpen() && GetStatus(level.counterpart.get(), level.counterpartStatus)) return false;
   level.position = level.reader->position();
   level.reader.reset();
   level.counterpart = FileDescriptor();
@@ -114,18 +118,19 @@ bool TreeWalk::CloseOne() {
   return true;
 }
 
-int TreeWalk::OpenAbove() {
+Error TreeWalk::OpenAbove() {
   TreeLevel& below = levels_.back();
   TreeLevel& above = levels_[levels_.size() - 2];
-  if (above.reader || levels_.size() == 2) return 0;
+  if (above.reader || levels_.size() == 2) return {};
   FileDescriptor directory;
-  if (const int error = OpenSame(below.descriptor(), above.item, directory)) return error;
-  if (below.counterpart) {
-    if (const int error = OpenSame(below.counterpart.get(), above.counterpartItem, above.counterpart)) return error;
+  if (const Error error = OpenSame(below.descriptor(), above.status, directory)) return error;
+  if (below.counterpart.IsOpen()) {
+    const int counterpart = below.counterpart.get();
+    if (const Error error = OpenSame(counterpart, above.counterpartStatus, above.counterpart)) return error;
   }
   above.reader.emplace(std::move(directory));
   firstOpen_ = levels_.size() - 2;
-  return above.reader->Seek(above.position);
+  return above.reader->GoTo(above.position);
 }
 
 std::string TreeWalk::CurrentEntry() const {

@@ -1,9 +1,10 @@
 // The one way through a tree, for removal and copy.
 //
-// The walk opens every directory by its name in the one above, never following a link, and never joins paths. However
-// deep the tree is, only the last few directories stay open. One that was closed is opened again as ".." of the one
-// below, and only accepted when it is the very directory that it was, so that a directory which somebody moves away
-// meanwhile leads nowhere. Entries are streamed; memory grows with the depth alone.
+// The walk opens every directory by its name in the one above, never following a link, and never joins paths. It reads
+// entries one by one and hands each to a visitor, which says whether to go into it. However deep the tree is, only the
+// last few directories stay open: past that the highest one is closed, and its reading position remembered. On the way
+// back it is opened again as ".." of the directory below, and accepted only when it is the very directory that it was,
+// so that a directory which is moved away meanwhile leads nowhere. Memory grows with the depth alone.
 #pragma once
 
 #include <deque>
@@ -12,7 +13,8 @@
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
 #include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/TreeItem.h"
+#include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/trees/Report.h"
 
 namespace quill::darwin {
 
@@ -21,19 +23,19 @@ struct TreeLevel {
   int descriptor() const { return reader ? reader->descriptor() : parent; }
 
   std::string name;
-  TreeItem item;
+  ItemStatus status;
   /// Empty while it is closed.
   std::optional<DirectoryReader> reader;
   std::int64_t position = 0;
-  /// How often it has been begun to be read.
+  /// The first reading from its beginning, or a later one.
   int pass = 1;
   /// What the visitor found in the first pass, and only in a later one.
   std::size_t earlyEntries = 0, lateEntries = 0;
-  /// Why the visitor had to leave out an entry in this pass; 0 when it did not.
-  int missed = 0;
-  /// A directory that the visitor keeps beside it, closed and opened again in step with it.
+  /// Why the visitor had to leave out an entry in this pass.
+  Error missed;
+  /// A directory that the visitor keeps beside it, its copy; closed and opened again in step with it.
   FileDescriptor counterpart;
-  TreeItem counterpartItem;
+  ItemStatus counterpartStatus;
   /// Of the directory that holds the tree, which stays the caller's.
   int parent = -1;
 };
@@ -46,13 +48,13 @@ class TreeVisitor {
   /// kGoInto for a directory that is to be walked.
   virtual Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) = 0;
   /// The directory could not be opened. kGoInto to try once more.
-  virtual Next Shut(TreeLevel& in, const char* name, int error) = 0;
+  virtual Next OpenFailed(TreeLevel& in, const char* name, Error error) = 0;
   /// It is open. kGoInto, or kGoOn to pass it by.
   virtual Next Enter(TreeLevel& in, TreeLevel& directory) = 0;
   /// It was read to its end, or until \p error. kReadAgain for another pass.
-  virtual Next Leave(TreeLevel& in, TreeLevel& directory, int error) = 0;
-  /// The way back up is lost.
-  virtual void Lost(int error) = 0;
+  virtual Next Leave(TreeLevel& in, TreeLevel& directory, Error error) = 0;
+  /// The way back up is gone; the walk ends.
+  virtual void PathLost(Error error) = 0;
 
  protected:
   ~TreeVisitor() = default;
@@ -60,16 +62,20 @@ class TreeVisitor {
 
 class TreeWalk {
  public:
-  explicit TreeWalk(TreeVisitor& guest) : visitor_(guest) {}
+  /// Both must outlive the walk; \p report learns from it which entry is being visited.
+  TreeWalk(TreeVisitor& visitor, TreeReport& report);
+  TreeWalk(const TreeWalk&) = delete;
+  TreeWalk& operator=(const TreeWalk&) = delete;
+  ~TreeWalk();
 
   /// Visits \p name in \p parent and, if the visitor wants it, everything below.
   void Run(int parent, const char* name);
 
-  /// openat that, when descriptors are scarce, closes directories higher up and tries again.
-  FileDescriptor Open(int directory, const char* name, int flags, mode_t mode = 0);
+  /// Opens a name in a directory; when descriptors are scarce, closes directories higher up and tries again.
+  Error OpenIn(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode = 0);
 
   /// Closes a directory higher up when \p error says that descriptors are scarce. True when trying again may help.
-  bool MakeRoom(int error);
+  bool FreeDescriptorAfter(Error error);
 
   /// The directory that holds the tree.
   bool IsOutside(const TreeLevel& in) const { return &in == &levels_.front(); }
@@ -79,12 +85,14 @@ class TreeWalk {
  private:
   bool Visit(const DirectoryReader::Entry& entry);
   bool Enter(const char* name);
+  Error OpenBelow(const char* name, FileDescriptor& directory, ItemStatus& status);
   bool Leave();
-  bool Lose(int error);
-  bool CloseOne();
-  int OpenAbove();
+  bool Stop(Error error);
+  bool CloseHighest();
+  Error OpenAbove();
 
   TreeVisitor& visitor_;
+  TreeReport& report_;
   /// The first is the parent of the tree.
   std::deque<TreeLevel> levels_;
   std::size_t firstOpen_ = 1;

@@ -4,13 +4,14 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <vector>
 
-#include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/Retry.h"
+#include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/names/PathText.h"
 #include "platform/darwin/user/UserDirectoriesFile.h"
 
 namespace quill::darwin {
@@ -19,20 +20,10 @@ namespace {
 /// More than any sensible user-dirs.dirs holds.
 constexpr std::size_t kLargestFile = 1024 * 1024;
 
-std::string WithoutTrailingSlashes(std::string path) {
-  path.erase(std::max<std::size_t>(path.find_last_not_of('/') + 1, 1));  // the root keeps its own
-  return path;
-}
-
 const char* IfAbsolute(const char* path) noexcept { return path && *path == '/' ? path : nullptr; }
 
 std::optional<std::string> AbsoluteOrNothing(const char* path) {
-  return IfAbsolute(path) ? std::optional(WithoutTrailingSlashes(path)) : std::nullopt;
-}
-
-std::string InDirectory(const std::string& directory, std::string_view relative) {
-  std::string path = directory == "/" ? std::string() : directory;
-  return path.append("/").append(relative);
+  return IfAbsolute(path) ? std::optional(std::string(WithoutTrailingSlashes(path))) : std::nullopt;
 }
 
 /// The home directory in the entry that \p lookUp (one of getpwnam_r and getpwuid_r) finds.
@@ -51,19 +42,26 @@ std::optional<std::string> HomeInPasswordDatabase(LookUp lookUp) {
 
 /// Empty when the file cannot be read, or is no file: a FIFO is not waited for.
 std::string ContentsOf(const std::string& path) {
-  const FileDescriptor file(Retry([&] { return ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC); }));
   std::string contents;
-  if (!file) return contents;
+  FileDescriptor file;
+  if (Open(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK, file)) return contents;  // as if it were not there
   char block[4096];
-  while (contents.size() < kLargestFile) {
-    const ssize_t got = Retry([&] { return ::read(file.get(), block, sizeof block); });
-    if (got <= 0) break;
-    contents.append(block, static_cast<std::size_t>(got));
+  std::size_t got = 0;
+  while (contents.size() < kLargestFile && !Read(file.get(), block, sizeof block, got) && got > 0) {
+    contents.append(block, got);
   }
   return contents;
 }
 
 }  // namespace
+
+Error GetProgramPath(std::string& path) {
+  std::array<char, PATH_MAX> text;
+  std::size_t length = 0;
+  if (const Error error = ReadLink(AT_FDCWD, "/proc/self/exe", text.data(), text.size(), length)) return error;
+  path.assign(text.data(), length);
+  return {};
+}
 
 const char* AbsolutePathInVariable(const char* variable) noexcept { return IfAbsolute(std::getenv(variable)); }
 
@@ -76,20 +74,14 @@ std::optional<std::string> HomeDirectoryOfUser(const std::string& name) {
   return HomeInPasswordDatabase([&name](auto... out) { return ::getpwnam_r(name.c_str(), out...); });
 }
 
-std::optional<std::string> BaseDirectory(const char* variable, std::string_view belowHome) {
-  if (auto directory = AbsoluteOrNothing(std::getenv(variable))) return directory;
-  const auto home = HomeDirectory();
-  return home ? std::optional(InDirectory(*home, belowHome)) : std::nullopt;
-}
-
 std::optional<std::string> UserDirectory(std::string_view name, std::string_view belowHome) {
   const auto home = HomeDirectory();
   if (!home) return std::nullopt;
-  const auto configuration = BaseDirectory("XDG_CONFIG_HOME", ".config");
+  const auto configuration = BaseDirectory("XDG_CONFIG_HOME", ".config", HomeDirectory);
   if (!configuration) return std::nullopt;
-  const std::string file = ContentsOf(InDirectory(*configuration, "user-dirs.dirs"));
+  const std::string file = ContentsOf(Join(*configuration, "user-dirs.dirs"));
   auto configured = DirectoryInUserDirectoriesFile(file, name, *home == "/" ? "" : *home);
-  return configured ? WithoutTrailingSlashes(std::move(*configured)) : InDirectory(*home, belowHome);
+  return configured ? std::string(WithoutTrailingSlashes(*configured)) : Join(*home, belowHome);
 }
 
 }  // namespace quill::darwin

@@ -9,7 +9,13 @@
 #include <string>
 #include <string_view>
 
+#include "platform/darwin/descriptors/Error.h"
+#include "platform/darwin/names/PathText.h"
+
 namespace quill::darwin {
+
+/// The file of the running program; why the kernel does not tell, otherwise.
+Error GetProgramPath(std::string& path);
 
 /// The value of an environment variable when it is absolute, as it stands there; else null.
 const char* AbsolutePathInVariable(const char* variable) noexcept;
@@ -20,8 +26,14 @@ std::optional<std::string> HomeDirectory();
 /// By the password database; nullopt for a user that it does not hold.
 std::optional<std::string> HomeDirectoryOfUser(const std::string& name);
 
-/// The value of an environment variable when it is absolute, else a place in the home directory; nullopt without one.
-std::optional<std::string> BaseDirectory(const char* variable, std::string_view belowHome);
+/// The value of an environment variable when it is absolute, else a place in the home directory that \p findHome
+/// answers; nullopt without one.
+template <typename FindHome>
+std::optional<std::string> BaseDirectory(const char* variable, std::string_view belowHome, FindHome findHome) {
+  if (const char* const value = AbsolutePathInVariable(variable)) return std::string(WithoutTrailingSlashes(value));
+  const std::optional<std::string> home = findHome();
+  return home ? std::optional(Join(*home, belowHome)) : std::nullopt;
+}
 
 /// The directory that user-dirs.dirs sets for \p name ("DESKTOP" and so on), else a place in the home directory;
 /// nullopt without a home directory. A directory that is switched off is the home directory.

@@ -1,0 +1,199 @@
+#include "platform/darwin/descriptors/SystemCalls.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdlib>
+
+#include "platform/darwin/descriptors/Repeat.h"
+
+namespace quill::darwin {
+namespace {
+
+void OnFileSizeLimit(int) {}
+
+bool ReplaceDefaultHandler() noexcept {
+  struct sigaction current {};
+  if (::sigaction(SIGXFSZ, nullptr, &current) != 0) return false;
+  if ((current.sa_flags & SA_SIGINFO) != 0 || current.sa_handler != SIG_DFL) return false;
+
+  struct sigaction harmless {};
+  harmless.sa_handler = OnFileSizeLimit;  // a handler, not SIG_IGN: exec resets handlers and hands down what is ignored
+  harmless.sa_flags = SA_RESTART;
+  return ::sigaction(SIGXFSZ, &harmless, nullptr) == 0;
+}
+
+void SurviveFileSizeLimit() noexcept { [[maybe_unused]] static const bool isReplaced = ReplaceDefaultHandler(); }
+
+/// Lets \p make fill the end of the template; a failed attempt may fill it all the same, and is undone.
+template <typename Make>
+Error MakeFromTemplate(std::string& pathTemplate, Make make) {
+  std::string path = pathTemplate;
+  if (const Error error = Repeat([&] { return make(path.data()); })) return error;
+  pathTemplate.swap(path);
+  return {};
+}
+
+}  // namespace
+
+Error FileDescriptor::Close() noexcept {
+  if (number_ < 0) return {};
+  return ::close(Release()) == 0 || errno == EINTR ? Error() : Error(errno);
+}
+
+Error Open(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode) noexcept {
+  int descriptor = -1;
+  if (const Error error = Repeat([&] { return ::openat(directory, name, flags | O_CLOEXEC, mode); }, descriptor)) {
+    return error;
+  }
+  opened = FileDescriptor(descriptor);
+  return {};
+}
+
+Error OpenForReading(int directory, FileDescriptor& opened) noexcept {
+  return Open(directory, ".", O_RDONLY | O_DIRECTORY, opened);
+}
+
+Error Duplicate(int descriptor, FileDescriptor& copy) noexcept {
+  int duplicate = -1;
+  if (const Error error = Repeat([&] { return ::fcntl(descriptor, F_DUPFD_CLOEXEC, 0); }, duplicate)) return error;
+  copy = FileDescriptor(duplicate);
+  return {};
+}
+
+Error Read(int file, void* buffer, std::size_t size, std::size_t& got) noexcept {
+  return Repeat([&] { return ::read(file, buffer, size); }, got);
+}
+
+Error ReadOnce(int file, void* buffer, std::size_t size, std::size_t& got) noexcept {
+  const ssize_t result = ::read(file, buffer, size);
+  if (result < 0) return errno;
+  got = static_cast<std::size_t>(result);
+  return {};
+}
+
+Error ReadAt(int file, void* buffer, std::size_t size, std::uint64_t position, std::size_t& got) noexcept {
+  return Repeat([&] { return ::pread(file, buffer, size, static_cast<off_t>(position)); }, got);
+}
+
+Error WriteAll(int file, const void* bytes, std::size_t size, std::size_t& written) noexcept {
+  SurviveFileSizeLimit();
+  written = 0;
+  while (written < size) {
+    const auto* const rest = static_cast<const std::byte*>(bytes) + written;
+    std::size_t count = 0;
+    if (const Error error = Repeat([&] { return ::write(file, rest, size - written); }, count)) return error;
+    if (count == 0) return EIO;  // a device that takes nothing more would be asked forever
+    written += count;
+  }
+  return {};
+}
+
+Error WriteAll(int file, const void* bytes, std::size_t size) noexcept {
+  std::size_t written = 0;
+  return WriteAll(file, bytes, size, written);
+}
+
+Error WriteAllAt(int file, const void* bytes, std::size_t size, std::uint64_t position) noexcept {
+  SurviveFileSizeLimit();
+  for (std::size_t written = 0; written < size;) {
+    const auto* const rest = static_cast<const std::byte*>(bytes) + written;
+    const auto offset = static_cast<off_t>(position + written);
+    std::size_t count = 0;
+    if (const Error error = Repeat([&] { return ::pwrite(file, rest, size - written, offset); }, count)) return error;
+    if (count == 0) return EIO;
+    written += count;
+  }
+  return {};
+}
+
+Error Seek(int file, std::int64_t offset, int whence, std::int64_t& position) noexcept {
+  return Repeat([&] { return ::lseek(file, offset, whence); }, position);
+}
+
+Error Seek(int file, std::int64_t offset, int whence) noexcept {
+  return Repeat([&] { return ::lseek(file, offset, whence); });
+}
+
+Error Truncate(int file, std::int64_t length) noexcept {
+  SurviveFileSizeLimit();
+  return Repeat([&] { return ::ftruncate(file, length); });
+}
+
+Error Sync(int file) noexcept {
+  return Repeat([&] { return ::fsync(file); });
+}
+
+Error SyncFileSystem(int file) noexcept {
+  return Repeat([&] { return ::syncfs(file); });
+}
+
+Error Clone(int from, int to) noexcept {
+  SurviveFileSizeLimit();
+  return Repeat([&] { return ::ioctl(to, FICLONE, from); });
+}
+
+Error CopyRange(int from, std::int64_t& in, int to, std::int64_t& out, std::size_t size, std::size_t& copied) noexcept {
+  SurviveFileSizeLimit();
+  return Repeat([&] { return ::copy_file_range(from, &in, to, &out, size, 0); }, copied);
+}
+
+Error ReadDirectory(int directory, void* buffer, std::size_t size, std::size_t& got) noexcept {
+  return Repeat([&] { return ::getdents64(directory, buffer, size); }, got);
+}
+
+Error MakeDirectory(int directory, const char* name, mode_t mode) noexcept {
+  return Repeat([&] { return ::mkdirat(directory, name, mode); });
+}
+
+Error MakeLink(int directory, const char* name, const char* target) noexcept {
+  return Repeat([&] { return ::symlinkat(target, directory, name); });
+}
+
+Error MakeNode(int directory, const char* name, mode_t mode, dev_t device) noexcept {
+  return Repeat([&] { return ::mknodat(directory, name, mode, device); });
+}
+
+Error ReadLink(int directory, const char* name, char* buffer, std::size_t size, std::size_t& length) noexcept {
+  return Repeat([&] { return ::readlinkat(directory, name, buffer, size); }, length);
+}
+
+Error Link(int fromDirectory, const char* from, int toDirectory, const char* to, int flags) noexcept {
+  return Repeat([&] { return ::linkat(fromDirectory, from, toDirectory, to, flags); });
+}
+
+Error LinkOpenFile(int file, int toDirectory, const char* to) noexcept {
+  const Error error = Link(file, "", toDirectory, to, AT_EMPTY_PATH);
+  if (error != ENOENT && error != EPERM) return error;
+  // Older kernels ask for a capability.
+  return Link(AT_FDCWD, DescriptorPath(file).text, toDirectory, to, AT_SYMLINK_FOLLOW);
+}
+
+Error Unlink(int directory, const char* name, int flags) noexcept {
+  return Repeat([&] { return ::unlinkat(directory, name, flags); });
+}
+
+Error Rename(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags) noexcept {
+  return Repeat([&] {
+    if (flags == 0) return ::renameat(fromDirectory, from, toDirectory, to);
+    return ::renameat2(fromDirectory, from, toDirectory, to, flags);
+  });
+}
+
+Error MakeTemporaryFile(std::string& pathTemplate, FileDescriptor& opened) {
+  int descriptor = -1;
+  const auto make = [&](char* name) { return descriptor = ::mkostemp(name, O_CLOEXEC); };
+  if (const Error error = MakeFromTemplate(pathTemplate, make)) return error;
+  opened = FileDescriptor(descriptor);
+  return {};
+}
+
+Error MakeTemporaryDirectory(std::string& pathTemplate) {
+  return MakeFromTemplate(pathTemplate, [](char* name) { return ::mkdtemp(name) ? 0 : -1; });
+}
+
+}  // namespace quill::darwin

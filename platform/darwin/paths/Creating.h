@@ -1,0 +1,46 @@
+// Making items at a path. A new item meets what stands there under another form of its name (NameLookup). EFAULT for a
+// null path. Any thread.
+#pragma once
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "platform/darwin/descriptors/FileDescriptor.h"
+
+namespace quill::darwin {
+
+enum class ExistingContents { kKeep, kEmpty };
+
+/// Opens a new, empty file for writing, or one that exists. Open to everyone but for the umask.
+Error CreateFile(const char* path, ExistingContents contents, FileDescriptor& file);
+
+/// Creates a file that only its owner may read, with these contents, or nothing. EEXIST when anything stands at
+/// \p path, a dangling link included.
+Error CreateExclusively(const char* path, std::string_view contents);
+
+/// Makes one level, open to everyone but for the umask.
+Error MakeDirectory(const char* path);
+
+/// \p target is stored as it is.
+Error MakeSymbolicLink(const char* target, const char* path);
+
+/// Replaces the XXXXXX at the end of \p pathTemplate so that the path is a new item's: a file with mode 0600, or a
+/// directory with mode 0700, less the umask. Where the template's directory exists only in another form, the item is
+/// made there, and found by the template's own text.
+Error MakeTemporaryFileAt(std::string& pathTemplate, FileDescriptor& file);
+Error MakeTemporaryDirectoryAt(std::string& pathTemplate);
+
+/// Makes sure that \p path is a directory that belongs to the effective user; a new one is closed to everybody else and
+/// open to its owner, whatever the umask says. What stands there already is accepted only when it is just that (never
+/// through a link), else EACCES.
+Error EnsureOwnDirectory(const char* path);
+
+/// The same, and a directory that stands there already must be closed to everybody else.
+Error EnsurePrivateDirectory(const char* path);
+
+/// Sends \p stream to a file, as freopen(3) does with \p mode: it is closed when that fails. A null path leaves the
+/// stream alone.
+Error ReopenStreamAt(const char* path, const char* mode, std::FILE* stream);
+
+}  // namespace quill::darwin

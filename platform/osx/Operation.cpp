@@ -1,0 +1,128 @@
+#include "platform/osx/Operation.h"
+
+#include <atomic>
+#include <mutex>
+#include <new>
+#include <utility>
+
+#include "platform/osx/OSXFileSystemUtils.h"
+
+namespace quill {
+
+/// The last failure of a manager, which several threads may use at once.
+struct FailureLog {
+  std::mutex mutex;
+  OperationFailure last;
+};
+
+namespace {
+
+thread_local Operation* innermost = nullptr;
+
+/// Made when it is first needed; null without memory.
+FailureLog* Obtain(FailureLog*& place) noexcept {
+  const std::atomic_ref<FailureLog*> log(place);
+  FailureLog* current = log.load(std::memory_order_acquire);
+  if (current) return current;
+  auto* const made = new (std::nothrow) FailureLog;
+  if (made && log.compare_exchange_strong(current, made, std::memory_order_acq_rel)) return made;
+  delete made;
+  return current;
+}
+
+darwin::TreeObserver* Choose(darwin::TreeObserver* ofManager) noexcept {
+  return ofManager ? ofManager : darwin::TreeObserver::Current();
+}
+
+}  // namespace
+
+darwin::Error CauseOf(const foundation::NSError* error) noexcept {
+  const bool isPosix = error && error->domain() && error->domain()->isEqualToString(foundation::NSPOSIXErrorDomain());
+  return isPosix ? darwin::Error(static_cast<int>(error->code())) : darwin::Error();
+}
+
+Operation::Operation(OSXFileManager& manager, const char* name) noexcept
+    : manager_(manager), name_(name), outer_(std::exchange(innermost, this)) {}
+
+Operation::Operation(OSXFileManager& manager, const char* name, const QuillFileString& path) noexcept
+    : manager_(manager), name_(name), path_(&path), outer_(std::exchange(innermost, this)) {}
+
+Operation::Operation(OSXFileManager& manager, const char* name, const QuillFileString& path,
+                     const QuillFileString& secondPath) noexcept
+    : manager_(manager), name_(name), path_(&path), secondPath_(&secondPath), outer_(std::exchange(innermost, this)) {}
+
+Operation::~Operation() { innermost = outer_; }
+
+bool Operation::Fail(darwin::Error cause) {
+  return Fail(OSXFileSystemUtils::_PosixErrToQuillErr(cause.posix()), cause);
+}
+
+bool Operation::Fail(const foundation::NSError* cause) {
+  return Fail(OSXFileSystemUtils::_NSErrorToQuillErr(cause), CauseOf(cause));
+}
+
+bool Operation::Fail(int code, darwin::Error cause) {
+  manager_.SetLastError(code);
+  return Note(cause);
+}
+
+bool Operation::FailUnobserved(int code, darwin::Error cause) {
+  manager_.lastError = code;
+  return Note(cause);
+}
+
+bool Operation::FailSilently(darwin::Error cause) { return Note(cause); }
+
+bool Operation::FailSilently(const foundation::NSError* cause) { return Note(CauseOf(cause)); }
+
+bool Operation::FailAsCalled() { return Note(cause_); }
+
+bool Operation::Note(darwin::Error cause) noexcept {
+  const bool isInTree = treeFailure_ && treeFailure_->error();
+  cause_ = isInTree ? treeFailure_->error() : cause;
+  bool isOutermost = true;
+  for (Operation* outer = outer_; outer; outer = outer->outer_) {
+    if (&outer->manager_ != &manager_) continue;
+    outer->cause_ = cause_;
+    isOutermost = false;
+  }
+  FailureLog* const log = isOutermost ? Obtain(manager_.failures_) : nullptr;
+  if (!log) return false;
+  const std::lock_guard lock(log->mutex);
+  log->last = {name_, {}, {}, {}, cause_.posix()};
+  try {
+    if (path_) log->last.path = *path_;
+    if (secondPath_) log->last.secondPath = *secondPath_;
+    if (isInTree) log->last.entry = treeFailure_->entry();
+  } catch (const std::bad_alloc&) {
+    // What there is no memory for is left out.
+  }
+  return false;
+}
+
+TreeOperation::TreeOperation(OSXFileManager& manager, const char* name, const QuillFileString& path) noexcept
+    : Operation(manager, name, path), observer_(Choose(manager.treeObserver_)) {
+  LearnFrom(failure_);
+}
+
+TreeOperation::TreeOperation(OSXFileManager& manager, const char* name, const QuillFileString& path,
+                             const QuillFileString& secondPath) noexcept
+    : Operation(manager, name, path, secondPath), observer_(Choose(manager.treeObserver_)) {
+  LearnFrom(failure_);
+}
+
+}  // namespace quill
+
+OSXFileManager::~OSXFileManager() { delete failures_; }
+
+quill::OperationFailure OSXFileManager::LastFailure() const {
+  if (!failures_) return {};
+  const std::lock_guard lock(failures_->mutex);
+  return failures_->last;
+}
+
+void OSXFileManager::ForgetFailure() noexcept {
+  if (!failures_) return;
+  const std::lock_guard lock(failures_->mutex);
+  failures_->last = {};
+}

@@ -1,0 +1,145 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <new>
+
+#include "platform/darwin/trees/Trees.h"
+#include "tests/darwin/trees/RecordingObserver.h"
+#include "tests/support/Fixture.h"
+#include "tests/support/Snapshot.h"
+#include "tests/support/Trees.h"
+
+namespace {
+
+using namespace quill_test;
+namespace fs = std::filesystem;
+
+class CopyTree : public DirectoryTest {
+ protected:
+  int Copy(const std::string& from, const std::string& to) {
+    return quill::darwin::CopyTree(In(from).c_str(), In(to).c_str()).posix();
+  }
+  void ExpectWholeCopy(const std::string& from, const std::string& to) {
+    EXPECT_EQ(0, Copy(from, to)) << from;
+    EXPECT_EQ("", Difference(Describe(In(from)), Describe(In(to)))) << from;
+    RemoveAll(In(to));
+  }
+  std::ptrdiff_t CountItems() { return std::distance(fs::directory_iterator(Root()), fs::directory_iterator()); }
+};
+
+TEST_F(CopyTree, KeepsEverything) {
+  MakeMixedTree(In("tree"));
+  ASSERT_EQ(0, ::chmod(In("tree").c_str(), 0555));
+  RecordingObserver observer;
+  const quill::darwin::TreeObserverScope scope(&observer);
+  for (const char* part : {"", "/plain", "/dangling", "/fifo", "/socket", "/sparse", "/nested"})
+    ExpectWholeCopy(std::string("tree") + part, "copy");
+  EXPECT_TRUE(observer.notKept.empty()) << observer.notKept.front();
+  EXPECT_EQ(1, CountItems());
+}
+
+TEST_F(CopyTree, TakesWhatComesWhileItIsAtWork) {
+  MakeMixedTree(In("tree"));
+  RecordingObserver observer;
+  observer.meddle = [this](const quill::darwin::TreeProgress& done) {
+    if (done.items == 1) WriteFile(In("tree/late"), "late bytes");
+    return true;
+  };
+  const quill::darwin::TreeObserverScope scope(&observer);
+  ExpectWholeCopy("tree", "copy");
+
+  fs::create_directory(In("renamed"));
+  const std::vector<std::string> names = {"a", "b", "c"};
+  for (const auto& name : names) WriteFile(In("renamed/" + name), "");
+  observer.meddle = [&](const quill::darwin::TreeProgress& done) {
+    for (const auto& name : names)
+      if (done.items == 1) fs::rename(In("renamed/" + name), In("renamed/new " + name));
+    return true;
+  };
+  EXPECT_EQ(0, Copy("renamed", "copy of renamed"));
+  for (const auto& name : names) EXPECT_TRUE(fs::exists(In("copy of renamed/new " + name))) << name;
+}
+
+// Reading it once more to see whether it had changed gave the copy the time of that reading.
+TEST_F(CopyTree, KeepsTheTimeOfAccessOfADirectory) {
+  fs::create_directory(In("tree"));
+  const timespec times[] = {{1000, 0}, {2000, 0}};
+  ASSERT_EQ(0, ::utimensat(AT_FDCWD, In("tree").c_str(), times, 0));
+  ASSERT_EQ(0, Copy("tree", "copy"));
+  struct stat status {};
+  ASSERT_EQ(0, ::stat(In("copy").c_str(), &status));
+  EXPECT_EQ(1000, status.st_atim.tv_sec);
+}
+
+TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {
+  MakeMixedTree(In("tree"));
+  std::uint64_t last = 1;
+  for (int error = ECANCELED; error != 0; ++last) {
+    RecordingObserver observer;
+    observer.meddle = [last](const quill::darwin::TreeProgress& done) {
+      if (done.items >= last && last % 2 == 0) throw std::bad_alloc();
+      return done.items < last;
+    };
+    const quill::darwin::TreeObserverScope scope(&observer);
+    try {
+      error = Copy("tree", "copy");
+      EXPECT_TRUE(error == 0 || error == ECANCELED) << error;
+    } catch (const std::bad_alloc&) {
+      EXPECT_EQ(0U, last % 2);
+    }
+    EXPECT_EQ(error == 0 ? 2 : 1, CountItems()) << last;
+  }
+  EXPECT_GT(last, 10U);
+}
+
+TEST_F(CopyTree, ReadsToTheEndWhateverSizeIsClaimed) {
+  ASSERT_EQ(0, quill::darwin::CopyTree("/proc/cpuinfo", In("copy").c_str()));
+  EXPECT_GT(fs::file_size(In("copy")), 0U);
+}
+
+TEST_F(CopyTree, NeedsNoPrivilege) {
+  AsOrdinaryUser(Root(), [this] {
+    MakeMixedTree(In("tree"));
+    ASSERT_EQ(0, ::chmod(In("tree").c_str(), 0555));
+    for (const mode_t mask : {0777U, 022U}) {
+      ::umask(mask);
+      ExpectWholeCopy("tree", "copy");
+    }
+    ASSERT_EQ(0, ::chmod(In("tree/nested/deep").c_str(), 0));
+    RecordingObserver observer;
+    const quill::darwin::TreeObserverScope scope(&observer);
+    EXPECT_EQ(EACCES, Copy("tree", "copy"));
+    EXPECT_EQ(1, CountItems());
+    EXPECT_EQ("nested/deep", observer.failures.at(0).first);
+  });
+  RemoveAll(In("tree"));
+}
+
+TEST_F(CopyTree, DropsSetUserIDWithTheOwner) {
+  ASSERT_EQ(0, ::mkdir(In("foreign").c_str(), 0755));
+  WriteFile(In("foreign/setuid"), "");
+  ASSERT_EQ(0, ::chmod(In("foreign/setuid").c_str(), 06755));
+  const bool isForeign = ::geteuid() == 0;
+  AsOrdinaryUser(Root(), [&] {
+    RecordingObserver observer;
+    const quill::darwin::TreeObserverScope scope(&observer);
+    ASSERT_EQ(0, Copy("foreign", "copy"));
+    struct stat status {};
+    ASSERT_EQ(0, ::lstat(In("copy/setuid").c_str(), &status));
+    EXPECT_EQ(isForeign ? 0755U : 06755U, status.st_mode & 07777);
+    EXPECT_EQ(isForeign ? 2U : 0U, observer.notKept.size());
+  });
+}
+
+// The directory's default access control list would open every new item in it to another user.
+TEST_F(CopyTree, InheritsNoAccess) {
+  MakeMixedTree(In("tree"));
+  fs::create_directory(In("open"));
+  if (!GrantAccess(In("open"), "system.posix_acl_default")) GTEST_SKIP() << "no access control lists here";
+  for (const char* part : {"", "/special"}) ExpectWholeCopy(std::string("tree") + part, "open/copy");
+  ExpectWholeCopy("open", "open2");
+}
+
+}  // namespace

@@ -11,8 +11,10 @@ namespace quill::foundation {
 
 /// The domains that the layer compares with. Codes of NSPOSIXErrorDomain are errno values of this system.
 QUILL_EXPORT NSString* NSCocoaErrorDomain();
+/// The domain whose codes are errno values.
 QUILL_EXPORT NSString* NSPOSIXErrorDomain();
 
+/// A domain and a code.
 class QUILL_EXPORT NSError final : public NSObject {
  public:
   /// \p domain may be nil.
@@ -21,7 +23,9 @@ class QUILL_EXPORT NSError final : public NSObject {
   /// The same in NSPOSIXErrorDomain, into *error; nothing when \p error is null, because nobody asks. Answers false.
   static bool Give(darwin::Error cause, RetainPtr<NSError>* error);
 
+  /// Null for nil. The error owns it.
   NSString* domain() const noexcept { return domainName_.get(); }
+  /// As the domain numbers its errors.
   long code() const noexcept { return number_; }
 
  private:

@@ -13,6 +13,7 @@
 
 namespace quill::foundation {
 
+/// What is counted.
 class QUILL_EXPORT NSObject {
  public:
   NSObject(const NSObject&) = delete;
@@ -39,23 +40,29 @@ class QUILL_EXPORT NSObject {
   mutable std::atomic<int> owners_{1};
 };
 
+/// One owner of an object, or of none.
 template <typename T>
 class RetainPtr {
  public:
   RetainPtr() noexcept = default;
+  /// Nil.
   RetainPtr(std::nullptr_t) noexcept {}
   /// Becomes one more owner of \p shared.
   explicit RetainPtr(T* shared) noexcept : object_(shared) {
     if (object_) object_->retain();
   }
+  /// Becomes one more owner.
   RetainPtr(const RetainPtr& other) noexcept : RetainPtr(other.object_) {}
+  /// Takes the ownership over.
   RetainPtr(RetainPtr&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+  /// The same, of a derived object.
   template <typename U>
   RetainPtr(RetainPtr<U> other) noexcept : object_(other.Leak()) {}
   ~RetainPtr() {
     if (object_) object_->release();
   }
 
+  /// Gives up what it owned.
   RetainPtr& operator=(RetainPtr other) noexcept {
     std::swap(object_, other.object_);
     return *this;
@@ -71,15 +78,19 @@ class RetainPtr {
   /// Gives up ownership without releasing.
   T* Leak() noexcept { return std::exchange(object_, nullptr); }
 
+  /// Null for nil. Not to be released.
   T* get() const noexcept { return object_; }
+  /// Of what is not nil.
   T* operator->() const noexcept {
     assert(object_ && "nil has no members");
     return object_;
   }
+  /// Of what is not nil.
   T& operator*() const noexcept {
     assert(object_ && "nil has no members");
     return *object_;
   }
+  /// False for nil.
   explicit operator bool() const noexcept { return object_ != nullptr; }
 
  private:

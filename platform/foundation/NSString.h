@@ -15,6 +15,7 @@ namespace quill::foundation {
 class NSCharacterSet;
 class NSURL;
 
+/// Immutable text.
 class QUILL_EXPORT NSString final : public NSObject {
  public:
   /// Null for null and for text that is not valid UTF-8.
@@ -25,17 +26,25 @@ class QUILL_EXPORT NSString final : public NSObject {
 
   /// The bytes, NUL-terminated; valid while the string lives.
   const char* UTF8String() const noexcept { return Bytes(); }
+  /// The same bytes, as a path of the file system.
   const char* fileSystemRepresentation() const noexcept { return Bytes(); }
+  /// The same bytes, without the NUL.
   std::string_view view() const noexcept { return {Bytes(), length_}; }
 
+  /// Compares bytes; nil equals nothing.
   bool isEqualToString(const NSString* other) const noexcept;
+  /// Compares bytes.
   bool containsString(std::string_view part) const noexcept { return view().find(part) != std::string_view::npos; }
+  /// Compares bytes.
   bool hasPrefix(std::string_view prefix) const noexcept;
+  /// Compares bytes.
   bool hasSuffix(std::string_view suffix) const noexcept;
   /// Every character is ASCII.
   bool canBeConvertedToASCII() const noexcept;
 
+  /// Never null.
   RetainPtr<NSString> stringByAppendingString(std::string_view tail) const;
+  /// Each occurrence, from the left, not overlapping; never null.
   RetainPtr<NSString> stringByReplacingOccurrencesOfString(std::string_view from, std::string_view to) const;
   /// The first \p bytes bytes.
   RetainPtr<NSString> substringToIndex(std::size_t bytes) const;
@@ -57,6 +66,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   /// stands in front of the encoded text as it is.
   static RetainPtr<NSString> stringByAddingPercentEncodingToUTF8String(const char* text, const NSCharacterSet& allowed,
                                                                        std::string_view prefix);
+  /// Null where stringByRemovingPercentEncoding is.
   static RetainPtr<NSString> stringByRemovingPercentEncodingFromUTF8String(const char* text);
 
   /// The bytes of \p text, which need not be UTF-8, with everything outside \p allowed encoded, between \p head and

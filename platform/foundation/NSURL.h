@@ -6,6 +6,7 @@
 
 namespace quill::foundation {
 
+/// A URL or relative reference.
 class QUILL_EXPORT NSURL final : public NSObject {
  public:
   /// Null for nil and for text that is not a URI reference by RFC 3986, section 4.1.
@@ -15,6 +16,7 @@ class QUILL_EXPORT NSURL final : public NSObject {
   /// current directory to count from.
   static RetainPtr<NSURL> fileURLWithPath(const NSString* path);
 
+  /// The whole text; owned by the URL.
   NSString* absoluteString() const noexcept { return text_.get(); }
   /// The path component, percent-decoded, without the "/" that end it (the root stays "/"; an escaped one is data).
   /// Null when the escapes do not give text: when they hold NUL or are not UTF-8.

@@ -9,7 +9,9 @@ namespace quill::foundation {
 
 /// Where a component lies in its reference.
 struct URIRange {
+  /// Of its first byte.
   std::size_t begin = 0;
+  /// Behind its last byte.
   std::size_t end = 0;
 };
 

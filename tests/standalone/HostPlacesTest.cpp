@@ -205,5 +205,18 @@ TEST_F(HostTest, NotesTheEntryAtWhichATreeFailed) {
   EXPECT_EQ(EBUSY, manager.LastFailure().posixError);
 }
 
+TEST_F(HostTest, SendsStandardErrorToAFile) {
+  WriteFile(In("log"), "before ");
+  const auto write = [this](bool truncate) {
+    const bool isOpen = manager.FileReopenStderr(At("log"), truncate);
+    std::fputs("x", stderr);
+    std::_Exit(isOpen && std::fflush(stderr) == 0 ? 0 : 1);
+  };
+  for (const auto& [truncate, expected] : {std::pair{false, "before x"}, {true, "x"}}) {
+    EXPECT_EXIT(write(truncate), ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ(expected, Contents(In("log")));
+  }
+}
+
 }  // namespace
 }  // namespace quill_test

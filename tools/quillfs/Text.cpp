@@ -4,49 +4,25 @@
 
 #include <array>
 #include <cmath>
-#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+
+#include "platform/darwin/names/UTF8.h"
 
 namespace {
 
-struct Character {
-  /// The code point, or the byte where the text is not UTF-8.
-  char32_t value;
-  std::size_t length;
-  bool isText;
-};
-
-/// Well-formed by Unicode 15.0, table 3-7, or a byte that is no text.
-Character NextCharacter(std::string_view bytes) {
-  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(bytes[index]); };
-  const unsigned char lead = byte(0);
-  if (lead < 0x80) return {lead, 1, true};
-  const Character noText{lead, 1, false};
-  const std::size_t length = lead >= 0xf0 ? 4 : lead >= 0xe0 ? 3 : 2;
-  if (lead < 0xc2 || lead > 0xf4 || bytes.size() < length) return noText;
-
-  char32_t value = lead & (0x7fU >> length);
-  for (std::size_t index = 1; index < length; ++index) {
-    if ((byte(index) & 0xc0) != 0x80) return noText;
-    value = value << 6 | (byte(index) & 0x3fU);
-  }
-  const bool isOverlong = value < (length == 4 ? 0x10000U : length == 3 ? 0x800U : 0x80U);
-  const bool isSurrogate = value >= 0xd800 && value <= 0xdfff;
-  return isOverlong || isSurrogate || value > 0x10ffff ? noText : Character{value, length, true};
-}
-
-/// Calls \p visit with each character and its bytes.
+/// Calls \p visit with each character and its bytes. A byte that is not UTF-8 is its negative value.
 template <typename Visit>
 void ForEachCharacter(std::string_view bytes, Visit visit) {
-  while (!bytes.empty()) {
-    const Character character = NextCharacter(bytes);
-    visit(character, bytes.substr(0, character.length));
-    bytes.remove_prefix(character.length);
+  for (std::size_t position = 0; position < bytes.size();) {
+    const std::size_t start = position;
+    const int character = quill::darwin::NextCharacter(bytes, position);
+    visit(character, bytes.substr(start, position - start));
   }
 }
 
-bool MisleadsTerminal(char32_t value) {
+bool MisleadsTerminal(int value) {
   const bool isControl = value < 0x20 || (value >= 0x7f && value <= 0x9f);
   const bool turnsDirection = value == 0x061c || value == 0x200e || value == 0x200f ||
                               (value >= 0x202a && value <= 0x202e) || (value >= 0x2066 && value <= 0x2069);
@@ -61,20 +37,18 @@ std::string Formatted(const char* format, Values... values) {
   return length > 0 ? std::string(buffer.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
-std::string Escaped(const Character& character) {
-  if (character.value == '\n') return "\\n";
-  if (character.value == '\t') return "\\t";
-  const auto number = static_cast<unsigned>(character.value);
-  return character.isText && number >= 0x80 ? Formatted("\\u{%x}", number) : Formatted("\\x%02x", number);
+std::string Escaped(int character) {
+  if (character == '\n') return "\\n";
+  if (character == '\t') return "\\t";
+  return character >= 0x80 ? Formatted("\\u{%x}", character) : Formatted("\\x%02x", std::abs(character));
 }
 
-std::string JsonEscaped(char32_t value) {
+std::string JsonEscaped(int value) {
   if (value == '"') return "\\\"";
   if (value == '\\') return "\\\\";
   if (value >= 0x20 && value < 0x7f) return {static_cast<char>(value)};
-  const auto number = static_cast<unsigned>(value);
-  if (number < 0x10000) return Formatted("\\u%04x", number);
-  const unsigned pair = number - 0x10000;
+  if (value < 0x10000) return Formatted("\\u%04x", value);
+  const int pair = value - 0x10000;
   return Formatted("\\u%04x\\u%04x", 0xd800 + (pair >> 10), 0xdc00 + (pair & 0x3ff));
 }
 
@@ -82,10 +56,10 @@ std::string JsonEscaped(char32_t value) {
 
 std::string Printable(std::string_view bytes) {
   std::string result;
-  ForEachCharacter(bytes, [&result](const Character& character, std::string_view raw) {
-    if (character.value == '\\') {
+  ForEachCharacter(bytes, [&result](int character, std::string_view raw) {
+    if (character == '\\') {
       result += "\\\\";
-    } else if (!character.isText || MisleadsTerminal(character.value)) {
+    } else if (character < 0 || MisleadsTerminal(character)) {
       result += Escaped(character);
     } else {
       result += raw;
@@ -95,18 +69,18 @@ std::string Printable(std::string_view bytes) {
 }
 
 std::string JsonString(std::string_view bytes) {
-  constexpr char32_t kByteSurrogates = 0xdc00;
+  constexpr int kByteSurrogates = 0xdc00;
   std::string result = "\"";
-  ForEachCharacter(bytes, [&result](const Character& character, std::string_view) {
-    result += JsonEscaped(character.isText ? character.value : kByteSurrogates + character.value);
+  ForEachCharacter(bytes, [&result](int character, std::string_view) {
+    result += JsonEscaped(character >= 0 ? character : kByteSurrogates - character);
   });
   return result + '"';
 }
 
 int DisplayWidth(std::string_view printable) {
   int width = 0;
-  ForEachCharacter(printable, [&width](const Character& character, std::string_view) {
-    const int columns = ::wcwidth(static_cast<wchar_t>(character.value));
+  ForEachCharacter(printable, [&width](int character, std::string_view) {
+    const int columns = ::wcwidth(static_cast<wchar_t>(character));
     width += columns >= 0 ? columns : 1;
   });
   return width;

@@ -12,7 +12,7 @@
 
 namespace {
 
-// mktime would make the 2nd of March of the 30th of February.
+// Rejects dates such as the 30th of February, which mktime would turn into the 2nd of March.
 bool IsInCalendar(const std::tm& moment) {
   return std::chrono::year_month_day(std::chrono::year(moment.tm_year + 1900),
                                      std::chrono::month(static_cast<unsigned>(moment.tm_mon + 1)),
@@ -57,7 +57,7 @@ std::optional<double> ParseDate(const std::string& text) {
   }
   for (const char* format : {"%Y-%m-%d", "%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M:%S"}) {
     std::tm moment{};
-    moment.tm_isdst = -1;  // whatever holds on that day
+    moment.tm_isdst = -1;  // let mktime find out whether summer time applies
     const char* stop = ::strptime(text.c_str(), format, &moment);
     if (!stop || *stop != '\0') continue;
     if (!IsInCalendar(moment)) return std::nullopt;

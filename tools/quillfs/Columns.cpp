@@ -6,7 +6,7 @@ namespace {
 
 constexpr int kGap = 2;
 
-/// The widths of the columns when the names stand in \p rows rows.
+/// The widths of the columns when the names fill \p rows rows.
 std::vector<int> ColumnWidths(const std::vector<ShownName>& names, std::size_t rows) {
   std::vector<int> widths((names.size() + rows - 1) / rows, 0);
   for (std::size_t index = 0; index < names.size(); ++index) {

@@ -5,7 +5,7 @@
 #include <vector>
 
 struct ShownName {
-  /// With what colours it, and without.
+  /// The text as printed, colour codes included, and its width without them.
   std::string text;
   int width;
 };

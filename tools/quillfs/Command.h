@@ -31,7 +31,7 @@ struct CommandGroup {
   std::vector<CommandRow> commands;
 };
 
-/// Runs an operation that answers nothing but whether it succeeded, on each path.
+/// Runs an operation with no result but success or failure on each path.
 template <bool (CoreFileManager::*operation)(const QuillFileString&)>
 void OnEach(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {

@@ -31,7 +31,7 @@ std::string Escaped(std::string_view text, std::string_view special) {
   return result;
 }
 
-/// In single quotes, as every shell reads them.
+/// Puts \p text in single quotes, which every shell understands.
 std::string Quoted(std::string_view text) {
   std::string result = "'";
   for (const char character : text) character == '\'' ? result.append("'\\''") : result.append(1, character);

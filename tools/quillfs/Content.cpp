@@ -14,10 +14,10 @@ namespace {
 
 constexpr std::size_t kChunkSize = 128 * 1024;
 
-/// Opening fails without a code for what cannot be read in order, as a directory.
+/// Reports a failed open. One that records no code means that the item is a directory or cannot be positioned.
 void FailToOpen(Session& session, const QuillFileString& path) { session.FailOr(TextOf(path), kQuillErrNotAFile); }
 
-/// Runs what may raise the platform's exception; reports that as a failure of \p path.
+/// Makes \p call and reports its failure, or the platform exception that it throws, as one of \p path.
 template <typename Call>
 bool Guarded(Session& session, const QuillFileString& path, Call call) {
   try {
@@ -29,8 +29,8 @@ bool Guarded(Session& session, const QuillFileString& path, Call call) {
   return false;
 }
 
-/// What a command writes: a text, or all of standard input when that is "-". The first piece of it is read at once, so
-/// that a file is emptied neither for an input that cannot be read nor before a pipeline has read it.
+/// What a command writes: a text, or all of standard input if the text is "-". The first piece is read at once, so that
+/// the file is not emptied if the input cannot be read, nor before a pipeline that reads the same file has started.
 class Input {
  public:
   Input(Session& running, const Arguments& arguments)
@@ -44,7 +44,7 @@ class Input {
 
   bool IsReadable() const { return isReadable_; }
 
-  /// Hands it on piece by piece, until \p write refuses.
+  /// Passes the input on piece by piece, until \p write returns false.
   template <typename Write>
   void PassTo(Write write) {
     while (!chunk_.empty() && write(chunk_)) ReadOn();

@@ -1,4 +1,4 @@
-// Ctrl-C during work on trees: the work is stopped at a safe point and cleans up after itself.
+// Ctrl-C during work on trees stops the work at a safe point, and it cleans up after itself.
 #pragma once
 
 /// While it lives, the first SIGINT, SIGTERM or SIGHUP only asks for a stop; a second one of its kind ends the program.

@@ -127,7 +127,7 @@ void ListDirectory(Session& session, const Arguments& arguments, const QuillFile
   FindFileInfo info;
   QuillFileFindRef* handle = session.manager.FindFirst(directory, info);
   if (!handle) {
-    // An empty directory and one that cannot be read look alike here.
+    // FindFirst answers null both for an empty directory and for one that cannot be read.
     bool isEmpty = false;
     if (!session.manager.DirIsEmpty(directory, isEmpty)) session.Fail(directory);
     return;

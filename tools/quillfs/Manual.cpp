@@ -15,8 +15,7 @@ quillfs \- work on files and directories through the Quill file system
 .RI [ operand ...]
 .SH DESCRIPTION
 Each command calls one operation of the file manager and prints its answer on standard output.
-Messages go to standard error; they tell the path, the reason, and in parentheses the number that a program would
-have seen.
+Messages go to standard error. They give the path, the reason, and in parentheses the code that a program would see.
 .PP
 .B \-\-
 ends the options, for names that begin with
@@ -56,7 +55,7 @@ Where temporary items are created, if it is absolute; otherwise /tmp.
 When it is not empty, nothing is coloured.
 )";
 
-/// Text as roff prints it: a hyphen that can be copied, and no request at the start of a line.
+/// Escapes text for roff, so that hyphens can be copied and no line begins with a request.
 std::string Roff(std::string_view text) {
   std::string result = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
   for (const char character : text) {

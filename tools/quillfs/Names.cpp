@@ -3,13 +3,13 @@
 
 namespace {
 
-/// An operation that turns each path into another text. Without a code it fails for text of the wrong form.
+/// Runs an operation that turns each path into another text. If it fails without a code, the text has the wrong form.
 template <bool (*convert)(quill::StandaloneFileManager&, const Arguments&, const QuillFileString&, QuillFileString&)>
 void Convert(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
     QuillFileString result;
-    // What cannot be written in the other form leaves no text, without being a failure of the operation.
+    // The operation can succeed with an empty result: this path has no such form.
     const bool isConverted = convert(session.manager, arguments, path, result) && result.getUTF8();
     isConverted ? (void)session.output.PrintNameLine(TextOf(result))
                 : session.FailOr(TextOf(path), kQuillErrIllegalPath);
@@ -79,7 +79,7 @@ CommandGroup NameCommands() {
       "Links and names",
       {
           {"ln", "TARGET LINK", "make a symbolic link", "quillfs ln ../shared/notes notes", {}, Link},
-          {"is-link", "PATH...", "tell whether each path is a symbolic link", "quillfs is-link /bin", {}, IsLink},
+          {"is-link", "PATH...", "print whether each path is a symbolic link", "quillfs is-link /bin", {}, IsLink},
           {"readlink", "PATH...", "print the text of symbolic links", "quillfs readlink /bin", {}, Convert<ReadLink>},
           {"resolve",
            "PATH...",

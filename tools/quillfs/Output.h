@@ -10,17 +10,17 @@ class Output {
   Output();
 
   bool IsTerminal() const noexcept { return isTerminal_; }
-  /// On a terminal whose owner did not set NO_COLOR (no-color.org).
+  /// True on a terminal, unless NO_COLOR is set (no-color.org).
   bool HasColor() const noexcept { return hasColor_; }
 
   /// False from the first failure on.
   bool Print(std::string_view bytes);
-  /// A name: escaped on a terminal, as it is anywhere else.
+  /// Escapes a name for a terminal; elsewhere leaves it unchanged.
   bool PrintName(std::string_view name) { return Print(Shown(name)); }
   bool PrintNameLine(std::string_view name) { return Print(Shown(name) + '\n'); }
   std::string Shown(std::string_view name) const;
 
-  /// Hands on what was gathered. 0, or the errno of the first failure.
+  /// Flushes the buffer. Returns 0, or the errno of the first failure.
   int Finish();
 
  private:

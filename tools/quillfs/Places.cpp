@@ -25,7 +25,7 @@ constexpr Place kPlaces[] = {
     {"data", &CoreFileManager::DirGetAppData, Presence::kCreatedWhenAsked},
 };
 
-/// Reports a place that is not there, unless it \p mayBeMissing; most record nothing then.
+/// Reports a missing place unless it \p mayBeMissing. Most of these operations record no code.
 bool Find(Session& session, const Place& place, QuillFileString& path, bool mayBeMissing = false) {
   session.Begin();
   const bool found = (session.manager.*place.find)(path);

@@ -18,7 +18,7 @@ namespace {
 constexpr char kDescription[] = "Works on files and directories through the operations of the Quill file system.";
 
 constexpr char kFooter[] =
-    "quillfs COMMAND --help tells what a command takes, with an example.\n"
+    "quillfs COMMAND --help shows what a command takes, with an example.\n"
     "\"--\" ends the options, for names that begin with \"-\".\n"
     "\n"
     "Exit status: 0 success, 1 an operation failed, 2 wrong usage, 130 interrupted\n"
@@ -26,8 +26,8 @@ constexpr char kFooter[] =
     "--json prints one object a line; a byte that is not UTF-8 becomes one of the\n"
     "surrogates U+DC80 to U+DCFF.";
 
-// The parser takes "[a,b]" for a list and "{}" for an empty one. Both are fine names for files, so an argument that
-// could be taken for either travels with a guard in front.
+// The parser reads "[a,b]" as a list and "{}" as an empty one. Both are valid file names, so arguments of that shape
+// get a guard in front while they pass through it.
 constexpr char kGuard = '\x01';
 
 std::string Guarded(std::string argument) {
@@ -46,7 +46,7 @@ class HelpFormatter final : public CLI::Formatter {
     label("OPTIONS", "OPTION...");
     column_width(20);  // every line fits a terminal of 80 columns
   }
-  /// The usage line names them already, and there is no more to say.
+  /// Left out, since the usage line already names the operands.
   std::string make_positionals(const CLI::App*) const override { return {}; }
 };
 
@@ -135,7 +135,7 @@ int Report(const CLI::App& program, const CLI::ParseError& error) {
     Session session;
     std::string text = help.str();
     while (text.ends_with('\n')) text.pop_back();
-    (void)session.output.Print(text + '\n');  // Finish tells of a failure
+    (void)session.output.Print(text + '\n');  // Finish reports a failure
     return session.Finish();
   }
   std::string reason = Printable(error.what());
@@ -153,7 +153,7 @@ void Describe(CLI::App& program) {
   program.set_help_flag("-h,--help", "print this help and exit");
   program.formatter(std::make_shared<HelpFormatter>());
   program.footer(kFooter);
-  program.require_subcommand(1);  // and never a second one, so that a file may be called as a command is
+  program.require_subcommand(1);  // exactly one, so that a file may have the name of a command
 }
 
 std::vector<Declared> DeclareAll(CLI::App& program, const std::vector<CommandGroup>& groups) {

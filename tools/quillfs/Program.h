@@ -1,5 +1,5 @@
 // The command line: reads the arguments and runs the one command that they name.
 #pragma once
 
-/// The status with which the program ends.
+/// Returns the exit status.
 int RunProgram(int argumentCount, char** arguments);

@@ -34,7 +34,7 @@ const char* MetadataName(quill::darwin::TreeMetadata what) {
 
 std::string ItemsText(std::uint64_t items) { return std::to_string(items) + (items == 1 ? " item" : " items"); }
 
-/// "3 items copied, 1.5 GB"; of a first item that takes its time "1.5 GB copied".
+/// "3 items copied, 1.5 GB", or "1.5 GB copied" while the first item is still being copied.
 std::string AmountText(const quill::darwin::TreeProgress& progress, std::string_view verb) {
   const std::string size = SizeText(static_cast<double>(progress.bytes));
   if (progress.bytes == 0) return (ItemsText(progress.items) + ' ').append(verb);
@@ -59,7 +59,7 @@ Progress::~Progress() {
 }
 
 void Progress::Clear() {
-  if (isShown_) (void)std::fputs(kClearLine, stderr);  // a decoration; nothing depends on it
+  if (isShown_) (void)std::fputs(kClearLine, stderr);  // cosmetic, so a failure does not matter
   isShown_ = false;
 }
 

@@ -1,4 +1,4 @@
-// Tells on standard error how far long work has come, and stops it when the user asks.
+// Shows the progress of long work on standard error, and stops the work when the user asks.
 #pragma once
 
 #include <chrono>
@@ -9,7 +9,7 @@
 #include "tools/quillfs/Session.h"
 
 /// Watches every tree operation of the session's manager while it lives. Shows nothing unless standard error is a
-/// terminal and the work has lasted for a second; what a copy could not keep is told when that is wanted.
+/// terminal and the work has lasted for a second. On request it also reports what a copy could not keep.
 class Progress final : public quill::darwin::TreeObserver {
  public:
   /// \p verb says what is being done: "copied".
@@ -19,9 +19,9 @@ class Progress final : public quill::darwin::TreeObserver {
   ~Progress();
 
   bool Advanced(const quill::darwin::TreeProgress& progress) override;
-  /// Takes the line from the terminal.
+  /// Clears the progress line.
   void Clear();
-  /// Whether the work was stopped while it removed what has been moved.
+  /// True if a move was stopped after its copy was in place, while it removed the source.
   bool LeftPartOfSource() const noexcept { return leftPartOfSource_; }
 
   void MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) override;

@@ -1,4 +1,4 @@
-// Commands about what an item says about itself.
+// Commands that show or change the properties of an item.
 #include <array>
 #include <cctype>
 #include <chrono>
@@ -26,7 +26,7 @@ void ReadOnly(Session& session, const Arguments& arguments) {
   }
 }
 
-/// Four characters, or the number where they cannot be shown.
+/// The code as four characters, or as a number if they are not printable.
 std::string CreatorText(unsigned int creator) {
   std::string text;
   for (int shift = 24; shift >= 0; shift -= 8) text += static_cast<char>(creator >> shift & 0xff);
@@ -84,7 +84,7 @@ CommandGroup PropertyCommands() {
               {"creator", "PATH...", "print the creator code", "quillfs creator picture", {}, Creator},
               {"downloaded",
                "PATH...",
-               "tell whether files are marked as downloaded",
+               "print whether files are marked as downloaded",
                "quillfs downloaded setup.bin",
                {},
                Downloaded},
@@ -104,7 +104,7 @@ CommandGroup PropertyCommands() {
                OnEach<&CoreFileManager::FileSetExecutable>},
               {"scan-media",
                "PATH...",
-               "tell a media index of new files",
+               "announce new files to a media index",
                "quillfs scan-media song.ogg",
                {},
                OnEach<&CoreFileManager::ScanMediaFile>},

@@ -17,7 +17,7 @@ struct ItemAnswers {
   const char* access = kAccessNames[0];
 };
 
-/// False, with the reason reported, when nothing exists there.
+/// True if something exists there; otherwise reports the reason.
 bool Ask(Session& session, const QuillFileString& path, ItemAnswers& answers) {
   session.Begin();
   quill::StandaloneFileManager& manager = session.manager;
@@ -99,7 +99,7 @@ void SpaceAvailable(Session& session, const Arguments& arguments) {
   }
 }
 
-/// Prints an answer for each path: alone when there is one path, else with the path behind it.
+/// Prints an answer for each path, followed by the path if there are several.
 void PrintAnswer(Session& session, const Arguments& arguments, const QuillFileString& path, const std::string& answer) {
   session.output.Print(answer);
   if (arguments.Count() > 1) {
@@ -178,51 +178,52 @@ bool IsHidden(quill::StandaloneFileManager& manager, const QuillFileString& path
 }  // namespace
 
 CommandGroup QuestionCommands() {
-  return {"Questions",
-          {
-              {"stat", "PATH...", "tell kind, size, dates and access", "quillfs stat /etc/hostname", {kJson}, Stat},
-              {"exists",
-               "PATH...",
-               "succeed when something exists at each path",
-               "quillfs exists a b && echo both",
-               {},
-               Exists},
-              {"size",
-               "PATH...",
-               "tell the size in bytes",
-               "quillfs size --lsize /etc/hostname",
-               {{"--lsize", OptionKind::kFlag, "ask a file object instead of the directory"}, kJson},
-               Size},
-              {"access",
-               "PATH...",
-               "tell what this user may do: none, read, read-write",
-               "quillfs access /etc/shadow",
-               {kJson},
-               Access},
-              {"df",
-               "[PATH...]",
-               "tell the free and total space of volumes",
-               "quillfs df --json /home",
-               {kJson},
-               DiskSpace},
-              {"free", "[PATH...]", "tell the free space of volumes in bytes", "quillfs free /tmp", {}, SpaceAvailable},
-              {"empty",
-               "[PATH...]",
-               "tell whether directories have no entries",
-               "quillfs empty /lost+found",
-               {},
-               YesOrNo<IsEmpty>},
-              {"hidden",
-               "PATH...",
-               "tell whether items are hidden from a desktop",
-               "quillfs hidden ~/.profile",
-               {},
-               YesOrNo<IsHidden>},
-              {"read-only-volume",
-               "[PATH...]",
-               "tell whether volumes are mounted read-only",
-               "quillfs read-only-volume /boot",
-               {},
-               YesOrNo<IsReadOnlyVolume>},
-          }};
+  return {
+      "Questions",
+      {
+          {"stat", "PATH...", "print kind, size, dates and access", "quillfs stat /etc/hostname", {kJson}, Stat},
+          {"exists",
+           "PATH...",
+           "succeed when something exists at each path",
+           "quillfs exists a b && echo both",
+           {},
+           Exists},
+          {"size",
+           "PATH...",
+           "print the size in bytes",
+           "quillfs size --lsize /etc/hostname",
+           {{"--lsize", OptionKind::kFlag, "ask a file object instead of the directory"}, kJson},
+           Size},
+          {"access",
+           "PATH...",
+           "print what this user may do: none, read, read-write",
+           "quillfs access /etc/shadow",
+           {kJson},
+           Access},
+          {"df",
+           "[PATH...]",
+           "print the free and total space of volumes",
+           "quillfs df --json /home",
+           {kJson},
+           DiskSpace},
+          {"free", "[PATH...]", "print the free space of volumes in bytes", "quillfs free /tmp", {}, SpaceAvailable},
+          {"empty",
+           "[PATH...]",
+           "print whether directories have no entries",
+           "quillfs empty /lost+found",
+           {},
+           YesOrNo<IsEmpty>},
+          {"hidden",
+           "PATH...",
+           "print whether items are hidden from a desktop",
+           "quillfs hidden ~/.profile",
+           {},
+           YesOrNo<IsHidden>},
+          {"read-only-volume",
+           "[PATH...]",
+           "print whether volumes are mounted read-only",
+           "quillfs read-only-volume /boot",
+           {},
+           YesOrNo<IsReadOnlyVolume>},
+      }};
 }

@@ -13,10 +13,10 @@ namespace {
 
 std::string CodeText(int code) { return quill::QuillErrText(code) + (" (" + std::to_string(code) + ")"); }
 
-/// Codes that stand for several causes, of which the system knows the one.
+/// True for codes that cover several causes, so that the system's own text says more.
 bool IsVague(int code) { return code == kQuillErrIO || code == kQuillErrIllegalPath; }
 
-/// What a program should know, and what the system said where that leaves a person guessing.
+/// The text and number of the code, and the system's reason where the code alone is too vague.
 std::string ReasonText(int code, int posixError) {
   if (code == kQuillErrNone && posixError == 0) return "failed without a reason";
   if (code == kQuillErrNone) code = OSXFileSystemUtils::_PosixErrToQuillErr(posixError);
@@ -25,7 +25,7 @@ std::string ReasonText(int code, int posixError) {
   return reason;
 }
 
-/// What a message is about, so that nothing is seen where there is nothing.
+/// The subject of a message, with quotes around an empty one to make it visible.
 std::string Quoted(std::string_view subject) { return subject.empty() ? "\"\"" : Printable(subject); }
 
 }  // namespace
@@ -77,18 +77,18 @@ std::string Session::Reason() {
 
 void Session::Report(std::string_view subject, std::string_view reason) {
   status_ = kExitFailure;
-  if (!WasInterrupted()) Print(subject, reason);  // who pressed the keys knows why
+  if (!WasInterrupted()) Print(subject, reason);  // the user who interrupted the work knows the reason
 }
 
 void Session::Print(std::string_view subject, std::string_view reason) {
-  (void)output.Finish();  // keeps both streams in order on a terminal; a failure is told at the end
+  (void)output.Finish();  // keeps both streams in order on a terminal; a failure is reported at the end
   const std::string message = "quillfs: " + std::string(subject) + ": " + std::string(reason) + '\n';
-  (void)std::fputs(message.c_str(), stderr);  // there is no other place to tell
+  (void)std::fputs(message.c_str(), stderr);  // if this fails, there is nowhere else to report it
 }
 
 int Session::Finish() {
   const int error = output.Finish();
-  if (error == EPIPE) return kExitFailure;  // the reader has gone and wants nothing more, not even a message
+  if (error == EPIPE) return kExitFailure;  // the reader has closed the pipe, so a message would be noise
   if (error != 0) FailForSystem("standard output", error);
   return WasInterrupted() ? kExitInterrupted + Interruption() : status_;
 }

@@ -7,7 +7,7 @@
 #include "standalone/StandaloneFileManager.h"
 #include "tools/quillfs/Output.h"
 
-/// Interrupted by a signal, as shells count: its number on top, 130 for Ctrl-C.
+/// The base of the exit status after a signal, as in shells: 128 plus its number, 130 for Ctrl-C.
 enum ExitStatus : int { kExitSuccess = 0, kExitFailure = 1, kExitUsage = 2, kExitInterrupted = 128 };
 
 /// An argument as a path.
@@ -21,25 +21,25 @@ class Session {
   quill::StandaloneFileManager manager;
   Output output;
 
-  /// Forgets an earlier failure, so that one that records nothing is told as one.
+  /// Forgets an earlier failure, so that its code is not reported for one that records nothing.
   void Begin();
 
-  /// Reports on standard error that the operation on \p subject failed, with the code that it recorded and what the
-  /// system said.
+  /// Reports on standard error that the operation on \p subject failed, with the code that it recorded and the system's
+  /// reason.
   void Fail(std::string_view subject);
   void Fail(const QuillFileString& path) { Fail(TextOf(path)); }
-  /// The same for an operation on two paths, which is named too.
+  /// The same for an operation on two paths; the message also names the operation.
   void Fail(std::string_view operation, const QuillFileString& from, const QuillFileString& to);
-  /// The same with a code of the caller's, for an operation whose failure can only mean that and records nothing.
+  /// The same, with \p code if the operation recorded none: for operations that can fail silently for one reason only.
   void FailOr(std::string_view subject, int code);
-  /// The same with a code of the caller's in any case.
+  /// The same, always with \p code.
   void Fail(std::string_view subject, int code);
-  /// The same for a call to the system that failed outside the manager.
+  /// The same for a system call that failed outside the manager.
   void FailForSystem(std::string_view subject, int posixError);
-  /// Reports that the last operation was interrupted when all was at its new place and a part still at the old one.
+  /// Reports that a move was interrupted when its copy was complete but part of the source had not been removed.
   void FailWithSourceLeft();
 
-  /// Prints what is left and gives the status with which the program ends.
+  /// Flushes the output and returns the program's exit status.
   int Finish();
 
  private:

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Letters to insert, delete, replace or swap with a neighbour (the restricted Damerau-Levenshtein distance).
+/// How many letters to insert, delete, replace or swap with a neighbour (restricted Damerau-Levenshtein distance).
 std::size_t Distance(std::string_view from, std::string_view to) {
   std::vector<std::size_t> beforeLast(to.size() + 1), last(to.size() + 1), row(to.size() + 1);
   std::iota(last.begin(), last.end(), std::size_t{0});
@@ -27,7 +27,7 @@ std::size_t Distance(std::string_view from, std::string_view to) {
 
 const std::string* NearestWord(std::string_view typed, const std::vector<std::string>& words) {
   const std::string* nearest = nullptr;
-  std::size_t nearestDistance = typed.size() > 3 ? 3 : 2;  // one less than this is the most that counts
+  std::size_t nearestDistance = typed.size() > 3 ? 3 : 2;  // only smaller distances count
   for (const std::string& word : words) {
     const std::size_t distance = Distance(typed, word);
     if (distance >= nearestDistance || distance >= typed.size()) continue;

@@ -5,5 +5,5 @@
 #include <string_view>
 #include <vector>
 
-/// Null when no word is near enough to be what was meant.
+/// Null if no word is near enough.
 const std::string* NearestWord(std::string_view typed, const std::vector<std::string>& words);

@@ -4,16 +4,15 @@
 #include <string>
 #include <string_view>
 
-/// The text with everything escaped that could garble a terminal or mislead its reader: control characters and the
-/// marks that turn the reading direction become "\n", "\t", "\x1b" or "\u{202e}", bytes that are not UTF-8 "\xff", a
-/// backslash "\\".
+/// Escapes everything that could garble a terminal or mislead its reader. Control characters and the marks that change
+/// the reading direction become "\n", "\t", "\x1b" or "\u{202e}", bytes that are not UTF-8 "\xff", a backslash "\\".
 std::string Printable(std::string_view bytes);
 
-/// A JSON string in ASCII and quotes. Bytes that are not UTF-8 become the surrogates U+DC80 to U+DCFF, one for each
-/// byte (Python's "surrogateescape"), so that no two names look alike and every name can be had back.
+/// A quoted JSON string in ASCII. Each byte that is not UTF-8 becomes a surrogate from U+DC80 to U+DCFF (Python's
+/// "surrogateescape"), so that different names stay different and every name can be recovered.
 std::string JsonString(std::string_view bytes);
 
-/// Columns that the text takes on a terminal.
+/// How many columns the text takes on a terminal.
 int DisplayWidth(std::string_view printable);
 
 /// A local date with milliseconds and the offset from UTC.

@@ -1,4 +1,4 @@
-// A walk through the layer on real files in a fresh directory, which it takes away again.
+// A tour of the layer on real files in a fresh directory, which is removed at the end.
 
 #include <memory>
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace {
 
-/// A host that listens: it hears each code that is recorded through its table.
+/// A manager that keeps each code that is recorded through its table.
 class ListeningManager final : public quill::StandaloneFileManager {
  public:
   void SetLastError(int code) override {
@@ -78,7 +78,7 @@ class Guide {
     manager_.FindClose(listing);
   }
 
-  /// Tells what a failure left behind, and who heard of it.
+  /// Shows the code that a failure left, and whether SetLastError was called with it.
   bool Refused(const std::string& call, bool succeeded) {
     const int code = manager_.GetLastError();
     Call(call, "false");

@@ -6,10 +6,12 @@
 
 namespace {
 
-constexpr OptionRow kVerbose{"-v,--verbose", OptionKind::kFlag, "tell what could not be kept: owners, dates and so on"};
-constexpr OptionRow kClobber{"-f,--clobber", OptionKind::kFlag, "delete what stands at the destination first"};
+constexpr OptionRow kVerbose{"-v,--verbose", OptionKind::kFlag,
+                             "report what could not be kept: owners, dates and so on"};
+constexpr OptionRow kClobber{"-f,--clobber", OptionKind::kFlag, "delete what is at the destination first"};
 
-/// Runs an operation on trees under the eyes of the user; reports only what nobody else would.
+/// Runs an operation on trees with a progress display. Reports a source that was left half removed; the caller reports
+/// every other failure.
 template <typename Operation>
 bool Watched(Session& session, const char* verb, Operation operation, bool tellsLosses = false) {
   session.Begin();
@@ -34,7 +36,7 @@ void EnsureDirectories(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
     if (session.manager.DirEnsure(path)) continue;
-    // Without a code, something that is no directory stands there or above.
+    // A failure without a code means that the path, or a level above it, is no directory.
     const int code = path.isEmpty() ? kQuillErrNotFound : kQuillErrNotADirectory;
     session.FailOr(TextOf(path), session.manager.FileExists(path) ? kQuillErrAlreadyExists : code);
   }
@@ -137,14 +139,14 @@ CommandGroup TreeCommands() {
            "quillfs mkdir a/b/c",
            {},
            EnsureDirectories},
-          {"trash", "PATH...", "move items to the trash and print where they lie", "quillfs trash old.txt", {}, Trash},
+          {"trash", "PATH...", "move items to the trash and print where they are", "quillfs trash old.txt", {}, Trash},
           {"mktemp",
            "",
            "create an empty temporary item and print its path",
            "quillfs mktemp -d --in /var/tmp",
            {{"-d,--directory", OptionKind::kFlag, "create a directory"},
             {"--in", OptionKind::kText, "create it in this directory"},
-            {"--private", OptionKind::kFlag, "create a file that nobody else may read"}},
+            {"--private", OptionKind::kFlag, "create a file that only this user may read"}},
            MakeTemporary},
       }};
 }

@@ -11,8 +11,8 @@
 
 namespace {
 
-/// A standard stream that was closed must not become the descriptor of some file. The stand-in refuses what the stream
-/// is for, so that its use is still told as a failure.
+/// If a standard descriptor is closed, occupies it before another file gets its number. It is opened the wrong way
+/// round, so that using it still fails.
 void OccupyStandardDescriptors() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(descriptor, F_GETFD) != -1) continue;
@@ -24,7 +24,7 @@ void OccupyStandardDescriptors() {
 
 int main(int argumentCount, char** arguments) {
   OccupyStandardDescriptors();
-  (void)std::setlocale(LC_CTYPE, "C.UTF-8");  // only the widths of characters depend on it
+  (void)std::setlocale(LC_CTYPE, "C.UTF-8");  // without it only the widths of characters are wrong
   try {
     return RunProgram(argumentCount, arguments);
   } catch (const std::exception& failure) {

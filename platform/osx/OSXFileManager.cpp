@@ -13,3 +13,8 @@ void OSXFileManager::operator delete(void* memory) noexcept { Ravel::SystemDelet
 int OSXFileManager::GetLastError() { return lastError; }
 
 void OSXFileManager::SetLastError(int code) { lastError = code; }
+
+bool OSXFileManager::Fail(int code) {
+  SetLastError(code);
+  return false;
+}

@@ -119,6 +119,11 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   /// LastFailure then answers that nothing has failed, until the next one.
   void ForgetFailure() noexcept;
 
+ protected:
+  /// For operations that a host completes: records \p code through the table and answers false. LastFailure does not
+  /// learn of it.
+  bool Fail(int code);
+
  private:
   friend class quill::Operation;
   friend class quill::TreeOperation;

@@ -40,16 +40,35 @@ build_with_cmake() {
   run_example "$scratch/consumer/consumer" "$how"
 }
 
-# build_with_pkg_config <shared|static>
+# build_with_pkg_config <shared|static> [<program>]
 build_with_pkg_config() {
-  local flags option=()
+  local flags option=() program=${2:-$scratch/example.cpp}
   [[ $1 == shared ]] || option=(--static)
   export PKG_CONFIG_PATH
   PKG_CONFIG_PATH=$(dirname "$(find "$scratch/moved" -name quillfilesystem.pc)")
   flags=$(pkg-config "${option[@]}" --cflags --libs quillfilesystem)
   # shellcheck disable=SC2086 # the flags are words
-  "$CXX" -std=c++20 "${warnings[@]}" -o "$scratch/program" "$scratch/example.cpp" $flags
-  LD_LIBRARY_PATH=$(pkg-config --variable=libdir quillfilesystem) run_example "$scratch/program" "$CXX, pkg-config $1"
+  "$CXX" -std=c++20 "${warnings[@]}" -o "$scratch/program" "$program" $flags
+  LD_LIBRARY_PATH=$(pkg-config --variable=libdir quillfilesystem) run_example "$scratch/program" "$CXX, pkg-config $1, $(basename "$program")"
+}
+
+# check_global_names: every external name of the static library is in our namespace, the contract's, or a template of the
+# standard library's, which the linker merges.
+check_global_names() {
+  local contract='CoreFileManager|OSXFile(Manager|Iterator|SystemUtils)|FILEWrapper|TrivialVolumeIterator|QuillFile(Base|String)'
+  contract+='|IQuillFile(ReadOnly|ReadWriteTemp|AppendOnly)|IFileIterator|Ravel|ValidateFileOpenFlags|_FileExists'
+  local own
+  own=$(nm -C --defined-only --extern-only "$(find "$scratch/moved" -name 'libquillfilesystem.a')" |
+    sed -nE 's/^[0-9a-f]+ [BDRT] //p' |
+    sed -E 's/^((non-)?virtual thunk|vtable|typeinfo( name)?|guard variable|construction vtable) (to|for) //' |
+    grep -vE "^(quill|$contract)(::|\\(|$)" | sort -u || true)
+  [[ -z $own ]] || { printf 'Names of ours outside the namespace quill:\n%s\n' "$own"; return 1; }
+  echo "Global names of our own: none"
+}
+
+# try_names: a program with its own definitions of everything that was once ours.
+try_names() {
+  build_with_pkg_config static "$top/tests/consumers/own_names.cpp"
 }
 
 # try_installed <shared|static>
@@ -61,6 +80,8 @@ try_installed() {
 
 export CXX=g++
 install debug
+check_global_names
+try_names
 try_installed static
 install package
 try_installed shared
@@ -68,6 +89,7 @@ build_with_cmake add_subdirectory -DQUILL_SOURCE_DIR="$top"
 
 export CXX=clang++
 install clang
+try_names
 try_installed static
 install clang-shared
 try_installed shared

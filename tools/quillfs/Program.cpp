@@ -1,8 +1,14 @@
-#include "tools/quillfs/Program.h"
-
+// quillfs: every operation of the file manager from the command line. Reads the arguments and runs the one command that
+// they name.
+#include <fcntl.h>
+#include <unistd.h>
 #include <CLI/CLI.hpp>
+
 #include <algorithm>
 #include <cctype>
+#include <clocale>
+#include <cstdio>
+#include <exception>
 #include <iostream>
 #include <memory>
 #include <sstream>
@@ -164,8 +170,6 @@ std::vector<Declared> DeclareAll(CLI::App& program, const std::vector<CommandGro
   return commands;
 }
 
-}  // namespace
-
 int RunProgram(int argumentCount, char** arguments) {
   const std::vector<CommandGroup> groups = AllCommands();
   CLI::App program(kDescription, "quillfs");
@@ -185,4 +189,26 @@ int RunProgram(int argumentCount, char** arguments) {
   Session session;
   chosen->row->run(session, Collect(*chosen));
   return session.Finish();
+}
+
+/// If a standard descriptor is closed, occupies it before another file gets its number. It is opened the wrong way
+/// round, so that using it still fails.
+void OccupyStandardDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (::fcntl(descriptor, F_GETFD) != -1) continue;
+    (void)::open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY);  // takes the lowest free number
+  }
+}
+
+}  // namespace
+
+int main(int argumentCount, char** arguments) {
+  OccupyStandardDescriptors();
+  (void)std::setlocale(LC_CTYPE, "C.UTF-8");  // without it only the widths of characters are wrong
+  try {
+    return RunProgram(argumentCount, arguments);
+  } catch (const std::exception& failure) {
+    (void)std::fprintf(stderr, "quillfs: %s\n", failure.what());
+    return kExitFailure;
+  }
 }

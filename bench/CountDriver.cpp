@@ -1,6 +1,6 @@
-// Does every operation once between two marks that a tracer of system calls can see, and counts the allocations in
-// between itself. The marks are writes to a descriptor that cannot be; counts.sh reads them. Each operation runs once
-// unmeasured first, so that neither the allocator nor the library has anything left to set up.
+// Performs every operation once between two marks that a tracer of system calls can see, and counts the allocations
+// itself. The marks, which counts.sh looks for, are writes to an invalid descriptor. Each operation first runs once
+// unmeasured, so that the allocator and the library are set up.
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,7 +18,7 @@
 #include "platform/foundation/NSString.h"
 #include "standalone/StandaloneFileManager.h"
 
-// glibc's own allocator under the names that it keeps for programs that put theirs in front.
+// glibc's allocator, under the names that glibc keeps for programs that replace malloc.
 extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier)
 void* __libc_malloc(std::size_t size);
@@ -46,7 +46,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Stands for a cost that is told but not limited.
+/// A budget without a limit: the cost is only printed.
 constexpr unsigned long kStated = 999999;
 
 struct Budget {
@@ -137,7 +137,7 @@ class Driver {
   void FileObject() {
     ReadOnly open, warmUp;
     Count("open for reading", 1, {3, 3}, [&] {
-      warmUp = std::move(open);  // so that none is closed in here
+      warmUp = std::move(open);  // keeps closing out of the count
       open.reset(manager.FileOpenReadOnly(path));
       Require(static_cast<bool>(open), "FileOpenReadOnly");
     });
@@ -185,7 +185,7 @@ class Driver {
     }
     const auto ofFiles = PathString(files);
     const auto ofLinks = PathString(links);
-    // Existence, opening and closing; the path, the reader, its buffer and the iterators.
+    // Calls: existence, opening and closing. Allocations: the path, the reader, its buffer and the iterators.
     constexpr unsigned long kFixed = 4;
     constexpr unsigned long kFixedHeap = 6;
     Count("list files", kEntries, {kFixed, kFixedHeap}, [&] { Require(List(ofFiles) == kEntries, "a listing"); });
@@ -196,13 +196,14 @@ class Driver {
   void Directories() {
     int round = 0;
     const auto existing = static_cast<unsigned long>(std::distance(base.begin(), base.end()));
-    // Is it there; each level that is; the ownership to hand down; and for a missing level: make it, look at it.
+    // One call for the path, one for each level that exists, one for the ownership to pass on; for each missing level,
+    // one to create it and one to ask for its metadata.
     Count("ensure a directory, missing levels", kLevels, {1 + existing + 1 + 2 * kLevels + 1, kStated}, [&] {
       fs::path deep = base / ("ensured" + std::to_string(round++));
       for (unsigned long level = 1; level < kLevels; ++level) deep /= "level";
       Require(manager.DirEnsure(PathString(deep)), "DirEnsure");
     });
-    // Created, closed and given its permissions, which takes four calls more before Linux 6.6.
+    // Create, close and set the permissions, which takes four more calls before Linux 6.6.
     constexpr long kFchmodat2 = 452;
     const bool isOldKernel = ::syscall(kFchmodat2, AT_FDCWD, "", 0, 0) == -1 && errno == ENOSYS;
     Count("create a temporary file", 1, {isOldKernel ? 7ul : 3ul, kStated}, [&] {
@@ -227,7 +228,7 @@ class Driver {
   static constexpr std::size_t kFileSize = 4096;
   static constexpr unsigned long kEntries = 200;
   static constexpr unsigned long kLevels = 12;
-  /// What the root of a tree costs by itself.
+  /// The cost of the root of a tree, without its entries.
   static constexpr unsigned long kTreeCalls = 16;
 
   quill::StandaloneFileManager manager;
@@ -239,7 +240,7 @@ class Driver {
 }  // namespace
 
 int main() {
-  // Numbered, not random: a K in it, which a Kelvin sign is equivalent to, would cost every missing path one more call.
+  // Numbered, not random: a K, which the Kelvin sign is equivalent to, would cost every missing path one more call.
   const std::string scratch = fs::temp_directory_path() / ("quill-cost." + std::to_string(::getpid()));
   ::umask(022);
   Require(::mkdir(scratch.c_str(), 0755) == 0 && ::setenv("TMPDIR", scratch.c_str(), 1) == 0, "setting up");

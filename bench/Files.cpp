@@ -48,7 +48,7 @@ std::fstream OpenStream(const fs::path& path, std::ios::openmode mode) {
   return stream;
 }
 
-/// Where random reads begin: the same places for everybody.
+/// Where random reads begin: the same positions for every contestant.
 std::vector<long long> RandomOffsets() {
   std::mt19937 random(1);
   std::uniform_int_distribution<long long> page(0, kLarge / kPage - 1);
@@ -106,7 +106,7 @@ void RegisterSequentialRead(const fs::path& large) {
 
 void RegisterSequentialWrite(const fs::path& target) {
   constexpr std::size_t kSize = kLarge;
-  // Overwriting what is cached already: the disk and the allocation of blocks have no part in it.
+  // Overwrites cached data, so that neither the disk nor the allocation of blocks is measured.
   const auto nothing = [] {};
   RegisterPrepared(Sized("BM_SequentialWrite/layer", kSize), nothing, [path = PathString(target)] {
     const ReadWrite open(Manager().FileOpen(path, kQuillOpenRead | kQuillOpenWrite));
@@ -149,7 +149,7 @@ void RegisterRandomRead(const fs::path& large) {
 }
 
 void RegisterAppend(const fs::path& target) {
-  // So many at a time, onto an empty file.
+  // Each measured piece makes kAppends appends to an empty file.
   constexpr std::size_t kSize = kPage;
   const auto empty = [target] { (void)Open(target, O_WRONLY | O_CREAT | O_TRUNC); };
   empty();

@@ -32,7 +32,8 @@ fs::path MakeLargeDirectory() {
   return directory;
 }
 
-/// What was a directory when it was read need not be there any more, and a link's target is not in the listing.
+/// The kind has to be asked again for a directory, which may be gone by now, and for a link, whose target's kind the
+/// listing does not have.
 bool IsDirectory(DIR* directory, const dirent& entry) {
   if (entry.d_type != DT_DIR && entry.d_type != DT_LNK && entry.d_type != DT_UNKNOWN) return false;
   struct stat status;

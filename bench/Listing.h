@@ -1,4 +1,4 @@
-// A listing as every contestant makes it.
+// What every contestant's listing does with its entries.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@ namespace bench {
 
 inline constexpr int kListedEntries = 100'000;
 
-/// Counts what was delivered, so that nothing can be left out.
+/// Counts what was delivered, so that a contestant cannot skip entries.
 struct Listed {
   int entries = 0;
   int directories = 0;
@@ -22,7 +22,7 @@ struct Listed {
   }
 };
 
-/// Made when it is first asked for.
+/// Created at the first call.
 const std::filesystem::path& LargeDirectory();
 
 void RegisterListing(const char* contestant, Listed (*list)(const std::filesystem::path&));

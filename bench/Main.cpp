@@ -1,4 +1,4 @@
-// Runs the benchmarks; options are those of Google Benchmark.
+// Runs the benchmarks. It takes the options of Google Benchmark.
 #include <sys/resource.h>
 
 #include <cerrno>
@@ -19,12 +19,12 @@ constexpr bool kIsWorthMeasuring = true;
 constexpr bool kIsWorthMeasuring = false;
 #endif
 
-/// Made when it is first asked for, taken away when the program ends.
+/// Created at the first call and removed when the program ends.
 class ScratchDirectory {
  public:
   ScratchDirectory() : place(std::filesystem::temp_directory_path() / "quill-bench.XXXXXX") {
     Require(::mkdtemp(place.data()), "mkdtemp");
-    // What is made below has the usual permissions, and so has nothing to inherit that it has not already.
+    // With the usual permissions, new directories have nothing to inherit that they do not have already.
     std::filesystem::permissions(place, std::filesystem::perms(0755));
   }
   ScratchDirectory(const ScratchDirectory&) = delete;

@@ -28,7 +28,7 @@ std::string ByICU(const std::string& text) {
   return result;
 }
 
-/// Into a path string of its own.
+/// Copies the result into a path string.
 void RegisterLayer(const std::string& operation, const std::string& text) {
   const auto string = NSString::stringWithUTF8String(text.c_str());
   Require(static_cast<bool>(string), "NSString");
@@ -59,7 +59,7 @@ void RegisterNames() {
   RegisterASCII(Repeated("/ordinary path", kPathLength));
   RegisterAgainstICU("BM_FormCOfComposed", Repeated("/caf\u00e9 \u00fcber", kPathLength));
   RegisterAgainstICU("BM_FormCOfDecomposed", Repeated("/cafe\u0301 u\u0308ber", kPathLength));
-  // Marks above and below in turn: every one has to find its place. ICU alone takes time that grows with the square.
+  // Marks above and below alternate, so that each has to be sorted. ICU alone would take quadratic time.
   for (const std::size_t kibibytes : {64u, 256u, 1024u}) {
     RegisterLayer("BM_FormCOfMarks", Repeated("\u0301\u0323", kibibytes * 1024, "a"));
   }

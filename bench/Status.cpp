@@ -61,7 +61,7 @@ void RegisterBare(const fs::path& file) {
 }
 
 void RegisterStandard(const fs::path& file) {
-  // From text, as a program holds its paths.
+  // Starts from text, since that is how programs keep their paths.
   const std::string text = file;
   Register("BM_Exists/std", [=] { return fs::exists(text); });
   Register("BM_IsDirectory/std", [=] { return fs::is_directory(text); });

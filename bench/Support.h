@@ -1,5 +1,5 @@
-// What the benchmarks share: a directory of their own, timing of prepared work, and a loud end when something fails,
-// since the time of work that was not done says nothing.
+// What the benchmarks share: their working directory and the timing of prepared work. A failure ends the program, since
+// the time of work that was not done means nothing.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -17,7 +17,7 @@ namespace bench {
 /// Ends the program, naming \p what and errno's text.
 void Require(bool worked, const char* what);
 
-/// A path in the benchmarks' own directory below TMPDIR, which is removed at the end.
+/// A path in the benchmarks' working directory below TMPDIR, which is removed at the end.
 std::filesystem::path Scratch(const char* name);
 
 /// Writes \p size bytes that no file system can compress away.
@@ -36,12 +36,11 @@ void Register(const std::string& name, Operation operation) {
   });
 }
 
-/// Seconds of the processor for this program and the programs that it has waited for.
+/// The processor time of this program and of the children that it has waited for, in seconds.
 double ProcessorTime();
 
-/// As Register, with `prepare` run unmeasured before each piece of `work`. The counter "cpu" tells the seconds of the
-/// processor, which others on the machine disturb least. More
-/// settings may be made through the result.
+/// As Register, with `prepare` run unmeasured before each piece of `work`. The counter "cpu" is the processor time in
+/// seconds, which other programs on the machine disturb least. The result takes further settings.
 template <typename Prepare, typename Work>
 benchmark::internal::Benchmark* RegisterPrepared(const std::string& name, Prepare prepare, Work work) {
   const auto run = [prepare, work](benchmark::State& state) {
@@ -63,14 +62,14 @@ benchmark::internal::Benchmark* RegisterPrepared(const std::string& name, Prepar
 /// The path whose conversions are measured.
 inline constexpr const char* kUrlPath = "/home/somebody/Documents/Letters and Notes/a letter 2024.txt";
 
-// One subject each. Every benchmark is called BM_<Operation>/<contestant>[/<size>].
+// Each registers the benchmarks of one subject, which are called BM_<Operation>/<contestant>[/<size>].
 void RegisterStatus();
 void RegisterFiles();
 void RegisterListing();
 void RegisterUrls();
 void RegisterNames();
 void RegisterTrees();
-/// The desktop library's share of the subjects above; does nothing in a build without it.
+/// Registers the desktop library's benchmarks of these subjects; does nothing in a build without it.
 void RegisterGLib();
 
 }  // namespace bench

@@ -1,5 +1,5 @@
 // Whole trees and large files: copying, removing, ensuring. Every contestant finds the same source in the cache and no
-// destination; what it made is removed between the pieces, unmeasured.
+// destination; its result is removed between the pieces, unmeasured.
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
@@ -34,7 +34,7 @@ quill::StandaloneFileManager& Manager() {
   return manager;
 }
 
-/// Runs a program of the system to its end.
+/// Runs a program of the system and waits for it.
 void RunProgram(std::vector<std::string> words) {
   std::vector<char*> arguments;
   arguments.reserve(words.size() + 1);
@@ -164,7 +164,7 @@ void RegisterEnsure() {
 }  // namespace
 
 void RegisterTrees() {
-  ::umask(022);  // with which the trees are made, so that nobody has modes to mend
+  ::umask(022);  // the modes of the trees, so that no contestant has to change modes
   RegisterSmallFiles();
   RegisterLargeFiles();
   RegisterEnsure();

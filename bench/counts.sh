@@ -14,8 +14,8 @@ if ! command -v strace > /dev/null || ! strace -o "$trace" true 2> /dev/null; th
   exit 77
 fi
 
-# The share of getdents64 depends on the file system and is told apart. The C library asks for random bits, for the name
-# of a temporary file, as often as it takes to get fair ones.
+# How often getdents64 is called depends on the file system, so it is counted separately. getrandom is not counted: for
+# the name of a temporary file the C library repeats it until the random number is in range.
 strace -qq -s 200 -o "$trace" "$driver" > /dev/null
 awk '
   function limit(budget) { return budget == 999999 ? "-" : budget }

@@ -1,5 +1,5 @@
 // The manager's conversions between paths and URLs: an absolute path comes back from its URL, a conversion that fails
-// touches nothing, and the short ways give what the long one gives.
+// changes nothing, and the fast conversions give the same results as the step-by-step ones.
 #include <algorithm>
 #include <string>
 
@@ -26,7 +26,7 @@ QuillFileString Path(const std::string& text) {
 
 std::string Text(const QuillFileString& path) { return path.getUTF8() ? path.getUTF8() : "(none)"; }
 
-/// The current pair leaves control characters as they are, and no URL holds one.
+/// The current pair leaves control characters as they are, and no URL may contain one.
 bool HasControlCharacter(std::string_view text) {
   return std::any_of(text.begin(), text.end(), [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; });
 }
@@ -48,7 +48,7 @@ void CheckAnyInput(CoreFileManager& manager, Conversion convert, const std::stri
   Require(quill::darwin::IsUTF8(Text(result)));
 }
 
-/// From a URL to its path by every step: decoded, encoded, \p from replaced by \p to, parsed.
+/// Converts a URL to its path step by step: decode, encode, replace \p from by \p to, parse.
 std::string PathByEveryStep(const std::string& url, const NSCharacterSet& allowed, const char* from, const char* to) {
   const auto text = NSString::stringWithUTF8String(url.c_str());
   const auto decoded = text && text->containsString("%") ? text->stringByRemovingPercentEncoding() : text;
@@ -85,7 +85,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   } else if (manager.FileGetPathUrl(Path("/" + text), url)) {
     Require(!url.getUTF8());
   }
-  // The earlier pair asks the file system, which has nothing below a device.
+  // The earlier pair asks the file system. Nothing can exist below a device, so the answer is always the same.
   CheckRoundTrip(manager, &CoreFileManager::FileGetPathUrlPreVeranda, &CoreFileManager::FileGetUrlPathPreVeranda,
                  "/dev/null/" + text);
   return 0;

@@ -43,7 +43,7 @@ bool Trim(Model& model, Model* parent) {
   return true;
 }
 
-/// Two strings, as some operations take a second one, and their models.
+/// Two strings and their models, since some operations take a second string.
 struct State {
   std::array<QuillFileString, 2> strings;
   std::array<Model, 2> models;
@@ -58,7 +58,7 @@ struct State {
   }
 };
 
-/// \p own shortens an operand that lies inside the string itself.
+/// \p own shortens an operand that points into the string itself.
 void Apply(State& state, unsigned operation, std::size_t own, const std::string& operand) {
   QuillFileString& string = state.strings[0];
   Model& model = state.models[0];

@@ -1,5 +1,5 @@
-// What the fuzz targets share. A target is one function that is given bytes, and ends the program when one of the
-// properties that it states does not hold for them.
+// What the fuzz targets share. A target is one function that takes bytes and ends the program if one of its properties
+// does not hold for them.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ inline std::string_view Bytes(const std::uint8_t* data, std::size_t size) noexce
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// The bytes in front of the first NUL, which is all that a C string can hold.
+/// The bytes before the first NUL, which is all that a C string can hold.
 inline std::string_view TextIn(std::string_view bytes) noexcept { return bytes.substr(0, bytes.find('\0')); }
 
 inline void Require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {

@@ -1,4 +1,4 @@
-// Normalization, and finding an item by any form of its name, on a real directory.
+// Normalization, and finding an item by any form of its name in a real directory.
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,7 +19,7 @@ namespace {
 
 constexpr std::size_t kLongestName = 255;
 
-/// In memory where that is possible; taken away at the end.
+/// In memory where that is possible; removed at the end.
 struct ScratchDirectory {
   ScratchDirectory() {
     std::error_code error;
@@ -52,7 +52,7 @@ quill::darwin::Error Status(const std::string& path) {
   return quill::darwin::GetStatus(path.c_str(), quill::darwin::FinalLink::kItself, status);
 }
 
-/// An item that stands under \p stored is found by \p asked, and a creation by that name meets it.
+/// An item with the name \p stored is found by \p asked, and a creation by that name meets it.
 void CheckLookup(const ScratchDirectory& directory, std::string_view stored, std::string_view asked) {
   if (stored == asked || !CanBeName(stored) || !CanBeName(asked)) return;
   const std::string item = directory.In(stored);

@@ -47,7 +47,7 @@ int main(int count, char** arguments) {
   int replayed = 0;
   for (const auto& entry : std::filesystem::directory_iterator(arguments[1])) {
     std::printf("%s\n", entry.path().c_str());
-    std::fflush(stdout);  // names the file should its replay end the program
+    std::fflush(stdout);  // so that the file's name is seen if its replay ends the program
     Replay(entry.path(), random);
     ++replayed;
   }

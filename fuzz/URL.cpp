@@ -1,4 +1,4 @@
-// URL text and percent-encoding: whatever the bytes, what is accepted is well-formed, and what is encoded comes back.
+// URL text and percent-encoding: for any bytes, accepted text is well-formed, and encoded text decodes to the original.
 #include <string>
 
 #include "fuzz/Fuzz.h"
@@ -29,7 +29,7 @@ void CheckParsing(const NSString& text) {
   const auto path = url->path();
   if (!path) return Require(text.containsString("%"));
   Require(quill::darwin::IsUTF8(path->view()));
-  // The path alone is a reference with the same path, behind an authority that keeps its "//" and ":" harmless.
+  // The path alone is a reference with the same path. The authority in front keeps a "//" or ":" in it harmless.
   if (!path->hasPrefix("/")) return;
   const auto encoded = path->stringByAddingPercentEncodingWithAllowedCharacters(kPathAllowed);
   const std::string again = "s://h" + std::string(encoded->view());
@@ -47,7 +47,7 @@ void CheckEncoding(const NSString& text, const NSCharacterSet& allowed) {
 }
 
 void CheckFileURL(std::string_view text) {
-  // Nothing exists below a device, so the file system says nothing about the path.
+  // Nothing exists below a device, so the file system does not influence the result.
   const std::string path = "/dev/null/" + std::string(text);
   const auto url = NSURL::fileURLWithPath(NSString::stringWithFileSystemBytes(path).get());
   const auto parsed = NSURL::URLWithString(url->absoluteString());

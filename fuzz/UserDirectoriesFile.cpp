@@ -1,4 +1,4 @@
-// The file that names the user's directories: what comes out is an absolute path, and every path can be written down.
+// The file that names the user's directories: every result is an absolute path, and every path can be expressed.
 #include <string>
 
 #include "fuzz/Fuzz.h"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# run.sh <seconds> [<target>...]: fuzzes each target for so long, one after the other, and stops at the first finding.
-# What the fuzzers learn stays in build/fuzz/corpus; an input that breaks a property in build/fuzz/findings.
+# run.sh <seconds> [<target>...]: fuzzes each target for that long, one after the other, and stops at the first finding.
+# New corpus files are kept in build/fuzz/corpus, inputs that break a property in build/fuzz/findings.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

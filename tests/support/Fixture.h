@@ -1,4 +1,4 @@
-// A fresh directory for each test, taken away afterwards, and the few helpers that most tests need.
+// A fresh directory for each test, removed afterwards, and the few helpers that most tests need.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ std::string Text(const QuillFileString& path);
 /// The bytes of a file; fails the test when it cannot be read.
 std::string Contents(const std::string& path);
 void WriteFile(const std::string& path, std::string_view contents);
-/// The permission bits of what stands at a path, links followed.
+/// The permission bits of the item at a path, links followed.
 unsigned ModeOf(const std::string& path);
 
 /// A new directory below \p base, or "" with errno. Not a random name: one with a K, which has a second form, costs a

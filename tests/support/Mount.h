@@ -1,4 +1,4 @@
-// A file system of its own for a test, where the machine allows that.
+// Mounts a separate file system for a test, where the machine allows that.
 #pragma once
 
 #include <sys/mount.h>
@@ -19,11 +19,11 @@ class Mount {
   Mount(const Mount&) = delete;
   Mount& operator=(const Mount&) = delete;
   ~Mount() {
-    if (reason == 0) (void)::umount2(where.c_str(), MNT_DETACH);  // the fixture reports what is left
+    if (reason == 0) (void)::umount2(where.c_str(), MNT_DETACH);  // if this fails, the fixture reports what is left
   }
 
   explicit operator bool() const noexcept { return reason == 0; }
-  /// For a test that is skipped.
+  /// The reason to give when the test is skipped.
   std::string WhyNot() const { return std::string("mounting is not allowed here: ") + std::strerror(reason); }
 
  private:

@@ -1,4 +1,4 @@
-// A manager that remembers every code that came through SetLastError, and whom the layer called through the table.
+// A manager that remembers every code that came through SetLastError, and what the layer called through the table.
 #pragma once
 
 #include <map>
@@ -13,7 +13,7 @@ namespace quill_test {
 
 class RecordingManager : public quill::StandaloneFileManager {
  public:
-  /// A code that no failure records, so that one that was left alone shows.
+  /// A code that no failure records, so that an unchanged code is recognised.
   static constexpr int kUntouched = 4711;
 
   RecordingManager() { quill::StandaloneFileManager::SetLastError(kUntouched); }
@@ -28,7 +28,7 @@ class RecordingManager : public quill::StandaloneFileManager {
     quill::StandaloneFileManager::SetLastError(kUntouched);
   }
 
-  /// "3003 recorded", "3003 stored" when SetLastError did not see it, or "nothing"; and forgets.
+  /// "3003 recorded", "3003 stored" if SetLastError did not see it, or "nothing". Then forgets it.
   std::string Reason() {
     const int code = GetLastError();
     const bool seen = !observed.empty() && observed.back() == code;
@@ -54,7 +54,7 @@ inline std::multimap<std::string, int> List(CoreFileManager& manager, const Quil
 
 class ManagerTest : public DirectoryTest {
  protected:
-  /// The answer and the reason, as in "false, 3003 recorded"; and forgets.
+  /// The answer and the reason, as in "false, 3003 recorded". Then forgets them.
   std::string Outcome(bool succeeded) { return (succeeded ? "true, " : "false, ") + manager.Reason(); }
 
   QuillFileString At(std::string_view name) const { return Path(In(name)); }

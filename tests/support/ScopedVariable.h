@@ -1,4 +1,4 @@
-// An environment variable that has another value for a while.
+// Sets an environment variable, and restores it at the end of the scope.
 #pragma once
 
 #include <cstdlib>
@@ -10,7 +10,7 @@ namespace quill_test {
 
 class ScopedVariable {
  public:
-  /// Absent when \p value is.
+  /// Unsets the variable if \p value is absent.
   ScopedVariable(const char* variable, const std::optional<std::string>& value) : name(variable) {
     const char* present = std::getenv(name);
     if (present) before = present;

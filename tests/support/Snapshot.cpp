@@ -65,13 +65,13 @@ void Add(const std::string& root, const std::string& relative, Twins& twins, Sna
   if (::lstat(path.c_str(), &status) != 0) return;
   const bool isDirectory = S_ISDIR(status.st_mode);
   std::string twin;
-  if (!isDirectory) {  // whatever its link count says: FUSE remembers an old one for a second
+  if (!isDirectory) {  // even if its link count is 1: FUSE caches an old count for a second
     const auto [first, isFirst] = twins.try_emplace({status.st_dev, status.st_ino}, relative);
     if (!isFirst) twin = first->second;
   }
   snapshot[relative] = {Substance(path, status), Metadata(path, status, twin), Identity(status)};
   if (!isDirectory) return;
-  std::error_code ignored;  // a directory that may not be read has no children here
+  std::error_code ignored;  // a directory that may not be read counts as empty
   std::set<std::string> names;
   for (const auto& entry : std::filesystem::directory_iterator(path, ignored)) names.insert(entry.path().filename());
   for (const auto& name : names) Add(root, relative.empty() ? name : relative + "/" + name, twins, snapshot);

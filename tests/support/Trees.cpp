@@ -22,12 +22,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr unsigned kNobody = 65534;
-// POSIX.1e, as Linux stores it: version 2, the owner, uid 65534, the group, the mask and others.
+// A POSIX.1e list as Linux stores it: version 2, the owner, uid 65534, the group, the mask and others.
 constexpr unsigned char kAccessList[] = {2, 0,   0,   0,   1,   0,   6,  0, 255, 255, 255, 255, 2,   0,  4,
                                          0, 254, 255, 0,   0,   4,   0,  4, 0,   255, 255, 255, 255, 16, 0,
                                          4, 0,   255, 255, 255, 255, 32, 0, 0,   0,   255, 255, 255, 255};
 
-// Times of its own for each item, the same by whatever name: FUSE remembers for a second what it showed under another.
+// Every item gets a distinct time, the same for all its names, since FUSE caches metadata by name for a second.
 void Stamp(const std::string& path) {
   struct stat status {};
   ASSERT_EQ(0, ::lstat(path.c_str(), &status)) << path;
@@ -47,7 +47,7 @@ void MakeSparse(const std::string& path) {
   fs::resize_file(path, 256 << 10);
 }
 
-// Some file systems give each name of a file an inode number of its own.
+// Some file systems give each name of a file a separate inode number.
 bool ShowsHardLinks(const std::string& directory) {
   const std::string one = directory + "/one";
   const std::string other = directory + "/other";
@@ -63,7 +63,7 @@ bool ShowsHardLinks(const std::string& directory) {
 void MakeSocket(const std::string& directory) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, "socket");  // relative, as an address is short
+  std::strcpy(address.sun_path, "socket");  // relative, because an address is limited in length
   const fs::path before = fs::current_path();
   fs::current_path(directory);
   const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -117,7 +117,8 @@ void MakeMixedTree(const std::string& root) {
   fs::create_directory_symlink("/etc", root + "/outside");
   fs::create_symlink("loop", root + "/loop");
   MakeSocket(root);
-  (void)::mknod((root + "/device").c_str(), S_IFCHR | 0600, makedev(1, 5));  // where that is allowed
+  (void)::mknod((root + "/device").c_str(), S_IFCHR | 0600,
+                makedev(1, 5));  // without permission the tree has no device
   Stamp(root);
 }
 

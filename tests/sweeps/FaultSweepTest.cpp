@@ -18,7 +18,7 @@ struct Fault {
   bool lasts = false;  // every later call fails too
 };
 
-/// What the fault met, and what came of it.
+/// The call that the fault hit, and the outcome.
 struct Result {
   std::string where;
   bool losesWrites = false;
@@ -48,7 +48,7 @@ bool Run(const Scene& scene, const Fault& fault, Result& result) {
 
 bool IsTrueCode(int code, int error, Verb verb) {
   if (code == OSXFileSystemUtils::_PosixErrToQuillErr(error) || code == kQuillErrNotFound) return true;
-  // An item that the failed question did not show is met by the creation.
+  // If the failed call was to show that an item exists, creating it meets that item.
   if (verb == Verb::kEnsure) return code == kQuillErrAlreadyExists || code == kQuillErrNone;
   return code == kQuillErrCannotClearDestination;
 }
@@ -95,7 +95,8 @@ void Sweep(Scene& scene, Findings& findings) {
   const int calls = scene.CountCalls([&](const Tracee& subject) {
     ++seen;
     if (subject.MayBeRepeated()) special.push_back({seen, EINTR});
-    if (subject.Is("renameat2")) special.push_back({seen, EINVAL});  // a file system that cannot rename in this way
+    if (subject.Is("renameat2"))
+      special.push_back({seen, EINVAL});  // as on a file system that cannot rename without replacing
   });
   for (const auto& fault : special) SweepOne(scene, fault, findings);
   constexpr int kKinds = std::size(kErrors);

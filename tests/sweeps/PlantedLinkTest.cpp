@@ -1,4 +1,4 @@
-// A link that somebody plants under the very name that a temporary item is about to get.
+// An attacker plants a link under the very name that a temporary item is about to get.
 #include <gtest/gtest.h>
 
 #include <filesystem>

@@ -64,7 +64,7 @@ void Scene::Build() {
   fs::create_directories(from);
   fs::create_directories(destinationParent);
   MakeSampleTree(source, CommonAbilities(from, destinationParent));
-  const bool isEmptied = operation.verb != Verb::kCopy;  // which only root may do to a directory closed to writing
+  const bool isEmptied = operation.verb != Verb::kCopy;  // only root can empty a read-only directory
   if (isEmptied && ::geteuid() != 0) fs::permissions(source + "/locked", fs::perms::owner_all, fs::perm_options::add);
   original = Describe(source);
   if (operation.clobbers) {

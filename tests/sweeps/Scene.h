@@ -1,5 +1,5 @@
-// The stage of the sweeps: a small tree with one of everything, a place to bring it to, a bait that nobody may touch,
-// and the judgement of what stands there afterwards.
+// The scene of the sweeps: a small tree with one of everything, a destination, a bait that must not be touched, and the
+// checks of what is there afterwards.
 #pragma once
 
 #include <functional>
@@ -21,12 +21,12 @@ enum class Verb { kCopy, kMove, kRemove, kEnsure };
 
 struct Operation {
   Verb verb;
-  /// The driver's name of it, and the command of the system that does much the same, for comparison.
+  /// The driver's name for it, and the system's command that does much the same, for comparison.
   const char* name;
   std::vector<std::string> command;
   bool clobbers = false;
   bool crosses = false;
-  /// The other way round: from the second file system to the first.
+  /// True for a move from the second file system to the first.
   bool returns = false;
 
   std::string Title() const;
@@ -36,21 +36,21 @@ const std::vector<Operation>& Operations();
 
 class Scene {
  public:
-  /// \p here is a directory of the test's own, \p elsewhere another one on another file system ("" when there is none).
+  /// \p here is the test's directory, \p elsewhere one on another file system ("" if there is none).
   Scene(const Operation& operation, const std::string& here, const std::string& elsewhere);
   ~Scene();
 
-  /// Makes everything afresh, the bait as well when it is missing.
+  /// Creates everything anew, and the bait if it is missing.
   void Build();
 
   /// Starts the operation by the driver, or the system's command when QUILL_SWEEP_SUBJECT is "coreutils".
   Tracee Start() const;
-  /// Runs the operation undisturbed, which must succeed, and looks at it at each call; how many calls it made.
+  /// Runs the operation undisturbed, which must succeed, and inspects it at each call. Returns the number of calls.
   int CountCalls(const std::function<void(const Tracee&)>& look = [](const Tracee&) {});
 
-  /// "" when nothing half-made stands under the final name and the only copy of nothing is gone, at whatever moment.
+  /// "" if nothing half-made has the final name and nothing has lost its only copy. Must hold at every moment.
   std::string WhatIsHalfMade(Scope scope) const;
-  /// "" when everything is as a success promises.
+  /// "" if everything is as a success promises.
   std::string WhatIsUntrue(Scope scope) const;
   bool Arrived() const { return !Describe(destination).empty(); }
   /// The entries beside source and destination that are neither.
@@ -60,9 +60,9 @@ class Scene {
   std::string source;
   std::string destinationParent;
   std::string destination;
-  /// On the file system of the source: a tree with the names of the source and contents of its own.
+  /// A tree on the file system of the source, with the same names and other contents.
   std::string bait;
-  /// What Build made at the source, and at an occupied destination.
+  /// What Build created at the source, and at an occupied destination.
   Snapshot original;
   Snapshot occupant;
 
@@ -70,7 +70,7 @@ class Scene {
   std::string from;
 };
 
-/// Whether a file of the bait stands at or below \p root; no link is followed.
+/// True if a file of the bait is at or below \p root; no link is followed.
 bool HoldsBait(const std::string& root);
 
 }  // namespace quill_sweep

@@ -1,5 +1,5 @@
-// Another process exchanges directories for links to a bait and back, as fast as it can, while trees are copied, moved
-// and removed.
+// While trees are copied, moved and removed, another process exchanges directories for links to a bait and back, as
+// fast as it can.
 #include <gtest/gtest.h>
 
 #include <sched.h>
@@ -18,10 +18,10 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// Never a directory and one in it at once: the storm itself would then reach through the link.
+// Never a directory and one inside it at once, or the storm itself would follow the link.
 const std::vector<std::string> kVictims[] = {{""}, {"/nested", "/empty", "/locked"}, {"/nested/deep"}};
 
-// Beside the operation, and not in turns with it.
+// Lets the storm use any processor, so that it can run at the same time as the operation.
 void RunAnywhere() {
   cpu_set_t processors;
   std::memset(&processors, 0xff, sizeof processors);

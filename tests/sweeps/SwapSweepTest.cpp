@@ -1,5 +1,5 @@
-// Exchanges an item behind an operation's back, at each of its system calls: for a link to a bait that nobody may
-// touch, or for another item that must not be lost. Some calls later it may come back.
+// Exchanges an item behind an operation's back, at each of its system calls, for a link to a bait that must not be
+// touched or for another item that must not be lost. Some calls later the item may come back.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -44,12 +44,12 @@ class Swap {
     return (isOfDestination ? "the destination's parent" : "/" + inTree) +
            (kind == Spare::kLinkToBait ? " and a link to the bait" : " and another item");
   }
-  /// Where the operation may have put its result: into what was, or into what came in its place.
+  /// Where the operation may have put its result: in the original directory or in its replacement.
   std::vector<std::string> Results() const {
     if (!isOfDestination) return {scene.destination};
     return {victim + "/result", spare + "/result"};
   }
-  /// The source as it stood before and after the exchange.
+  /// The source before and after the exchange.
   std::vector<Snapshot> Sources() const {
     if (isOfDestination) return {scene.original};
     Snapshot after = scene.original;
@@ -80,7 +80,7 @@ class Swap {
   std::string victim;
 };
 
-// When the destination's name led to the bait from the start, the result may stand there.
+// If the destination's name led to the bait from the start, the result may be there.
 std::string WhatOfTheBaitChanged(const Swap& swap, Snapshot before) {
   Snapshot now = Describe(swap.scene.bait);
   if (swap.isOfDestination && now.contains("result")) {
@@ -132,7 +132,7 @@ void SwapAt(Scene& scene, const Moment& moment, int victim, Spare spare, Finding
   Tracee subject = scene.Start();
   if (!subject.RunTo(moment.call)) return;
   std::string where = "call " + std::to_string(moment.call) + " " + subject.Describe() + " exchanging " + swap.Name();
-  if (!swap.Exchange()) return;  // it is not at its place any more
+  if (!swap.Exchange()) return;  // the item is no longer in its place
   if (moment.backAfter != kNever) {
     where += ", back " + std::to_string(moment.backAfter) + " later";
     (void)subject.RunTo(moment.call + moment.backAfter);
@@ -155,7 +155,8 @@ void SwapAt(Scene& scene, const Moment& moment, int victim, Spare spare, Finding
 void SweepVictim(Scene& scene, int victim, int calls, Findings& findings) {
   const int stride = IsFullSweep() ? 1 : calls < 50 ? 7 : 53;
   for (const auto spare : {Spare::kLinkToBait, Spare::kOtherItem}) {
-    if (spare == Spare::kOtherItem && scene.operation.verb == Verb::kRemove) continue;  // whatever is there may go
+    if (spare == Spare::kOtherItem && scene.operation.verb == Verb::kRemove)
+      continue;  // a removal may remove whatever is there
     for (const int backAfter : {kNever, 1, 2, 3, 5, 8, 13, 21, 34})
       for (int call = 1; call <= calls; ++call)
         if (IsChosenCall(call) && (call + 8 * victim + backAfter) % stride == 0)

@@ -23,12 +23,12 @@ dev_t DeviceOf(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 ? status.st_dev : 0;
 }
 
-// A program and its tracer take turns: on one processor each turn costs a fraction.
+// A program and its tracer take turns, which is several times faster if both are on one processor.
 void StayOnThisProcessor() {
   cpu_set_t processor;
   CPU_ZERO(&processor);
   CPU_SET(static_cast<unsigned>(::sched_getcpu()), &processor);
-  (void)::sched_setaffinity(0, sizeof processor, &processor);  // only slower without
+  (void)::sched_setaffinity(0, sizeof processor, &processor);  // without it the sweep is only slower
 }
 
 }  // namespace
@@ -46,7 +46,8 @@ bool IsChosenCall(int call) {
 bool Exchange(const std::string& one, const std::string& other) {
   if (::renameat2(AT_FDCWD, one.c_str(), AT_FDCWD, other.c_str(), RENAME_EXCHANGE) == 0) return true;
   if (errno != EINVAL) return false;
-  // The file system does not exchange. A program that is stopped meanwhile sees no difference.
+  // The file system cannot exchange names, so rename in three steps: the traced program is stopped and sees no
+  // difference.
   const std::string between = other + "-between";
   return ::rename(one.c_str(), between.c_str()) == 0 && ::rename(other.c_str(), one.c_str()) == 0 &&
          ::rename(between.c_str(), other.c_str()) == 0;

@@ -1,5 +1,5 @@
-// The fixture of the sweeps: two directories, on different file systems where the machine has two; which operations and
-// which calls are swept; and what was found.
+// The fixture of the sweeps: two directories, on different file systems if the machine has two, the choice of the
+// operations and calls to sweep, and the findings.
 #pragma once
 
 #include <functional>
@@ -11,21 +11,21 @@
 
 namespace quill_sweep {
 
-/// All points, or those that fit into every build: QUILL_SWEEP=full in the environment.
+/// True if QUILL_SWEEP=full is in the environment: all points are swept, not only as many as every build has time for.
 bool IsFullSweep();
 /// QUILL_SWEEP_CALL=n in the environment restricts a sweep to the n-th call.
 bool IsChosenCall(int call);
 
-/// Gives each of two items the name of the other; false when that cannot be.
+/// Exchanges the names of two items; false if that fails.
 bool Exchange(const std::string& one, const std::string& other);
 
-/// Counts points and gathers what went wrong; prints the figures and fails the test in its destructor.
+/// Counts points and collects findings. The destructor prints the figures and fails the test if there were findings.
 class Findings {
  public:
   explicit Findings(std::string sweepTitle) : title(std::move(sweepTitle)) {}
   ~Findings();
   void CountPoint() { ++points; }
-  /// Nothing when \p what is "".
+  /// Does nothing if \p what is "".
   void Add(const std::string& where, const std::string& what);
   void Require(bool holds, const std::string& where, const std::string& orElse) { Add(where, holds ? "" : orElse); }
 
@@ -40,8 +40,8 @@ class SweepTest : public quill_test::DirectoryTest {
   void SetUp() override;
   void TearDown() override;
 
-  /// Runs \p sweep for each operation of these verbs, or for the one that QUILL_SWEEP_OPERATION names by its title; one
-  /// that needs two file systems is named aloud where there is but one.
+  /// Runs \p sweep for each operation of these verbs, or for the one whose title is in QUILL_SWEEP_OPERATION. Prints a
+  /// message about operations that need two file systems if there is only one.
   void ForEach(const std::vector<Verb>& verbs, const std::function<void(Scene&, Findings&)>& sweep);
 
  private:

@@ -35,13 +35,13 @@ constexpr std::pair<long, const char*> kNames[] = {
     NAMED(lgetxattr),  NAMED(llistxattr), NAMED(lseek),     NAMED(ioctl),      NAMED(mmap)};
 #undef NAMED
 
-// POSIX lets them be interrupted, and repeating them is safe.
+// POSIX allows signals to interrupt these, and repeating them is safe.
 constexpr long kMayBeRepeated[] = {SYS_open,      SYS_openat,    SYS_read,  SYS_write,     SYS_copy_file_range,
                                    SYS_ftruncate, SYS_fallocate, SYS_fsync, SYS_fdatasync, SYS_fchmod,
                                    SYS_fchown,    SYS_close};
 
-// Calls that cannot fail in a correct program, those by which it ends or stops itself, and brk, which answers a failure
-// with the old end.
+// Calls that cannot fail in a correct program, calls by which it ends or stops itself, and brk, which reports a failure
+// by returning the old end.
 constexpr long kCannotFail[] = {
     SYS_munmap,      SYS_mprotect,    SYS_madvise, SYS_rt_sigaction, SYS_rt_sigprocmask, SYS_rt_sigreturn, SYS_futex,
     SYS_gettid,      SYS_getpid,      SYS_getuid,  SYS_geteuid,      SYS_getgid,         SYS_getegid,      SYS_umask,
@@ -90,7 +90,7 @@ Tracee::Tracee(const std::vector<std::string>& command, Window window) {
   if (process == 0) Become(command, ends[1]);
   ::close(ends[1]);
   outputEnd = ends[0];
-  ::waitpid(process, &waitStatus, 0);  // stands at the exec
+  ::waitpid(process, &waitStatus, 0);  // the program is now stopped at its exec
   ended = !WIFSTOPPED(waitStatus);
   if (ended) return;
   ::ptrace(PTRACE_SETOPTIONS, process, nullptr, PTRACE_O_TRACESYSGOOD | PTRACE_O_EXITKILL);
@@ -107,7 +107,7 @@ Tracee::~Tracee() {
   ::close(outputEnd);
 }
 
-// Runs to the next stop. A signal at which the program stopped is delivered first.
+// Delivers the signal at which the program stopped, if any, and runs to the next stop.
 void Tracee::Resume(int request) {
   Trace(static_cast<__ptrace_request>(request), process, 0, std::exchange(signalToDeliver, 0));
   ::waitpid(process, &waitStatus, 0);
@@ -116,7 +116,7 @@ void Tracee::Resume(int request) {
     signalToDeliver = WSTOPSIG(waitStatus);
 }
 
-// At a stop for a system call: true at its entry. At its exit, gives the failure that was asked for.
+// At a stop for a system call: true at its entry. At its exit, puts in the failure that was asked for.
 bool Tracee::EnterCall() {
   inCall = !inCall;
   if (!inCall) {
@@ -161,7 +161,7 @@ std::string Tracee::Path() const {
   // NOLINTNEXTLINE(performance-no-int-to-ptr): an address in the other process
   iovec there{reinterpret_cast<void*>(address), std::min<std::size_t>(4096 - address % 4096, sizeof text - 1)};
   iovec here{text, sizeof text - 1};
-  (void)::process_vm_readv(process, &here, 1, &there, 1, 0);  // unreadable: no text
+  (void)::process_vm_readv(process, &here, 1, &there, 1, 0);  // if it cannot be read, the text is empty
   return text;
 }
 

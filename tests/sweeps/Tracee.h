@@ -1,8 +1,8 @@
-// A program that is stopped at each of its system calls, to fail one, to kill it there, or to change the disk
-// meanwhile.
+// A program that is stopped at each of its system calls, to make one fail, to kill the program there, or to change the
+// disk meanwhile.
 //
-// Counted are the calls that can fail, from the program's first SIGSTOP to its second; of a program that does not stop
-// itself, from its start to its end. Linux on x86-64.
+// Only calls that can fail are counted, from the program's first SIGSTOP to its second, or from start to end for a
+// program that does not stop itself. Linux on x86-64.
 #pragma once
 
 #include <sys/types.h>
@@ -31,24 +31,24 @@ class Tracee {
 
   /// Runs to the entry of the next counted call; false when there is none.
   bool Next();
-  /// Runs to the entry of the \p call-th counted call, from 1; false when there are not so many.
+  /// Runs to the entry of the \p call-th counted call, from 1; false if there are fewer.
   bool RunTo(int call);
 
-  // About the call at whose entry the program stands:
+  // About the call at whose entry the program is stopped:
   std::string Describe() const;
   std::string Path() const;
   bool Is(const char* name) const;
-  /// POSIX lets it be interrupted, and repeating it is safe.
+  /// POSIX allows a signal to interrupt it, and repeating it is safe.
   bool MayBeRepeated() const;
-  /// It makes data durable or releases a descriptor that data was written through, so that its failure is a lost write.
+  /// It makes data durable or closes a descriptor that data was written through, so its failure is a lost write.
   bool EndsWriting() const;
-  /// It can only fail for want of memory.
+  /// It can only fail if memory runs out.
   bool OnlyTakesMemory() const;
 
-  /// Makes that call fail without being carried out; a close is carried out and fails, as close does.
+  /// Makes that call fail without being executed. A close is executed and then fails, as close does.
   void Fail(int error);
   void Kill();
-  /// Runs to the end. A program that comes to none is ended by SIGALRM, or killed after very many calls.
+  /// Runs to the end. A program that does not end gets SIGALRM, or is killed after very many calls.
   Outcome Finish();
 
  private:

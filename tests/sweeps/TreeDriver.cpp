@@ -1,6 +1,6 @@
-// Runs one operation of the standalone host and stops itself right before and right after it, so that a sweep can watch
-// that operation alone. Exits 0 for true and 1 for false, and prints the code, the descriptors that were left open and
-// what a copy could not carry over.
+// Runs one operation of the standalone host and stops itself right before and right after it, so that a sweep can trace
+// only that operation. Exits with 0 for true and 1 for false, and prints the code, the number of descriptors left open
+// and what a copy could not preserve.
 //
 //   TreeDriver [--stop] copy|clobber|move|replace FROM TO | remove|ensure PATH
 //   TreeDriver temporaries DIRECTORY COUNT      prints the path of each file and directory that it makes

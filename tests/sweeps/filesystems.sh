@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs every test with TMPDIR on each file system in turn: filesystems.sh BUILD [FILE-SYSTEM]... [-- CTEST-OPTION...]
-# Needs root, loop devices for the ones with an image, and their tools; what cannot be set up is skipped aloud.
+# Needs root, loop devices for file systems in an image, and their tools; what cannot be set up is skipped with a message.
 set -uo pipefail
 
 build=$(realpath "${1:?the build directory}")

@@ -14,7 +14,7 @@ TIGHT = ((resource.RLIMIT_NOFILE, 64), (resource.RLIMIT_STACK, 256 * 1024))
 
 
 def make_chain(root, depth):
-    """Directories, one in the other, deeper than any path can say; a file at the end."""
+    """Nested directories, deeper than any path can express, with a file at the end."""
     os.mkdir(root)
     directory = os.open(root, os.O_RDONLY)
     for _ in range(depth):

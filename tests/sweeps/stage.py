@@ -1,4 +1,4 @@
-"""What the scripts beside this file share: a stage of their own, running the command line under limits, comparing trees."""
+"""What the scripts in this folder share: a private directory, running the command line under limits, comparing trees."""
 
 import collections
 import os

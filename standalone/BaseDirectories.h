@@ -1,5 +1,5 @@
-// The base directories in which programs keep their own things (XDG base directories 0.8), and the name
-// under which this program has its share of them.
+// The base directories in which programs keep their own files (XDG base directories 0.8), and the name of this
+// program's directory in them.
 #pragma once
 
 #include <optional>
@@ -9,16 +9,17 @@
 
 namespace quill {
 
-/// $XDG_DATA_HOME or $XDG_STATE_HOME when it is absolute, else its usual place in the home directory, which is asked
-/// through the table; nullopt without one.
+/// $XDG_DATA_HOME or $XDG_STATE_HOME if it is absolute, else the default in the home directory, which is asked for
+/// through the table; nullopt without a home directory.
 std::optional<std::string> DataDirectory(CoreFileManager& manager);
 std::optional<std::string> StateDirectory(CoreFileManager& manager);
 
-/// The program's own directory in a base directory, created when it is missing. \p directory is written on success.
+/// Gives the program's own directory in a base directory, and creates it if it is missing. \p directory is written on
+/// success.
 bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::string>& base,
                             QuillFileString& directory);
 
-/// The file of the running program, split into its directory and its name; false when that is not known.
+/// Gives the directory and the name of the running program's file; false if they are not known.
 bool SplitProgramPath(QuillFileString& directory, QuillFileString& name);
 
 /// A path string of \p text.

@@ -5,10 +5,10 @@
 
 namespace quill {
 
-/// The name of a code as it stands in QuillErr.h, "kQuillErrNotFound"; null for a code that is not one of these.
+/// The name of a code in QuillErr.h, such as "kQuillErrNotFound"; null for other codes.
 QUILL_EXPORT const char* QuillErrName(int code) noexcept;
 
-/// What a code says, for people: lower case, no full stop; "unknown error" for a code that is not one of QuillErr.h's.
+/// The meaning of a code, for people: lower case, no full stop; "unknown error" for codes that are not in QuillErr.h.
 QUILL_EXPORT const char* QuillErrText(int code) noexcept;
 
 }  // namespace quill

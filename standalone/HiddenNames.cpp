@@ -11,7 +11,7 @@ namespace quill {
 
 namespace {
 
-/// The start of a small file; a list of hidden names that is longer than this is nobody's.
+/// Reads the start of a small file. Real lists of hidden names are shorter than this.
 std::string ReadSmallFile(CoreFileManager& manager, const QuillFileString& path) {
   constexpr unsigned long kMostBytes = 256 * 1024;
   std::string contents;
@@ -44,9 +44,9 @@ bool IsHiddenName(CoreFileManager& manager, const QuillFileString& path) {
   if (name.starts_with('.')) return true;
 
   QuillFileString list = path;
-  if (!list.trimLeaf(nullptr)) list.freeAll();  // a bare name: the list lies in the current directory
+  if (!list.trimLeaf(nullptr)) list.freeAll();  // a bare name: the list is in the current directory
   list.appendLeaf(".hidden");
-  // Opening what is missing would record a code.
+  // Ask first, because opening a missing file would record a code.
   if (manager.FileGetEffectivePermissions(list) < 2) return false;
   return HasLine(ReadSmallFile(manager, list), darwin::FormC(name));
 }

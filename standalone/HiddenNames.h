@@ -5,8 +5,8 @@
 
 namespace quill {
 
-/// True when the last component begins with a dot, or a line of the file ".hidden" in its directory is the name, in any
-/// normalization. Records nothing.
+/// True if the last component begins with a dot, or if the file ".hidden" in its directory has a line with the name, in
+/// any normalization. Records nothing.
 bool IsHiddenName(CoreFileManager& manager, const QuillFileString& path);
 
 }  // namespace quill

@@ -37,7 +37,7 @@ bool Run(Operation&& operation, const QuillFileString& path, Call call) {
   return error ? operation.Fail(error) : true;
 }
 
-/// Takes a temporary file away that nobody got to open.
+/// Removes a temporary file if it could not be opened.
 class TemporaryFileGuard {
  public:
   explicit TemporaryFileGuard(std::string& path) noexcept : path_(path) { path_.clear(); }
@@ -47,12 +47,12 @@ class TemporaryFileGuard {
     try {
       if (!path_.empty()) (void)darwin::RemoveFile(path_.c_str());
     } catch (const std::bad_alloc&) {
-      // Only a file that has gone already is searched for.
+      // Only the search for another form of the name needs memory, and it means that the file has already gone.
     }
-    std::string().swap(path_);  // keeps no memory, as clearing would
+    std::string().swap(path_);  // clear() would keep the memory
   }
 
-  /// The file belongs to \p opened now, if that is one.
+  /// If \p opened is a file object, the file belongs to it now.
   IQuillFileReadWriteTemp* HandOver(IQuillFileReadWriteTemp* opened) noexcept {
     if (opened) path_.clear();
     return opened;
@@ -131,10 +131,10 @@ bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
   place.appendLeaf("QuillTmp.XXXXXX");
   std::string name = place.getUTF8();
   temporaryFile_.reserve(name.size());
-  darwin::FileDescriptor file;  // nothing is written; the file is opened again by its name
+  darwin::FileDescriptor file;  // not written to; the layer opens the file again by its name
   if (const darwin::Error error = darwin::MakeTemporaryFileAt(name, file)) return operation.Fail(error);
   temporaryFile_ = name;  // what follows may fail
-  // It was made less what the umask takes, which may be what opening it needs; if that stays so, the opening fails.
+  // The umask may have taken permissions that opening the file needs. If they cannot be restored, the open fails.
   (void)darwin::SetPermissions(name.c_str(), kOwnerReadsAndWrites);
   path.setUTF8(name.c_str());
   return true;

@@ -5,8 +5,8 @@
 //   path.setUTF8("/etc/hostname");
 //   if (IQuillFileReadOnly* file = manager.FileOpenReadOnly(path)) { ...; delete file; }
 //
-// What each operation promises is written at CoreFileManager. Use one manager per thread; managers share nothing. Why
-// an operation failed, beyond its code, is what LastFailure answers.
+// CoreFileManager documents what each operation promises. Use one manager per thread; managers share nothing.
+// LastFailure gives the reason of a failure beyond its code.
 #pragma once
 
 #include <string>
@@ -33,17 +33,17 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   bool FileSetModificationDate(const QuillFileString& path, double modified) override;
   bool FileSetReadOnly(const QuillFileString& path, bool readOnly) override;
 
-  /// Leaves in \p path a file that was created for this call alone, in the directory that DirGetTemp gives.
+  /// Creates a new file in the directory that DirGetTemp gives, and puts its path into \p path.
   bool FileGetTempPath(QuillFileString& path) override;
-  /// $TMPDIR when it is absolute, else /tmp.
+  /// $TMPDIR if it is absolute, else /tmp.
   bool DirGetTemp(QuillFileString& directory) override;
 
-  // A temporary file that cannot be opened after all is removed again.
+  // If the temporary file cannot be opened after all, these remove it.
   IQuillFileReadWriteTemp* FileOpenTemp() override;
   IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
 
  private:
-  /// What FileGetTempPath made last, while it is being opened.
+  /// The file that FileGetTempPath created last, while it is being opened.
   std::string temporaryFile_;
 };
 

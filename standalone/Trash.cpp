@@ -24,14 +24,14 @@ namespace {
 
 using darwin::Error;
 
-/// A place that has the directories "files" and "info".
+/// A trash directory, with the directories "files" and "info" in it.
 struct TrashPlace {
   std::string directory;
-  /// What the recorded paths are relative to, without the separator at its end; absent when they are absolute.
+  /// The directory that recorded paths are relative to, without a separator at its end; absent if they are absolute.
   std::optional<std::string> top;
 };
 
-/// Where an item is, free of links above its last component.
+/// The item's path without links above its last component.
 struct TrashedItem {
   std::string directory;
   std::string name;
@@ -47,7 +47,7 @@ Error Locate(const char* path, TrashedItem& item) {
   darwin::ItemStatus status;
   const std::string whole = item.Path();
   if (const Error error = darwin::GetStatus(whole.c_str(), darwin::FinalLink::kItself, status)) return error;
-  // The record must name the item by the bytes under which it is there, else a restored item would have another name.
+  // The record must have the exact bytes of the item's name, or a restored item would get another name.
   std::string equivalent;
   const Error missing = darwin::FindEquivalentPath(whole.c_str(), equivalent);
   if (missing) return missing == ENOENT ? Error() : missing;
@@ -67,14 +67,14 @@ Error PrepareHomeTrash(CoreFileManager& manager, TrashPlace& place) {
   if (!data) return ENOENT;
   if (!manager.DirEnsure(PathFrom(*data))) return EACCES;
   place = {darwin::Join(*data, "Trash"), std::nullopt};
-  // In the home directory the user may have made a link of it; anywhere else a link is a trap.
+  // In the home directory the user may have replaced it by a link; anywhere else a link may be an attack.
   if (!manager.FileIsDir(PathFrom(place.directory))) {
     if (const Error error = darwin::EnsureOwnDirectory(place.directory.c_str())) return error;
   }
   return Prepare(place.directory);
 }
 
-/// The trash that the administrator made for everybody: a real directory with the sticky bit.
+/// The trash that the administrator created for all users: a real directory with the sticky bit.
 bool PrepareSharedTrash(const std::string& top, const std::string& user, TrashPlace& place) {
   const std::string shared = top + "/.Trash";
   darwin::ItemStatus status;
@@ -106,7 +106,7 @@ Error ChoosePlace(CoreFileManager& manager, const TrashedItem& item, TrashPlace&
   return {};
 }
 
-/// Every byte but the unreserved characters of RFC 2396 and "/" as an escape.
+/// Escapes every byte except the unreserved characters of RFC 2396 and "/".
 std::string PercentEncoded(std::string_view path) {
   constexpr auto kKept = foundation::NSCharacterSet::characterSetWithCharactersInString(
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789/-_.!~*'()");
@@ -119,7 +119,7 @@ std::string Record(const TrashedItem& item, const TrashPlace& place) {
   return "[Trash Info]\nPath=" + PercentEncoded(path) + "\nDeletionDate=" + darwin::LocalTimestamp() + '\n';
 }
 
-/// The name for the n-th attempt, short enough for the record's name to be one.
+/// The name for the n-th attempt, short enough that the record's name fits as well.
 std::string NameInTrash(const std::string& name, int attempt) {
   constexpr std::size_t kLongest = 255 - std::string_view(".trashinfo").size();
   const std::string suffix = attempt == 1 ? std::string() : '.' + std::to_string(attempt);
@@ -142,7 +142,7 @@ Error MoveToTrash(CoreFileManager& manager, const char* path, std::string& trash
     const std::string name = NameInTrash(item.name, attempt);
     const std::string info = place.directory + "/info/" + name + ".trashinfo";
     const std::string target = place.directory + "/files/" + name;
-    // The record is made first, and exclusively: it reserves the name.
+    // Create the record first, and exclusively: it reserves the name.
     Error error = darwin::CreateExclusively(info.c_str(), record);
     if (error == EEXIST) continue;
     if (error) return error;
@@ -151,7 +151,8 @@ Error MoveToTrash(CoreFileManager& manager, const char* path, std::string& trash
       trashed = target;
       return {};
     }
-    // What has come from another file system, but could not go there as a whole, is in the trash all the same.
+    // A move from another file system may fail when only its source could not be removed completely. The item is in the
+    // trash all the same.
     darwin::ItemStatus arrived;
     const bool hasArrived = !darwin::GetStatus(target.c_str(), darwin::FinalLink::kItself, arrived);
     if (error != EEXIST && hasArrived) return error;

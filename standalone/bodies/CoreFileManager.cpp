@@ -20,13 +20,13 @@ namespace {
 constexpr char kOriginAttribute[] = "user.xdg.origin.url";
 constexpr char kReferrerAttribute[] = "user.xdg.referrer.url";
 
-/// Records why, if it is a failure, and answers whether it is none.
+/// Records the reason of a failure. True for success.
 bool Succeeded(CoreFileManager& manager, darwin::Error error) {
   if (error) manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(error.posix()));
   return !error;
 }
 
-/// Gives \p directory with \p leaf in it, if that is a directory.
+/// Gives the path of \p leaf in \p directory if it is a directory.
 bool FindDirectoryIn(CoreFileManager& manager, QuillFileString directory, const QuillFileString& leaf,
                      QuillFileString& found) {
   directory.appendLeaf(leaf);
@@ -78,7 +78,7 @@ bool CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& pa
     return Succeeded(*this, darwin::RemoveExtendedAttribute(text, kReferrerAttribute)) &&
            Succeeded(*this, darwin::RemoveExtendedAttribute(text, kOriginAttribute));
   }
-  // The origin is the mark, so it is set even when the address is not known.
+  // The origin attribute is the mark, so it is set even if the address is not known.
   const char* origin = source.isEmpty() ? "" : source.getUTF8();
   if (!Succeeded(*this, darwin::SetExtendedAttribute(text, kOriginAttribute, origin))) return false;
   const darwin::Error error = referrer.isEmpty()
@@ -106,7 +106,7 @@ bool CoreFileManager::ScanMediaFile(const QuillFileString& path) {
   return false;
 }
 
-// Beside the program first, so that a program that was moved with its resources finds its own.
+// Looks beside the program first, so that a program that was moved with its resources finds its own.
 bool CoreFileManager::DirGetAppResourceDir(QuillFileString& directory) {
   QuillFileString beside, name, resources;
   if (!quill::SplitProgramPath(beside, name)) return false;

@@ -6,8 +6,8 @@ IQuillFileReadOnly::~IQuillFileReadOnly() = default;
 IQuillFileAppendOnly::~IQuillFileAppendOnly() = default;
 IFileIterator::~IFileIterator() = default;
 
-// Nothing may be emptied or created by an open that cannot succeed, so what makes no sense together is refused here,
-// before anything is touched.
+// An open that cannot succeed must not empty or create anything, so flags that contradict each other are refused before
+// anything is touched.
 bool ValidateFileOpenFlags(unsigned int flags) {
   constexpr unsigned int kAccess = kQuillOpenRead | kQuillOpenWrite;
   constexpr unsigned int kNeedsWrite = kQuillOpenCreate | kQuillOpenTruncate | kQuillOpenAppend;

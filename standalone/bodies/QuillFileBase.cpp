@@ -6,7 +6,7 @@
 
 namespace {
 
-/// Runs a write primitive; what the platform raises becomes the manager's last error.
+/// Runs a write primitive, and records an exception of the platform as the manager's last error.
 template <typename Primitive>
 bool Written(CoreFileManager& manager, Primitive primitive) {
   try {

@@ -31,7 +31,8 @@ void QuillFileString::setUTF8(const char* newText) {
   if (!newText) return freeAll();
   const std::size_t length = std::strlen(newText);
   if (length >= kInlineCapacity) return Replace({newText, length}, {}, {});
-  // The usual short text without detour. It may lie in the present one, which is given up afterwards.
+  // Short text, the usual case, goes straight into the object. It may be part of the present text, which is released
+  // afterwards.
   std::memmove(inlineText, newText, length + 1);
   freeAll();
   text = inlineText;
@@ -73,7 +74,7 @@ void QuillFileString::freeAll() noexcept {
   originalFormat = kNoOriginal;
 }
 
-// The parts may lie inside the present text, so that is given up last.
+// The parts may point into the present text, so that is released last.
 void QuillFileString::Replace(std::string_view head, std::string_view middle, std::string_view tail) {
   const std::size_t length = head.size() + middle.size() + tail.size();
   char assembled[kInlineCapacity];

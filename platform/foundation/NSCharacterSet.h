@@ -1,5 +1,5 @@
-// A set of ASCII characters. Characters outside ASCII are in no set: the one operation that takes a set treats them
-// apart. Sets can be made when the program is compiled.
+// A set of ASCII characters. Characters outside ASCII are in no set; the one operation that takes a set handles them
+// separately. Sets can be built at compile time.
 #pragma once
 
 #include <array>
@@ -41,7 +41,7 @@ class NSCharacterSet {
  private:
   static constexpr bool IsASCII(char character) noexcept { return static_cast<unsigned char>(character) < 0x80; }
 
-  // A place for every byte, so that looking one up is a single load.
+  // One entry for every byte, so that a look-up is a single load.
   std::array<bool, 256> members_{};
 };
 

@@ -14,18 +14,18 @@ namespace quill::foundation {
 
 class NSDirectoryEnumerator final : public NSObject {
  public:
-  /// Null when the directory cannot be read; \p reason, which may be null, says why.
+  /// Null when the directory cannot be read; \p reason, which may be null, gets the reason.
   static RetainPtr<NSDirectoryEnumerator> enumeratorAtPath(const NSString* path, RetainPtr<NSError>* reason);
 
-  /// The next name as the file system keeps it, never "." or ".."; valid until the next call. Null at the end and ever
-  /// after. It does not descend.
+  /// The next name with the bytes that the file system has, never "." or ".."; valid until the next call. Null at the
+  /// end and from then on. Does not descend.
   const char* nextObject();
 
-  /// Why the enumeration has broken off; no error at its end.
+  /// Why the enumeration stopped early; no error at its end.
   darwin::Error error() const noexcept;
 
-  /// Whether the entry returned last is a directory now, following a link. The kernel is asked unless the
-  /// listing has ruled it out.
+  /// True if the entry returned last is a directory now, or a link to one. Asks the kernel unless the listing has ruled
+  /// it out.
   bool lastIsDirectory();
 
  private:

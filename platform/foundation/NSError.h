@@ -1,4 +1,4 @@
-// The reason of a failed platform operation: a domain and a code. Made only when something failed.
+// The reason of a failed platform operation: a domain and a code. Only failures create one.
 #pragma once
 
 #include "platform/foundation/NSString.h"
@@ -20,7 +20,8 @@ class QUILL_EXPORT NSError final : public NSObject {
   /// \p domain may be nil.
   static RetainPtr<NSError> errorWithDomain(NSString* domain, long code);
 
-  /// The same in NSPOSIXErrorDomain, into *error; nothing when \p error is null, because nobody asks. Answers false.
+  /// The same in NSPOSIXErrorDomain, stored in *error; a null \p error means that the caller does not want it. Always
+  /// false.
   static bool Give(darwin::Error cause, RetainPtr<NSError>* error);
 
   /// Null for nil. The error owns it.

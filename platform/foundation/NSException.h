@@ -10,7 +10,7 @@ namespace quill::foundation {
 /// The code is the errno of the call that failed, in std::generic_category.
 class QUILL_EXPORT NSException : public std::system_error {
  public:
-  /// \p operation is the name of what failed.
+  /// \p operation is the name of the operation that failed.
   NSException(int posixError, const char* operation);
   ~NSException() override;
 };

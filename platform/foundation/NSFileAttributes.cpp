@@ -18,7 +18,7 @@ double NSFileAttributes::creationDate() const noexcept { return SecondsSince1970
 double NSFileAttributes::modificationDate() const noexcept { return SecondsSince1970(status_.modified); }
 
 std::optional<unsigned long> NSFileAttributes::hfsCreatorCode() const {
-  // 32 bytes of Finder information as file servers for the Apple platforms keep them; the creator begins at byte 4.
+  // File servers for the Apple platforms store 32 bytes of Finder information; the creator begins at byte 4.
   std::array<unsigned char, 32> information;
   constexpr const char* kAttribute = "user.com.apple.FinderInfo";
   std::size_t size = 0;

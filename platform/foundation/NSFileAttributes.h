@@ -1,4 +1,4 @@
-// What an item's attribute dictionary holds, typed. A key that is absent is an empty optional.
+// The entries of an item's attribute dictionary, typed. A missing key is an empty optional.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace quill::foundation {
 
-/// What one directory hands down to another.
+/// The attributes that a directory passes on to new ones in it.
 struct NSOwnership {
   unsigned groupOwnerAccountID;
   unsigned ownerAccountID;
@@ -17,8 +17,8 @@ struct NSOwnership {
   bool operator==(const NSOwnership&) const = default;
 };
 
-/// The attributes of one item at the time of the question. The creator code lives in an extended attribute and is
-/// looked up, by path, when it is asked for.
+/// The attributes of one item at the time they were read. The creator code is in an extended attribute and is looked
+/// up, by path, when it is asked for.
 class NSFileAttributes {
  public:
   NSFileAttributes(const NSString* path, const darwin::ItemStatus& now) noexcept

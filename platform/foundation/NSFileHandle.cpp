@@ -11,7 +11,7 @@
 namespace quill::foundation {
 namespace {
 
-/// An offset above the largest of the kernel's arrives there as a negative one, which it refuses with EINVAL.
+/// An offset that is too large for the kernel becomes negative, which the kernel refuses with EINVAL.
 std::int64_t KernelOffset(unsigned long long offset) noexcept { return static_cast<std::int64_t>(offset); }
 
 void RaiseOn(darwin::Error error, const char* operation) {
@@ -46,7 +46,7 @@ RetainPtr<NSFileHandle> NSFileHandle::fileHandleForUpdatingAtPath(const NSString
 }
 
 NSFileHandle::~NSFileHandle() {
-  const darwin::FileDescriptor closesSilently(descriptor_);  // nobody is left who could be told
+  const darwin::FileDescriptor closesSilently(descriptor_);  // a destructor has no way to report an error
 }
 
 void NSFileHandle::seekToFileOffset(unsigned long long offset) {
@@ -74,7 +74,7 @@ void NSFileHandle::writeData(const NSData& data) {
   std::size_t written = 0;
   const darwin::Error error = darwin::WriteAll(descriptor_, data.bytes, data.length, written);
   if (!error) return;
-  // Should this fail too, there is nothing better to do, and the first reason is the one to report.
+  // If this fails as well, nothing more can be done, and the first reason is the one to report.
   if (written > 0) (void)darwin::Seek(descriptor_, -static_cast<std::int64_t>(written), SEEK_CUR);
   RaiseOn(error, "writeData");
 }

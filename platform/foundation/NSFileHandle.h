@@ -1,10 +1,10 @@
 // An open file with a file pointer.
 //
-// The factories give null when the path is nil, cannot be opened that way, or cannot be positioned: a directory, a
-// FIFO, a socket, a terminal, and some of what the kernel only shows as files; an error variable then says why. Of the
-// devices those that the kernel lets be positioned give a handle. They never wait for a peer. A new handle's file
-// pointer stands at the end of the file. Every other operation raises NSException when the platform fails, or when the
-// handle has been closed.
+// The factories return null, and put the reason into the error variable, when the path is nil, cannot be opened that
+// way, or cannot be positioned. That is so for directories, FIFOs, sockets, terminals, devices that do not support it,
+// and some files that exist only in the kernel. The factories never wait for a peer. A new handle's file pointer is at
+// the end of the file. Every other operation raises NSException when the platform fails, or when the handle has been
+// closed.
 #pragma once
 
 #include <cstdint>
@@ -37,7 +37,7 @@ class NSFileHandle final : public NSObject {
   void writeData(const NSData& data);
   /// Returns when the data is on the device.
   void synchronizeFile();
-  /// The descriptor is gone even when this raises. Nothing happens the second time.
+  /// Closes the descriptor even when this raises. A second call does nothing.
   void closeFile();
 
  private:
@@ -46,7 +46,7 @@ class NSFileHandle final : public NSObject {
   static RetainPtr<NSFileHandle> Open(const NSString* path, int access, RetainPtr<NSError>* error);
 
   int descriptor_;
-  // Opening finds the end to prove that the file can be positioned; the first seekToEndOfFile need not ask again.
+  // Opening seeks to the end to prove that the file can be positioned, so the first seekToEndOfFile need not ask again.
   std::optional<std::int64_t> knownEnd_;
 };
 

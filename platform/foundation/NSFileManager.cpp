@@ -30,7 +30,7 @@ NSFileManager* NSFileManager::defaultManager() noexcept {
 }
 
 bool NSFileManager::fileExistsAtPath(const NSString* path, bool* isDirectory) {
-  // Existence alone is cheaper to ask.
+  // Asking for existence alone is cheaper.
   if (!isDirectory) return CanAccess(path, F_OK);
   return path && !darwin::IsDirectory(path->fileSystemRepresentation(), *isDirectory);
 }
@@ -93,7 +93,7 @@ RetainPtr<NSString> NSFileManager::destinationOfSymbolicLinkAtPath(const NSStrin
   for (std::size_t length = 0;;) {
     if (darwin::ReadLinkText(path->fileSystemRepresentation(), text.data(), text.size(), length)) return nullptr;
     if (length < text.size()) return NSString::stringWithFileSystemBytes({text.data(), length});
-    text.resize(2 * text.size());  // a text that fills the buffer may have been cut
+    text.resize(2 * text.size());  // text that fills the buffer may have been cut off
   }
 }
 

@@ -1,8 +1,8 @@
-// Questions about paths, and changes at paths, as Foundation answers and makes them.
+// Questions about paths, and changes at paths, with the behaviour of Foundation.
 //
-// Every path may be nil, which names nothing. Errors: an operation with an error out-variable fills it, when it fails,
-// in NSPOSIXErrorDomain with the errno; a null variable means that nobody asks. The one instance keeps no state and may
-// be used by any thread.
+// Every path may be nil, which names nothing. Errors: an operation that has an error out-variable and fails puts the
+// errno into it, in NSPOSIXErrorDomain; a null variable means that the caller does not want it. The one instance has no
+// state and may be used by any thread.
 #pragma once
 
 #include <optional>
@@ -22,22 +22,22 @@ class NSFileManager {
 
   /// Follows links; *isDirectory is written only when the item exists.
   bool fileExistsAtPath(const NSString* path, bool* isDirectory = nullptr);
-  /// Asked for the effective user.
+  /// For the effective user.
   bool isReadableFileAtPath(const NSString* path);
   bool isWritableFileAtPath(const NSString* path);
 
-  /// kTarget answers as for the path with every link in it resolved.
+  /// With kTarget, the attributes are those of the path with every link in it resolved.
   std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink,
                                                          RetainPtr<NSError>* error = nullptr);
   std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path, RetainPtr<NSError>* error);
-  /// An item that was exchanged for a link meanwhile does not lead to the link's target.
+  /// If the item has been exchanged for a link meanwhile, the link's target is not changed.
   bool setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path);
 
-  /// Creates an empty file. One that exists is emptied, or keeps its contents.
+  /// Creates an empty file. An existing one is emptied or keeps its contents.
   bool createFileAtPath(const NSString* path, RetainPtr<NSError>* error, bool empties = false);
   /// Creates one level with the platform's default mode.
   bool createDirectoryAtPath(const NSString* path, RetainPtr<NSError>* error);
-  /// Whether the directory has at least one entry; false as well when it cannot be read.
+  /// True if the directory has at least one entry; false also if it cannot be read.
   bool directoryHasContentsAtPath(const NSString* path);
 
   /// Copies a file or a whole tree, all or nothing; never onto anything that exists.

@@ -1,8 +1,8 @@
 // The root of the platform objects, and the pointer that owns one.
 //
-// Objects count their owners. Factories return RetainPtr<T>; functions take T*, where null means nil and gives the nil
-// answer; owners keep a RetainPtr<T>. The count is atomic, so objects may move between threads, but each object is used
-// by one thread at a time.
+// Objects count their owners. Factories return RetainPtr<T>, owners keep a RetainPtr<T>, and functions take T*, where
+// null means nil and gives the nil answer. The count is atomic, so objects may move between threads, but each object is
+// used by one thread at a time.
 #pragma once
 
 #include <atomic>
@@ -20,7 +20,7 @@ class QUILL_EXPORT NSObject {
   NSObject& operator=(const NSObject&) = delete;
 
  protected:
-  /// Born with one owner; see Adopt.
+  /// A new object has one owner; see Adopt.
   NSObject() noexcept = default;
   virtual ~NSObject() = default;
 
@@ -68,7 +68,7 @@ class RetainPtr {
     return *this;
   }
 
-  /// Takes over the one owner with which \p born came into the world.
+  /// Takes over the count of one with which \p born was created.
   static RetainPtr Adopt(T* born) noexcept {
     RetainPtr result;
     result.object_ = born;

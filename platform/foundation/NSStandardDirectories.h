@@ -7,7 +7,7 @@ namespace quill::foundation {
 
 enum class NSSearchPathDirectory { kDocument = 9, kDesktop = 12, kCaches = 13, kDownloads = 15 };
 
-/// $HOME when it is absolute, else the password database; null when neither knows.
+/// $HOME if it is absolute, else the entry in the password database; null if there is neither.
 RetainPtr<NSString> NSHomeDirectory();
 
 /// The first entry in the user's domain, absolute, tilde expanded; null when there is none.

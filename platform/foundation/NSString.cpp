@@ -35,7 +35,7 @@ RetainPtr<NSString> NSString::Joined(std::string_view head, std::string_view mid
 }
 
 RetainPtr<NSString> NSString::Shared() const noexcept {
-  return RetainPtr<NSString>(const_cast<NSString*>(this));  // immutable: sharing it is as good as a copy
+  return RetainPtr<NSString>(const_cast<NSString*>(this));  // it is immutable, so it can be shared instead of copied
 }
 
 RetainPtr<NSString> NSString::stringWithUTF8String(const char* text) {
@@ -79,7 +79,7 @@ RetainPtr<NSString> NSString::stringByAppendingPathComponent(std::string_view co
   if (view().empty()) return stringWithFileSystemBytes(component);
   const std::string_view directory = WithoutTrailingSeparators(view());
   const std::string_view leaf = WithoutLeadingSeparators(component);
-  const bool isSeparated = directory.empty() || !leaf.empty();  // the root keeps its separator whatever follows
+  const bool isSeparated = directory.empty() || !leaf.empty();  // the root always keeps its separator
   return Joined(directory, isSeparated ? "/" : "", leaf);
 }
 

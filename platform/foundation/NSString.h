@@ -1,6 +1,6 @@
-// The platform string: immutable text, kept as the bytes that it was given.
+// The platform string: immutable text, with the bytes that it was given.
 //
-// Made from text that must be valid UTF-8, or from a path of the file system, which may hold any bytes but
+// It is created from text, which must be valid UTF-8, or from a path of the file system, which may hold any bytes but
 // NUL. A string and its bytes are one allocation. Every function here accepts nil (null) and gives the nil answer.
 #pragma once
 
@@ -62,15 +62,15 @@ class QUILL_EXPORT NSString final : public NSObject {
   /// Null when an escape is malformed, or the result is not UTF-8 or holds NUL.
   RetainPtr<NSString> stringByRemovingPercentEncoding() const;
 
-  /// The same two of text of which no string was made yet; null for null and for text that is not UTF-8. \p prefix
-  /// stands in front of the encoded text as it is.
+  /// The same two operations on text without creating a string of it first; null for null and for text that is not
+  /// UTF-8. \p prefix is put in front of the encoded text unchanged.
   static RetainPtr<NSString> stringByAddingPercentEncodingToUTF8String(const char* text, const NSCharacterSet& allowed,
                                                                        std::string_view prefix);
   /// Null where stringByRemovingPercentEncoding is.
   static RetainPtr<NSString> stringByRemovingPercentEncodingFromUTF8String(const char* text);
 
-  /// The bytes of \p text, which need not be UTF-8, with everything outside \p allowed encoded, between \p head and
-  /// \p tail as they are. Never null.
+  /// Encodes everything outside \p allowed in \p text, which need not be UTF-8, and puts the result between \p head and
+  /// \p tail, which stay unchanged. Never null.
   static RetainPtr<NSString> PercentEncoded(std::string_view head, std::string_view text, const NSCharacterSet& allowed,
                                             std::string_view tail);
 
@@ -82,7 +82,7 @@ class QUILL_EXPORT NSString final : public NSObject {
   RetainPtr<NSString> Shared() const noexcept;
 
   friend class NSURL;
-  /// The text that \p encoded stands for; null where stringByRemovingPercentEncoding is.
+  /// The decoded text; null if stringByRemovingPercentEncoding is.
   static RetainPtr<NSString> PercentDecoded(std::string_view encoded);
 
   const char* Bytes() const noexcept { return reinterpret_cast<const char*>(this + 1); }

@@ -33,7 +33,7 @@ char* Encode(std::string_view text, const NSCharacterSet& allowed, char* output)
 
 char* Append(std::string_view text, char* output) noexcept { return std::copy(text.begin(), text.end(), output); }
 
-/// The end of the output, which is at most as long as the input; null when an escape is malformed or stands for NUL.
+/// Returns the end of the output, which is at most as long as the input; null if an escape is malformed or encodes NUL.
 char* Decode(std::string_view encoded, char* output) noexcept {
   for (std::size_t position = 0; position < encoded.size(); ++position) {
     if (encoded[position] != '%') {

@@ -11,9 +11,9 @@ class QUILL_EXPORT NSURL final : public NSObject {
  public:
   /// Null for nil and for text that is not a URI reference by RFC 3986, section 4.1.
   static RetainPtr<NSURL> URLWithString(const NSString* text);
-  /// A file URL. A relative path counts from the current directory; the URL ends in "/" when the path does or names an
-  /// existing directory. Bytes that are not UTF-8 are encoded like any others. Null for nil and where there is no
-  /// current directory to count from.
+  /// A file URL. A relative path starts at the current directory; the URL ends in "/" when the path does or names an
+  /// existing directory. Bytes that are not UTF-8 are encoded like any others. Null for nil, and for a relative path if
+  /// there is no current directory.
   static RetainPtr<NSURL> fileURLWithPath(const NSString* path);
 
   /// The whole text; owned by the URL.

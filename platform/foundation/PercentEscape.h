@@ -8,7 +8,7 @@ namespace quill::foundation {
 
 constexpr std::size_t kEscapeLength = 3;
 
-/// 0 to 15, or -1.
+/// The value of a hexadecimal digit, 0 to 15, or -1.
 constexpr int HexadecimalValue(char digit) noexcept {
   if (digit >= '0' && digit <= '9') return digit - '0';
   if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
@@ -16,7 +16,7 @@ constexpr int HexadecimalValue(char digit) noexcept {
   return -1;
 }
 
-/// The byte that the escape at \p position stands for; -1 when none begins there.
+/// The byte that the escape at \p position encodes; -1 if no escape begins there.
 constexpr int EscapedByte(std::string_view text, std::size_t position) noexcept {
   if (text.size() - position < kEscapeLength || text[position] != '%') return -1;
   const int high = HexadecimalValue(text[position + 1]);

@@ -49,7 +49,7 @@ bool IsIPv6Address(std::string_view text) noexcept {
   return ::inet_pton(AF_INET6, terminated, &address) == 1;
 }
 
-/// "v", a version in hexadecimal, ".", and an address of a form that only the version tells.
+/// "v", a version in hexadecimal, ".", and an address whose form depends on the version.
 bool IsFutureAddress(std::string_view text) noexcept {
   if (!StandsAt(text, 0, 'v') && !StandsAt(text, 0, 'V')) return false;
   const std::size_t dot = EndOfRun(text, 1, kHexadecimalDigit);

@@ -7,7 +7,7 @@
 
 namespace quill::foundation {
 
-/// Where a component lies in its reference.
+/// The position of a component in its reference.
 struct URIRange {
   /// Of its first byte.
   std::size_t begin = 0;

@@ -51,7 +51,7 @@ class Table {
     return {first, last};
   }
 
-  /// The character stands in some decomposition behind another one.
+  /// True if the character follows another one in some decomposition.
   bool IsTrailing(int character) const { return std::binary_search(trailing_.begin(), trailing_.end(), character); }
 
  private:

@@ -11,19 +11,19 @@
 namespace quill::darwin {
 namespace {
 
-/// No name that anybody reads has as many characters in one segment; the search for spellings goes as deep as this.
+/// The depth of the search for spellings. Real names have fewer characters in one segment.
 constexpr std::size_t kLongestSegment = 32;
 
 /// The ASCII characters that have an equivalent outside ASCII: U+212A, U+037E and U+1FEF.
 constexpr std::string_view kAmbiguousASCII = "K;`";
 
 /// Enumerates the spellings of a segment. Each step takes a character of the segment, or several as one composite. A
-/// mark may be taken before marks of other classes that stand in front of it; nothing else changes places. Whatever has
-/// been taken, the rest can be taken as it stands: every step leads to a spelling, and so the work is bounded by the
-/// number of spellings asked for.
+/// mark may be taken before marks of other classes that precede it; nothing else changes places. After any step the
+/// rest can be taken in its given order, so every step leads to a spelling, and the work is bounded by the number of
+/// spellings asked for.
 class SegmentSpellings {
  public:
-  /// Finds one more than \p most when there are so many.
+  /// Stops at one more than \p most, which shows that there are too many.
   SegmentSpellings(std::span<const DecomposedCharacter> characters, std::size_t most)
       : segment_(characters), limit_(most), untaken_(~0u >> (kLongestSegment - characters.size())) {
     Continue();
@@ -73,7 +73,7 @@ class SegmentSpellings {
     }
   }
 
-  /// Goes on with \p character, if the characters of which it consists can be taken.
+  /// Continues with \p character, if the characters that it consists of can be taken.
   void Take(int character, std::span<const int> parts) {
     const std::uint32_t before = untaken_;
     if (std::all_of(parts.begin(), parts.end(), [this](int part) { return TakePart(part); })) {
@@ -111,7 +111,7 @@ void Append(const std::vector<std::string>& choices, std::vector<std::string>& s
   for (std::size_t i = 0; i < count; ++i) spellings[i] += choices.front();
 }
 
-/// The segment is one character that nothing else is equivalent to, as nearly all are.
+/// True if the segment is one character without equivalents, as nearly all segments are.
 bool HasOneSpelling(std::span<const DecomposedCharacter> segment) {
   return segment.size() == 1 && CompositesBeginningWith(segment.front().character).empty();
 }

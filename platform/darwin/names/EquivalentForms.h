@@ -12,19 +12,20 @@ struct EquivalentForms {
   enum class Extent { kNone, kFew, kMany };
 
   Extent extent = Extent::kNone;
-  /// The other spellings, never the name itself: Form C first, then Form D, then the rest in byte order. Of many, Form
-  /// C and Form D alone.
+  /// The other spellings, never the name itself: Form C first, then Form D, then the rest in byte order. If there are
+  /// many, only Form C and Form D.
   std::vector<std::string> others;
 };
 
-/// More spellings than this, the name's own among them, are many: probing them all is then more work than reading most
+/// More spellings than this, including the name's own, are many: trying them all is more work than reading most
 /// directories.
 inline constexpr std::size_t kFewSpellings = 128;
 
-/// Work is bounded by the length of the name, whatever is in it.
+/// The work is bounded by the length of the name, whatever its characters.
 EquivalentForms EquivalentFormsOf(std::string_view name);
 
-/// The name has an equivalent besides itself: not for most scripts and emoji, nor for ASCII but for three characters.
+/// True if the name has an equivalent besides itself. Names in most scripts, emoji and ASCII have none, except for
+/// three ASCII characters.
 bool HasOtherForm(std::string_view name);
 
 }  // namespace quill::darwin

@@ -12,13 +12,13 @@
 namespace quill::darwin {
 namespace {
 
-/// Success when an item stands at \p path; a link itself counts.
+/// Success if an item exists at \p path; a link itself counts.
 Error Probe(int directory, const std::string& path) {
   mode_t unused;
   return GetMode(directory, path.c_str(), AT_SYMLINK_NOFOLLOW, unused);
 }
 
-/// Looks for a name in one directory: the one that \p prefix, empty or ending with a slash, names below a descriptor.
+/// Looks for a name in one directory, which \p prefix (empty, or ending with a slash) names relative to a descriptor.
 class DirectorySearch {
  public:
   DirectorySearch(int directory, std::string_view prefix) : directory_(directory), prefix_(prefix) {}
@@ -40,7 +40,7 @@ class DirectorySearch {
   Error ReadFor(const std::string& composed, std::string& found) const {
     FileDescriptor descriptor;
     const char* const path = prefix_.empty() ? "." : prefix_.c_str();
-    // Who may not read the directory finds no more than the names that were probed.
+    // Without permission to read the directory, only the forms that were tried can be found.
     if (const Error error = Open(directory_, path, O_RDONLY | O_DIRECTORY, descriptor)) {
       return error == EACCES ? ENOENT : error;
     }
@@ -48,7 +48,7 @@ class DirectorySearch {
     std::string first;
     while (const DirectoryReader::Entry* entry = reader.Next()) {
       const std::string_view name = entry->name;
-      // An ASCII name is its own Form C, and that form has been probed.
+      // An ASCII name is its own Form C, which has been tried already.
       if (IsASCII(name) || (!first.empty() && name >= first)) continue;
       if (FormC(name) == composed) first = name;
     }
@@ -62,11 +62,11 @@ class DirectorySearch {
   std::string prefix_;
 };
 
-/// A path whose components are looked for, one after another.
+/// A path whose components are looked for one after the other.
 struct ResolvedPath {
   std::string path;
   bool changed = false;
-  /// A component that can have another form stands there in none; from it on the path is as it was given.
+  /// A component that can have another form exists in none of them; from there on the path is as it was given.
   bool missing = false;
 };
 
@@ -81,13 +81,13 @@ std::string_view SearchablePart(std::string_view path) {
   return {};
 }
 
-/// Looks for \p name in the directory that has been resolved so far, and adds it in the form in which it stands there.
+/// Looks for \p name in the directory that has been resolved so far, and appends the form that exists there.
 Error ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolved) {
   const DirectorySearch search(AT_FDCWD, resolved.path);
   const Error error = knownMissing ? ENOENT : search.ProbeName(name);
   std::string equivalent;
   const Error missing = MayStandUnderAnotherName(error) ? search.FindEquivalent(name, equivalent) : error;
-  // Another reason than a missing name is for the call that follows to meet, but not one that broke off the search.
+  // The call that follows will meet any error other than a missing name again, except one that ended the search.
   if (missing && missing != ENOENT && missing != error) return missing;
   resolved.changed |= !equivalent.empty();
   resolved.missing = error && equivalent.empty();
@@ -95,8 +95,8 @@ Error ResolveName(std::string_view name, bool knownMissing, ResolvedPath& resolv
   return {};
 }
 
-/// Where to look first: at the last component, if all that could be missing above it is there as given. Mostly it is;
-/// asking for each component, by all the path above it, would cost the square of their number.
+/// Where to look first: at the last component, if everything above it that could be missing exists as given. It mostly
+/// does, and asking for each component by its whole path would take quadratic time.
 std::size_t FirstInQuestion(std::string_view searchable) {
   const std::size_t last = searchable.rfind('/') + 1;  // 0 without a slash
   const std::string_view above = SearchablePart(searchable.substr(0, last));
@@ -105,8 +105,8 @@ std::size_t FirstInQuestion(std::string_view searchable) {
 
 Error Resolve(std::string_view path, ResolvedPath& resolved) {
   const std::string_view searchable = SearchablePart(path);
-  // One call tells whether all of it is there as given. Another error than a missing name is the kernel's answer for
-  // the first component at which it stopped, and all before it are there as given.
+  // One call shows whether all of it exists as given. With any error other than a missing name, the kernel stopped at
+  // some component, and all before it exist as given.
   const Error error = searchable.empty() ? Error() : Probe(AT_FDCWD, std::string(searchable));
   if (!MayStandUnderAnotherName(error)) {
     resolved.path = path;

@@ -39,7 +39,7 @@ const icu::Normalizer2& DecomposingNormalizer() {
   return normalizer;
 }
 
-/// Bytes that are not UTF-8 touch nothing in ICU's eyes either, and come through unchanged.
+/// For ICU, too, bytes that are not UTF-8 interact with nothing, so they come through unchanged.
 void AppendNormalized(const icu::Normalizer2& normalizer, std::string_view text, std::string& result) {
   if (text.size() > std::numeric_limits<std::int32_t>::max()) throw std::length_error("text too long to normalize");
   const auto size = static_cast<std::int32_t>(text.size());
@@ -49,8 +49,8 @@ void AppendNormalized(const icu::Normalizer2& normalizer, std::string_view text,
   Require(error);
 }
 
-/// Form D in time that grows with the length: ICU inserts each mark of a run at its place from the end of the run,
-/// which takes the square of the run's length. Here a run is sorted when it is complete.
+/// Builds Form D in linear time. ICU inserts each mark of a run at its place, searching from the end of the run, which
+/// is quadratic; here a run is sorted once it is complete.
 class LinearDecomposition {
  public:
   explicit LinearDecomposition(std::size_t size) { result_.reserve(size + size / 2); }
@@ -87,7 +87,7 @@ class LinearDecomposition {
     run_.clear();
   }
 
-  /// A counting sort: stable, as the order of marks of one class has meaning.
+  /// A counting sort, which is stable: the order of marks of one class has meaning.
   void SortRun() {
     std::array<std::size_t, 257> place{};
     for (const Mark& mark : run_) ++place[mark.combiningClass + 1u];
@@ -115,7 +115,7 @@ bool IsASCII(char byte) noexcept { return static_cast<unsigned char>(byte) < 0x8
 /// The first byte of U+0300 or of a later character.
 bool MayBeginMark(char byte) noexcept { return static_cast<unsigned char>(byte) >= 0xCC; }
 
-/// Where the first character from U+0300 on begins, the first that Form C may change; else the end.
+/// The position of the first character at or above U+0300, which is the first that Form C may change; else the end.
 std::size_t FindMark(std::string_view text, std::size_t position) noexcept {
   constexpr std::uint64_t kHighBits = 0x8080808080808080;
   std::uint64_t word;
@@ -129,9 +129,9 @@ std::size_t FindMark(std::string_view text, std::size_t position) noexcept {
   return position;
 }
 
-/// The composite of the mark at \p mark and the letter in front of it, when the letter is ASCII, the mark one of the
-/// usual ones and alone, so that the two touch nothing around them: then asking for the one composite is enough, and
-/// several times faster. Negative otherwise. \p next is moved past the mark.
+/// The composite of the mark at \p mark and the letter in front of it, if the letter is ASCII and the mark is a common
+/// one and the only one, so that the two do not affect the text around them. Asking for this one composite is then
+/// enough, and several times faster. Negative otherwise. \p next is moved past the mark.
 int ComposeLonePair(std::string_view text, std::size_t mark, std::size_t& next) {
   const bool isUsual = text[mark] == '\xCC' || text[mark] == '\xCD';  // U+0300 to U+037F
   if (!isUsual || mark == 0 || !IsASCII(text[mark - 1])) return -1;
@@ -141,8 +141,8 @@ int ComposeLonePair(std::string_view text, std::size_t mark, std::size_t& next) 
   return ComposingNormalizer().composePair(text[mark - 1], character);
 }
 
-/// Composes the text up to the first mark that does not make such a pair, without the character in front of that mark.
-/// Tells how far it has come.
+/// Composes the text up to the first mark that does not form such a pair, without the character in front of that mark.
+/// Returns the position up to which it has composed.
 std::size_t ComposeLonePairs(std::string_view text, std::size_t firstMark, std::string& result) {
   std::size_t done = 0;
   std::size_t next = 0;

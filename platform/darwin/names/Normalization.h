@@ -1,5 +1,6 @@
-// Unicode normalization of names (UAX #15). Bytes that are not UTF-8 stay as they are, each a character of its own that
-// composes with nothing. Time grows with the length of the text, whatever is in it. Pure functions; any thread.
+// Unicode normalization of names (UAX #15). Bytes that are not UTF-8 stay unchanged, each a separate character that
+// composes with nothing. The time is linear in the length of the text, whatever its characters. Pure functions; any
+// thread.
 #pragma once
 
 #include <string>

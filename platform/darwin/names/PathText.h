@@ -1,4 +1,4 @@
-// Cutting and joining the text of paths. Pure functions; any thread. Nothing here asks the disk, so "." and ".." are
+// Cuts and joins the text of paths. Pure functions; any thread. Nothing here accesses the disk, so "." and ".." are
 // components like any others.
 //
 //   path        WithoutTrailingSlashes   ParentOf   LeafOf

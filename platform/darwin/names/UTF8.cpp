@@ -16,11 +16,11 @@ bool IsASCIIWord(const char* bytes) noexcept {
   return (word & 0x8080808080808080) == 0;
 }
 
-/// Where the run of ASCII that begins at \p position ends.
+/// The end of the run of ASCII that begins at \p position.
 std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
   const std::size_t size = bytes.size();
   while (size - position >= sizeof(Word) && IsASCIIWord(bytes.data() + position)) position += sizeof(Word);
-  // What is left of the last word is looked at together with the bytes in front of it.
+  // Check the incomplete last word together with the bytes in front of it.
   const bool endsInPartOfWord = size - position < sizeof(Word) && size >= sizeof(Word);
   if (endsInPartOfWord && IsASCIIWord(bytes.data() + size - sizeof(Word))) return size;
   while (position < size && U8_IS_SINGLE(bytes[position])) ++position;
@@ -30,7 +30,7 @@ std::size_t SkipASCII(std::string_view bytes, std::size_t position) noexcept {
 }  // namespace
 
 #pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wconversion"  // inside the macros, in GCC's eyes
+#pragma GCC diagnostic ignored "-Wconversion"  // GCC warns inside ICU's macros
 int NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
   const std::size_t start = position;
   UChar32 character;

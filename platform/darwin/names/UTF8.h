@@ -1,4 +1,4 @@
-// Judges whether bytes are text, and reads and writes its characters.
+// Checks whether bytes are UTF-8, and reads and writes characters.
 #pragma once
 
 #include <cstddef>
@@ -7,17 +7,18 @@
 
 namespace quill::darwin {
 
-/// Every byte is ASCII; such text is in every normalization form already.
+/// True if every byte is ASCII. Such text is already in every normalization form.
 bool IsASCII(std::string_view bytes) noexcept;
 
-/// Well-formed by Unicode 15.0, table 3-7: neither overlong forms nor surrogates nor anything past U+10FFFF.
+/// True if the text is well-formed by Unicode 15.0, table 3-7: no overlong forms, no surrogates, nothing above
+/// U+10FFFF.
 bool IsUTF8(std::string_view bytes) noexcept;
 
-/// Reads the character at \p position, which must lie within \p bytes, and moves on past it. A byte that is not UTF-8
-/// is a character of its own: its negative value.
+/// Reads the character at \p position, which must be inside \p bytes, and moves \p position past it. A byte that is not
+/// UTF-8 is a separate character: its negative value.
 int NextCharacter(std::string_view bytes, std::size_t& position) noexcept;
 
-/// Writes what NextCharacter reads.
+/// Appends a character as NextCharacter reads it.
 void AppendCharacter(std::string& text, int character);
 
 }  // namespace quill::darwin

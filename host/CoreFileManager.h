@@ -83,7 +83,7 @@ class QUILL_EXPORT CoreFileManager {
   virtual bool FindClose(QuillFileFindRef* handle) = 0;
 
   // Entry 15.
-  /// Tells whether a directory has no entries; records why it could not be read.
+  /// Finds out whether a directory has no entries; records the reason if it cannot be read.
   virtual bool DirIsEmpty(const QuillFileString& directory, bool& empty) = 0;
 
   /// Makes a directory the process's current one; records the reason of a refusal.
@@ -97,7 +97,7 @@ class QUILL_EXPORT CoreFileManager {
   virtual bool DirGetCurrent(QuillFileString& directory) = 0;
 
   /// Makes sure that a directory exists, creating each missing level with the owner, group and permissions of its
-  /// parent. False without a code when something else stands at the path or at a level of it.
+  /// parent. False without a code when the path, or a level of it, is something else than a directory.
   virtual bool DirEnsure(const QuillFileString& directory) = 0;
 
   // Entry 20.
@@ -110,11 +110,11 @@ class QUILL_EXPORT CoreFileManager {
   /// Gives the user's home directory; records nothing.
   virtual bool DirGetUserHomePath(QuillFileString& directory) = 0;
 
-  /// A wish of hosts that confine themselves; does nothing by default.
+  /// A request for hosts that confine themselves; does nothing by default.
   virtual void OverrideWriteableAreaSecurity(CoreFileManagerOverrideMode mode);
 
-  /// Marks a file as downloaded from \p source, on a page at \p referrer, or takes the mark away when \p isUnsafe is
-  /// false. Either address may be without text. Records the reason when the file system keeps no such marks.
+  /// Marks a file as downloaded from \p source, on a page at \p referrer, or removes the mark when \p isUnsafe is
+  /// false. Either address may be without text. Records the reason when the file system does not support such marks.
   virtual bool MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& path, const QuillFileString& source,
                                                 const QuillFileString& referrer, bool isUnsafe);
 
@@ -128,7 +128,7 @@ class QUILL_EXPORT CoreFileManager {
   /// Null by default: there is no broker here.
   virtual IQuillFileAppendOnly* GetBrokerHandleWrapper(unsigned int handle, QuillFileString path);
 
-  /// Tells a media index of a new file. There is none here: true when the file exists. Records kQuillErrNotFound.
+  /// Announces a new file to a media index. There is none here: true when the file exists. Records kQuillErrNotFound.
   virtual bool ScanMediaFile(const QuillFileString& path);
 
   /// True when the path is a directory or a link to one. Records nothing.
@@ -156,7 +156,7 @@ class QUILL_EXPORT CoreFileManager {
   /// recorded, when a "%" does not begin an escape or the escapes are not UTF-8.
   virtual bool FileGetUrlPath(const QuillFileString& url, QuillFileString& path) = 0;
 
-  /// The earlier form of FileGetUrlPath; it leaves ":" and "//" as they stand.
+  /// The earlier form of FileGetUrlPath; it leaves ":" and "//" unchanged.
   virtual bool FileGetUrlPathPreVeranda(const QuillFileString& url, QuillFileString& path) = 0;
 
   /// Gives the absolute path without links, "." or ".."; every component must exist. Records the reason of a failure.
@@ -169,7 +169,7 @@ class QUILL_EXPORT CoreFileManager {
   virtual bool FileIsSymLink(const QuillFileString& path) = 0;
 
   // Entry 40.
-  /// Makes a symbolic link at \p link whose text is \p target, unchanged and untested. Stores the reason of a failure.
+  /// Makes a symbolic link at \p link whose text is \p target, unchanged and unchecked. Stores the reason of a failure.
   virtual bool FileCreateSymLink(const QuillFileString& target, const QuillFileString& link) = 0;
 
   /// Gives a symbolic link's text, at most its first 1024 bytes, unchanged. Stores the reason of a failure.
@@ -210,13 +210,13 @@ class QUILL_EXPORT CoreFileManager {
   /// Moves a file or a whole tree; otherwise as FileOrDirCopy. The source is removed only when all of it has arrived.
   virtual bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination, bool clobber) = 0;
 
-  /// Moves an item to the trash of its volume and gives the place where it lies now. Records the reason of a failure.
+  /// Moves an item to the trash of its volume and gives the path where it is now. Records the reason of a failure.
   virtual bool FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) = 0;
 
   /// Starts a listing of the volumes, which is the root "/" alone. Never null.
   virtual QuillFileFindRef* FindFirstRoot(FindFileInfo& info) = 0;
 
-  /// Tells whether the path's volume is mounted read-only; records why it could not be asked.
+  /// Finds out whether the path's volume is mounted read-only; records the reason if that fails.
   virtual bool VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) = 0;
 
   // Entry 55.
@@ -226,7 +226,7 @@ class QUILL_EXPORT CoreFileManager {
   /// Sets the modification date, in milliseconds since 1970-01-01 00:00:00 UTC; records the reason of a failure.
   virtual bool FileSetModificationDate(const QuillFileString& path, double modified) = 0;
 
-  /// Takes away every write permission, or gives the owner's back; records the reason of a failure.
+  /// Removes every write permission, or restores the owner's; records the reason of a failure.
   virtual bool FileSetReadOnly(const QuillFileString& path, bool readOnly) = 0;
 
   /// Gives the path that should be used instead of \p path; false, the usual case, when there is none.
@@ -239,7 +239,7 @@ class QUILL_EXPORT CoreFileManager {
   /// True by default, without touching the file.
   virtual bool FileSetExecutable(const QuillFileString& path);
 
-  /// Gives back \p path itself by default.
+  /// Returns \p path itself by default.
   virtual const char* GetNativePath(const char* path);
 
   /// Sends the process's standard error to a file, emptied first when \p truncate is true, appended to otherwise.

@@ -1,4 +1,4 @@
-// Marks what the shared library offers; everything else is hidden.
+// Marks what the shared library exports; everything else is hidden.
 #pragma once
 
 #define QUILL_EXPORT __attribute__((visibility("default")))

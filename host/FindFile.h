@@ -6,7 +6,7 @@
 #include "host/Export.h"
 #include "host/QuillFileString.h"
 
-/// What a listing tells apart.
+/// The kinds that a listing distinguishes.
 enum EQuillFileType : int {
   /// A regular file, any other item that is not a directory, or a symbolic link whose target is missing.
   kQuillFileTypeFile = 0,
@@ -16,13 +16,13 @@ enum EQuillFileType : int {
 
 /// What one step of a listing delivers; the caller owns it.
 struct FindFileInfo {
-  /// What the entry is, or leads to.
+  /// The kind of the entry, or of its target if it is a link.
   EQuillFileType type = kQuillFileTypeFile;
   /// The entry's name without its directory, in Normalization Form C; "/" for the root.
   QuillFileString path;
 };
 
-/// Stands for a running listing. The caller owns it until it hands it to FindClose.
+/// The handle of a running listing. The caller owns it until it is passed to FindClose.
 struct QuillFileFindRef;
 
 /// What a handle of this layer points to.
@@ -30,6 +30,6 @@ class QUILL_EXPORT IFileIterator {
  public:
   virtual ~IFileIterator();
 
-  /// Fills \p info with the next entry and answers true; answers false at the end and leaves it untouched.
+  /// Fills \p info with the next entry and returns true; at the end returns false and leaves it untouched.
   virtual bool GetNextItem(FindFileInfo* info) = 0;
 };

@@ -1,8 +1,8 @@
 // Host error codes: the numbers in which the layer reports every failure.
 //
 // A code is a signed 32-bit integer. A manager and a file object each keep the code of their last recorded failure;
-// see CoreFileManager::GetLastError and IQuillFileReadOnly::GetLastError. A host may define codes of its own beside
-// these; the layer neither produces nor tests them.
+// see CoreFileManager::GetLastError and IQuillFileReadOnly::GetLastError. A host may define further codes of its own,
+// which the layer neither produces nor tests.
 #pragma once
 
 /// The codes; the gaps between their numbers mean nothing.

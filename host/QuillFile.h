@@ -38,9 +38,9 @@ enum EQuillFileSeek : int {
   kQuillFileSeekEnd = 2,
 };
 
-/// Tells whether an open may go on with \p flags. Refuses any bit outside 0xF3, flags with neither read nor write, and
-/// create, truncate or append without write. The body is the host's; the layer needs 0x01, 0x52, 0x72 and 0x93
-/// accepted.
+/// True if an open may proceed with \p flags. Refuses any bit outside 0xF3, flags with neither read nor write, and
+/// create, truncate or append without write. The host supplies the body; it must accept 0x01, 0x52, 0x72 and 0x93,
+/// which the layer itself uses.
 QUILL_EXPORT bool ValidateFileOpenFlags(unsigned int flags);
 
 /// A file that can be read and positioned.
@@ -61,8 +61,8 @@ class QUILL_EXPORT IQuillFileReadOnly {
   /// 0.
   virtual bool Seek(long long offset, EQuillFileSeek origin, long long& newPosition) = 0;
 
-  /// Reads up to \p count bytes at the position with one call of the platform and advances by what it gave, which may
-  /// be less than was asked. True with 0 bytes at or behind the end. On failure: false, 0 bytes, the position stays.
+  /// Reads up to \p count bytes at the position with one system call and advances by the number of bytes read, which
+  /// may be fewer. True with 0 bytes at or behind the end. On failure: false, 0 bytes, the position stays.
   virtual bool Read(void* buffer, unsigned long count, unsigned long& bytesRead) = 0;
 
   /// The path under which the file was opened, as the caller gave it; valid while the object lives.
@@ -81,7 +81,7 @@ class QUILL_EXPORT IQuillFileReadWriteTemp : public IQuillFileReadOnly {
 
   /// Writes all of \p count bytes at the position and advances; a gap behind the end is filled with zero bytes.
   /// On failure: false, the manager that opened the file records the code, and the position stays where it was;
-  /// some of the bytes may stand in the file.
+  /// some of the bytes may be in the file.
   virtual bool Write(const void* data, unsigned long count) = 0;
 
   /// Returns when the data is on the storage device. Throws quill::foundation::NSException when the platform fails.

@@ -1,6 +1,6 @@
 // The host's base of every file object: public writing in terms of the object's write primitives.
 //
-// The bodies of Write and Append are the host's. They answer with a bool and let no exception of the platform out.
+// The host supplies the bodies of Write and Append. They return a bool and let no exception of the platform out.
 // Threads and ownership as in QuillFile.h.
 #pragma once
 

@@ -1,7 +1,7 @@
 // The host's path string: UTF-8 text, or no text at all.
 //
 // Every path enters and leaves the layer in one of these. A string owns its text; copies are independent. Paths of up
-// to kInlineCapacity - 1 bytes live inside the object and cost no allocation. Any bytes but NUL may stand in a string,
+// to kInlineCapacity - 1 bytes live inside the object and cost no allocation. A string may hold any bytes but NUL,
 // valid UTF-8 or not. One string is used by one thread at a time; different strings by any.
 //
 // Members that make text grow may throw std::bad_alloc; the string then holds what it held before.
@@ -20,12 +20,12 @@ class QUILL_EXPORT QuillFileString {
 
   /// An independent copy. A string without text gives one without text.
   QuillFileString(const QuillFileString& other);
-  /// Becomes such a copy.
+  /// Replaces the content by such a copy.
   QuillFileString& operator=(const QuillFileString& other);
 
   ~QuillFileString();
 
-  /// Replaces the content by a copy of the NUL-terminated \p text, which may lie inside this very string.
+  /// Replaces the content by a copy of the NUL-terminated \p text, which may point into this string.
   /// Null leaves the string without text.
   void setUTF8(const char* text);
 
@@ -35,16 +35,16 @@ class QUILL_EXPORT QuillFileString {
   /// True when the string has no text or an empty one.
   bool isEmpty() const noexcept { return text == end; }
 
-  /// Makes the string name \p leaf, a name or a relative path, inside the directory that it names now: one "/" stands
-  /// between the two. An empty string becomes the leaf alone; an empty or null leaf changes nothing.
-  /// The leaf may lie inside this very string.
+  /// Appends \p leaf, a name or a relative path, to the directory that the string names, with one "/" between the two.
+  /// An empty string becomes the leaf alone; an empty or null leaf changes nothing. The leaf may point into this
+  /// string.
   void appendLeaf(const char* leaf);
   /// The same; a leaf without text changes nothing.
   void appendLeaf(const QuillFileString& leaf) { appendLeaf(leaf.getUTF8()); }
 
-  /// Cuts the last component. A directory part is left: answers true, and \p parent, unless null, receives it too; the
-  /// parent of an item of the root is "/". A bare name, "/" or no text: answers false, this string becomes empty and
-  /// \p parent is untouched. Separators at the end do not count as a component.
+  /// Removes the last component. If a directory part is left, returns true, and \p parent, unless null, receives it
+  /// too; the parent of an item of the root is "/". For a bare name, "/" or no text returns false; this string becomes
+  /// empty and \p parent is untouched. Separators at the end do not count as a component.
   bool trimLeaf(QuillFileString* parent);
 
   /// Releases the storage; the string has no text afterwards.

@@ -40,7 +40,7 @@ set_up_ext4() { on_image ext4 -q -F; }
 set_up_xfs() { on_image xfs -q -f; }
 set_up_btrfs() { on_image btrfs -q -f; }
 set_up_tmpfs() { mount -t tmpfs -o size=2g quill-test "$disk"; }
-set_up_overlay() { # the layers stand on a file system that can carry them
+set_up_overlay() { # its layers need a file system that overlay accepts
   mkdir "$stage/layers" && mount -t tmpfs -o size=2g quill-test "$stage/layers" &&
     mkdir "$stage"/layers/{lower,upper,work} &&
     mount -t overlay -o "lowerdir=$stage/layers/lower,upperdir=$stage/layers/upper,workdir=$stage/layers/work" quill-test "$disk"

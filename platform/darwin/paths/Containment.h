@@ -5,8 +5,8 @@
 
 namespace quill::darwin {
 
-/// \p contains is true when both paths lead to the same item, or \p container leads to a directory that \p item lies in,
-/// at any depth: through ".", "..", links, hard links, bind mounts and other normalizations, compared by device and
+/// \p contains is true when both paths lead to the same item, or \p container leads to a directory that \p item lies
+/// in, at any depth: through ".", "..", links, hard links, bind mounts and other normalizations, compared by device and
 /// inode. An item that does not exist holds nothing and lies nowhere. When a question cannot be answered: why; the
 /// caller must then refuse whatever would be wrong if it were true.
 Error ItemContains(const char* container, const char* item, bool& contains);

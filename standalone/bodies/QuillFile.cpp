@@ -5,15 +5,3 @@
 IQuillFileReadOnly::~IQuillFileReadOnly() = default;
 IQuillFileAppendOnly::~IQuillFileAppendOnly() = default;
 IFileIterator::~IFileIterator() = default;
-
-// An open that cannot succeed must not empty or create anything, so flags that contradict each other are refused before
-// anything is touched.
-bool ValidateFileOpenFlags(unsigned int flags) {
-  constexpr unsigned int kAccess = kQuillOpenRead | kQuillOpenWrite;
-  constexpr unsigned int kNeedsWrite = kQuillOpenCreate | kQuillOpenTruncate | kQuillOpenAppend;
-  constexpr unsigned int kKnown = kAccess | kNeedsWrite | kQuillOpenTemp;
-
-  if ((flags & ~kKnown) != 0) return false;
-  if ((flags & kAccess) == 0) return false;
-  return (flags & kQuillOpenWrite) != 0 || (flags & kNeedsWrite) == 0;
-}

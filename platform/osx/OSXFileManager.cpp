@@ -10,10 +10,13 @@ void* OSXFileManager::operator new(std::size_t size) { return Ravel::SystemNew(s
 
 void OSXFileManager::operator delete(void* memory) noexcept { Ravel::SystemDelete(memory); }
 
+// No success clears the code: it belongs to the last failure that had one. A caller who wants to know whether the next
+// operation records something sets it to kQuillErrNone first.
 int OSXFileManager::GetLastError() { return lastError; }
 
 void OSXFileManager::SetLastError(int code) { lastError = code; }
 
+// SetLastError is called through the table, so that a host which overrides it hears the code.
 bool OSXFileManager::Fail(int code) {
   SetLastError(code);
   return false;

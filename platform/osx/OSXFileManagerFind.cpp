@@ -18,6 +18,8 @@ IFileIterator* IteratorOf(QuillFileFindRef* handle) { return reinterpret_cast<IF
 
 }  // namespace
 
+// Records no code, whatever happens. Hosts list directories that may be missing, and expect the code of an earlier
+// failure to stay. LastFailure has the reason.
 QuillFileFindRef* OSXFileManager::FindFirst(const QuillFileString& directory, FindFileInfo& info) {
   Operation operation(*this, __func__, directory);
   auto iterator = std::make_unique<OSXFileIterator>();
@@ -27,12 +29,14 @@ QuillFileFindRef* OSXFileManager::FindFirst(const QuillFileString& directory, Fi
     return nullptr;
   }
   if (iterator->GetNextItem(&info)) return HandleFrom(iterator.release());
+  // An empty directory is null too, but nothing has failed then and nothing is noted.
   if (iterator->error()) (void)operation.FailSilently(iterator->error());
   return nullptr;
 }
 
 bool OSXFileManager::FindNext(QuillFileFindRef* handle, FindFileInfo& info) {
   assert(handle && "a listing that FindFirst or FindFirstRoot has begun");
+  // The handle does not keep the path of its directory, so the note has none.
   Operation operation(*this, __func__);
   // Every handle of this manager's is one of its own iterators.
   auto* const iterator = static_cast<quill::LayerIterator*>(IteratorOf(handle));
@@ -40,11 +44,13 @@ bool OSXFileManager::FindNext(QuillFileFindRef* handle, FindFileInfo& info) {
   return iterator->error() ? operation.FailSilently(iterator->error()) : false;
 }
 
+// Null is welcome: hosts close what FindFirst has given them without looking at it.
 bool OSXFileManager::FindClose(QuillFileFindRef* handle) {
   delete IteratorOf(handle);
   return true;
 }
 
+// There is one volume to list, the root. Other file systems are found at their mount points below it.
 QuillFileFindRef* OSXFileManager::FindFirstRoot(FindFileInfo& info) {
   info.path.setUTF8("/");
   info.type = kQuillFileTypeDirectory;

@@ -1,4 +1,8 @@
 // Opening files: a path and flags become a file object.
+//
+// All ways of opening end in _FileOpen. An open that changes nothing tries for a handle at once, so that the usual one
+// costs a single look-up. For the others the order of the steps can be seen from outside: a file is emptied or created
+// before the handle is made, and stays so if that fails.
 
 #include <cerrno>
 #include <memory>
@@ -23,6 +27,7 @@ constexpr unsigned int kChangingFlags = kQuillOpenCreate | kQuillOpenTruncate;
 constexpr unsigned int kTempFlags = kQuillOpenTemp | kQuillOpenCreate | kQuillOpenWrite | kQuillOpenRead;
 
 // A file that cannot be emptied is opened all the same.
+// The size of the new object shows whether it worked.
 void EmptyFile(const NSString* path) {
   const auto handle = NSFileHandle::fileHandleForWritingAtPath(path);
   if (!handle) return;
@@ -33,6 +38,7 @@ void EmptyFile(const NSString* path) {
   }
 }
 
+// Null for flags that ask for neither access: a host's own ValidateFileOpenFlags may let them pass.
 RetainPtr<NSFileHandle> OpenHandle(const NSString* path, unsigned int flags, RetainPtr<NSError>* error) {
   const bool reads = (flags & kQuillOpenRead) != 0;
   const bool writes = (flags & kQuillOpenWrite) != 0;
@@ -47,6 +53,8 @@ void ReportNoHandle(Operation& operation, const NSString* path, unsigned int fla
   auto* const shared = foundation::NSFileManager::defaultManager();
   const auto cause = quill::CauseOf(reason);
   if (!shared->fileExistsAtPath(path)) return (void)operation.Fail(kQuillErrNotFound, cause);
+  // Asked only after the open has failed. Asking beforehand would leave time for the answer to become wrong, and cost
+  // every open more calls.
   const bool refused = ((flags & kQuillOpenRead) && !shared->isReadableFileAtPath(path)) ||
                        ((flags & kQuillOpenWrite) && !shared->isWritableFileAtPath(path));
   (void)(refused ? operation.Fail(kQuillErrAccessDenied, cause) : operation.FailSilently(cause));  // all are false
@@ -56,6 +64,8 @@ void ReportNoHandle(Operation& operation, const NSString* path, unsigned int fla
 
 IQuillFileReadWriteTemp* OSXFileManager::FileOpen(const QuillFileString& path, unsigned int flags) {
   Operation operation(*this, __func__, path);
+  // Only this operation has a code for directories. The others get no handle for one, as for all that
+  // cannot be opened.
   if (!FileIsDir(path)) return operation.Answer(_FileOpen(path, flags));
   (void)operation.Fail(kQuillErrNotAFile, EISDIR);
   return nullptr;
@@ -75,11 +85,15 @@ IQuillFileAppendOnly* OSXFileManager::FileOpenAppend(const QuillFileString& path
 IQuillFileReadWriteTemp* OSXFileManager::FileOpenTemp() {
   Operation operation(*this, __func__);
   QuillFileString chosenByTheHost;
+  // Auto-delete begins when there is an object. Removing a file that was made and could not be opened is left to the
+  // host that made it; see StandaloneFileManager.
   FILEWrapper* const file = operation.Answer(_FileOpen(chosenByTheHost, kTempFlags));
   if (file) file->setAutoDelete(true);
   return file;
 }
 
+// Works on a copy of the path, because FileGetTempPath may replace it. The copy is also the object's name, even where
+// the file was found under the POSIX form.
 FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigned int flags) {
   QuillFileString path(requested);
   Operation operation(*this, __func__, path);
@@ -96,6 +110,7 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
     if (const auto handle = OpenHandle(text.get(), flags, nullptr)) return fileObject(*handle);
   }
   bool exists = fileManager->fileExistsAtPath(text.get());
+  // Only reading falls back to the POSIX form. Writing must create the file under the name that it was given.
   if (!exists && (flags & kQuillOpenRead) && !(flags & kQuillOpenWrite)) {
     QuillFileString posixPath;
     (void)FileGetPOSIXPath(path, posixPath);  // always true
@@ -105,6 +120,7 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
 
   RetainPtr<NSError> error;
   if (exists && (flags & kQuillOpenTruncate)) EmptyFile(text.get());
+  // One code for every reason; the note keeps the reason itself.
   if (!exists && (flags & kQuillOpenCreate) && !fileManager->createFileAtPath(text.get(), &error)) {
     return operation.Fail(kQuillErrIO, quill::CauseOf(error.get())), nullptr;
   }
@@ -115,6 +131,7 @@ FILEWrapper* OSXFileManager::_FileOpen(const QuillFileString& requested, unsigne
   return nullptr;
 }
 
+// The first name of a path with colons is a volume, so the result is absolute: ":a" becomes "//a".
 bool OSXFileManager::FileGetPOSIXPath(const QuillFileString& path, QuillFileString& result) {
   result = path;
   const auto text = PlatformString(path);
@@ -124,6 +141,7 @@ bool OSXFileManager::FileGetPOSIXPath(const QuillFileString& path, QuillFileStri
   return true;
 }
 
+// For hosts; the layer itself has no use for it.
 bool OSXFileManager::_FileCreate(const QuillFileString& path) {
   Operation operation(*this, __func__, path);
   if (!path.getUTF8()) return operation.FailWithoutText();
@@ -134,8 +152,11 @@ bool OSXFileManager::_FileCreate(const QuillFileString& path) {
 
 bool OSXFileManager::FileGetLSize(const QuillFileString& path, unsigned long long& size) {
   Operation operation(*this, __func__, path);
+  // Through the table, so that a host which opens files in its own way is asked for their size as well.
   const std::unique_ptr<IQuillFileReadOnly> file(FileOpenReadOnly(path));
   if (!file) {
+    // A directory is a success with size 0, so the note stays as it was. A code that the refused open recorded stays,
+    // too.
     if (!FileIsDir(path)) return operation.FailAsCalled();
     size = 0;
     return true;

@@ -1,4 +1,7 @@
 // Where the user's standard directories are.
+//
+// Nothing is remembered from one call to the next, since the environment, user-dirs.dirs and the current directory may
+// change while the program runs. The results come composed, like all paths from the platform.
 
 #include <cerrno>
 #include <utility>
@@ -17,6 +20,7 @@ using quill::Operation;
 namespace {
 
 // Where the platform has no answer the result stays untouched.
+// The operation is a temporary of the table entry's body, because __func__ has to be the entry's name.
 bool Store(Operation&& operation, const NSString* directory, QuillFileString& result) {
   if (!directory) return operation.FailSilently(ENOENT);
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(directory, result, /*normalize=*/true);
@@ -37,6 +41,8 @@ bool OSXFileManager::DirGetUser(QuillFileString& directory) {
 }
 
 bool OSXFileManager::DirGetCurrent(QuillFileString& directory) {
+  // Null once the directory has been removed, or is outside the process's root. Programs that a session or service
+  // manager starts often run in "/", where no user keeps files, so the contract gives the home directory for it.
   const auto current = fileManager->currentDirectoryPath();
   const bool isRoot = current && current->view() == "/";
   return Store({*this, __func__}, isRoot ? NSHomeDirectory().get() : current.get(), directory);

@@ -1,4 +1,9 @@
 // Paths to file URLs and back, in the current and the earlier form.
+//
+// The current pair works on the text alone. It encodes whatever could end the path of a URL, so every name comes back,
+// but makes a relative path look like a host: "docs/a" becomes "file://docs/a". The earlier pair asks NSURL, which
+// makes the path absolute and needs the disk to know whether it is a directory. docs/urls.md compares them with each
+// other and with what browsers do.
 
 #include <cerrno>
 #include <cstring>
@@ -24,6 +29,7 @@ constexpr auto kAllowedInFileUrls =
     NSCharacterSet::characterSetWithCharactersInString(" %<>\\^`\"{|}[];?:@&=+$,#").invertedSet();
 constexpr auto kAllowedInQueries = NSCharacterSet::URLQueryAllowedCharacterSet();
 
+// One allocation for the whole URL: prefix and encoding are written into one string.
 RetainPtr<NSString> FileUrlText(const char* path) {
   return NSString::stringByAddingPercentEncodingToUTF8String(path, kAllowedInFileUrls, kFileScheme);
 }
@@ -31,6 +37,7 @@ RetainPtr<NSString> FileUrlText(const char* path) {
 // Null when the path has no text or its text is not UTF-8.
 RetainPtr<NSString> FileUrlText(const QuillFileString& path) {
   const char* text = path.getUTF8();
+  // Nearly every path ends here, and needs no platform string.
   if (!text || *text != '~') return FileUrlText(text);
   const auto string = PlatformString(path);
   return string ? FileUrlText(string->stringByExpandingTildeInPath()->UTF8String()) : nullptr;
@@ -104,6 +111,8 @@ bool OSXFileManager::FileGetUrlPath(const QuillFileString& url, QuillFileString&
   }
   const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInFileUrls);
   if (!encoded) return FailFor(operation, url);
+  // The colon of the scheme was encoded with all the others. Each "%3A//" is turned back, not only the first, so
+  // "file:///a%3A//b" gives "/a://b", as the contract has it.
   return StorePath(encoded->stringByReplacingOccurrencesOfString("%3A//", "://").get(), path);
 }
 
@@ -111,6 +120,7 @@ bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, Quill
   Operation operation(*this, __func__, path);
   const auto text = NSString::stringWithUTF8String(path.getUTF8());
   if (!text) return FailFor(operation, path);
+  // Null when the path is relative and there is no current directory any more.
   const auto fileUrl = NSURL::fileURLWithPath(text->stringByExpandingTildeInPath().get());
   if (!fileUrl) return FailFor(operation, path);
   const NSString& whole = *fileUrl->absoluteString();
@@ -129,5 +139,6 @@ bool OSXFileManager::FileGetUrlPathPreVeranda(const QuillFileString& url, QuillF
   }
   const auto encoded = decoded->stringByAddingPercentEncodingWithAllowedCharacters(kAllowedInQueries);
   if (!encoded) return FailFor(operation, url);
+  // A query may hold "?", so the set has let it pass. Here it belongs to a name.
   return StorePath(encoded->stringByReplacingOccurrencesOfString("?", "%3F").get(), path);
 }

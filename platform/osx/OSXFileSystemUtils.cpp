@@ -14,6 +14,8 @@ namespace {
 
 // Cocoa's published error codes, under their published names (FoundationErrors.h).
 // NOLINTBEGIN(readability-identifier-naming)
+// Only those with a row of their own. An existing file (516) and a read-only volume (642) have none, although their
+// errno values do: hosts get kQuillErrIO for them.
 enum CocoaError {
   NSFileNoSuchFileError = 4,
   NSFileLockingError = 255,
@@ -30,6 +32,8 @@ enum CocoaError {
 
 int _PosixErrToQuillErr(int posixError) noexcept {
   switch (posixError) {
+    // POSIX answers EPERM when unlink is called on a directory, and that is what the code means to hosts. Linux also
+    // has EPERM for what only an owner or root may do (chmod(2)); the code is the same.
     case EPERM:
       return kQuillErrNotAFile;
     case ENOENT:
@@ -53,6 +57,7 @@ int _PosixErrToQuillErr(int posixError) noexcept {
       return kQuillErrReadOnlyMedia;
     case ENOTEMPTY:
       return kQuillErrDirNotEmpty;
+    // Also 0, which no failed call leaves: a translation is only asked for after a failure.
     case EIO:
     default:
       return kQuillErrIO;
@@ -80,6 +85,7 @@ int _CocoaErrToQuillErr(int cocoaError) noexcept {
 }
 
 int _NSErrorToQuillErr(const foundation::NSError* error) noexcept {
+  // Whoever records this clears the last error, although something has failed.
   if (!error || error->code() == 0) return kQuillErrNone;
   const foundation::NSString* domain = error->domain();
   if (!domain) return kQuillErrIO;
@@ -89,6 +95,7 @@ int _NSErrorToQuillErr(const foundation::NSError* error) noexcept {
   return kQuillErrIO;
 }
 
+// Always true, also for nil, which leaves the result as it was. The contract wants a bool.
 bool SetQuillFileStringFromNSStringPath(const foundation::NSString* text, QuillFileString& result, bool normalize) {
   if (!text) return true;
   if (normalize) {
@@ -99,6 +106,7 @@ bool SetQuillFileStringFromNSStringPath(const foundation::NSString* text, QuillF
   return true;
 }
 
+// For hosts; the layer itself takes its URLs apart in OSXFileManagerUrls.cpp.
 bool _GetFilePathFromNSURL(const foundation::NSURL* url, QuillFileString& result) {
   if (!url) return false;
   const auto path = url->path();

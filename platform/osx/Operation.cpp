@@ -17,6 +17,8 @@ struct FailureLog {
 
 namespace {
 
+// One chain for each thread, of all managers together: a host's override may work with a second manager inside an
+// operation of the first.
 thread_local Operation* innermost = nullptr;
 
 /// Made when it is first needed; null without memory.
@@ -24,12 +26,14 @@ FailureLog* Obtain(FailureLog*& place) noexcept {
   const std::atomic_ref<FailureLog*> log(place);
   FailureLog* current = log.load(std::memory_order_acquire);
   if (current) return current;
+  // Two threads may fail for the first time at once. The one that comes second deletes its own and takes the other's.
   auto* const made = new (std::nothrow) FailureLog;
   if (made && log.compare_exchange_strong(current, made, std::memory_order_acq_rel)) return made;
   delete made;
   return current;
 }
 
+// A manager without an observer leaves the one in place that the program has set for this thread.
 darwin::TreeObserver* Choose(darwin::TreeObserver* ofManager) noexcept {
   return ofManager ? ofManager : darwin::TreeObserver::Current();
 }
@@ -67,6 +71,7 @@ bool Operation::Fail(int code, darwin::Error cause) {
 }
 
 bool Operation::FailUnobserved(int code, darwin::Error cause) {
+  // The field itself: an override of SetLastError must not hear of it.
   manager_.lastError = code;
   return Note(cause);
 }
@@ -78,9 +83,12 @@ bool Operation::FailSilently(const foundation::NSError* cause) { return Note(Cau
 bool Operation::FailAsCalled() { return Note(cause_); }
 
 bool Operation::Note(darwin::Error cause) noexcept {
+  // The first entry that failed is the cause. What the whole operation ends with may only be a consequence of it.
   const bool isInTree = treeFailure_ && treeFailure_->error();
   cause_ = isInTree ? treeFailure_->error() : cause;
   bool isOutermost = true;
+  // All of them learn it, since any of them may answer FailAsCalled. An outer one that succeeds after all notes
+  // nothing.
   for (Operation* outer = outer_; outer; outer = outer->outer_) {
     if (&outer->manager_ != &manager_) continue;
     outer->cause_ = cause_;
@@ -89,6 +97,7 @@ bool Operation::Note(darwin::Error cause) noexcept {
   FailureLog* const log = isOutermost ? Obtain(manager_.failures_) : nullptr;
   if (!log) return false;
   const std::lock_guard lock(log->mutex);
+  // First what needs no memory, so that name and cause are kept in any case.
   log->last = {name_, {}, {}, {}, cause_.posix()};
   try {
     if (path_) log->last.path = *path_;

@@ -12,6 +12,8 @@ struct ErrorRow {
   const char* text;
 };
 
+// The codes are the contract's and never change; a host may define more, which have no name here. Each text follows a
+// path and a colon, so it begins in lower case and has no full stop.
 constexpr ErrorRow kErrorRows[] = {
     {kQuillErrNone, "kQuillErrNone", "no error"},
     {kQuillErrIO, "kQuillErrIO", "input/output error"},

@@ -66,6 +66,8 @@ class TemporaryFileGuard {
 
 StandaloneFileManager::~StandaloneFileManager() = default;
 
+// FileGetTempPath has created the file before the layer opens it, and the layer does not know that. The guards of these
+// two remove it if there is no object that could.
 IQuillFileReadWriteTemp* StandaloneFileManager::FileOpenTemp() {
   TemporaryFileGuard guard(temporaryFile_);
   return guard.HandOver(OSXFileManager::FileOpenTemp());
@@ -76,6 +78,7 @@ IQuillFileReadWriteTemp* StandaloneFileManager::FileOpen(const QuillFileString& 
   return guard.HandOver(OSXFileManager::FileOpen(path, flags));
 }
 
+// Each of these takes the path to one function of the platform, whose answer has the reason.
 bool StandaloneFileManager::DirIsEmpty(const QuillFileString& directory, bool& empty) {
   return Run({*this, __func__, directory}, directory,
              [&](const char* text) { return darwin::IsEmptyDirectory(text, empty); });
@@ -88,6 +91,7 @@ bool StandaloneFileManager::DirSetCurrent(const QuillFileString& directory) {
 bool StandaloneFileManager::DirGetDownloads(QuillFileString& directory) {
   Operation operation(*this, __func__);
   const auto downloads = NSSearchPathForDirectoryInUserDomain(foundation::NSSearchPathDirectory::kDownloads);
+  // Only without a home directory: user-dirs.dirs need not exist.
   if (!downloads) return operation.FailSilently(ENOENT);
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(downloads.get(), directory, /*normalize=*/true);
 }
@@ -95,9 +99,11 @@ bool StandaloneFileManager::DirGetDownloads(QuillFileString& directory) {
 bool StandaloneFileManager::FileGetCanonicalPath(const QuillFileString& path, QuillFileString& canonical) {
   std::string resolved;
   const auto resolve = [&](const char* text) { return darwin::GetCanonicalPath(text, resolved); };
+  // The bytes on the disk may be in any normalization; the caller gets them composed.
   return Run({*this, __func__, path}, path, resolve) && SetPath(resolved, canonical);
 }
 
+// No Operation: a list that cannot be read hides nothing, and is no failure.
 bool StandaloneFileManager::FileIsHidden(const QuillFileString& path) { return IsHiddenName(*this, path); }
 
 bool StandaloneFileManager::DirGetAppData(QuillFileString& directory) {
@@ -108,6 +114,7 @@ bool StandaloneFileManager::DirGetAppData(QuillFileString& directory) {
 bool StandaloneFileManager::FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) {
   std::string place;
   const auto trash = [&](const char* text) { return MoveToTrash(*this, text, place); };
+  // The observer and the failing entry are those of the move, which copies and removes where a rename is not possible.
   return Run(TreeOperation(*this, __func__, path), path, trash) && SetPath(place, trashed);
 }
 

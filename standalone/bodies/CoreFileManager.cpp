@@ -36,6 +36,7 @@ bool FindDirectoryIn(CoreFileManager& manager, QuillFileString directory, const 
 }
 
 bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileString& leaf, QuillFileString& found) {
+  // Unset and empty mean the same, and relative entries are to be ignored (XDG base directories 0.8).
   const char* value = std::getenv("XDG_DATA_DIRS");
   std::istringstream list(value && *value ? value : "/usr/local/share:/usr/share");
   for (std::string entry; std::getline(list, entry, ':');) {
@@ -52,6 +53,7 @@ bool CoreFileManager::DirGetLogDir(QuillFileString& directory) {
   return quill::EnsureProgramDirectory(*this, quill::StateDirectory(*this), directory);
 }
 
+// Only a name is taken from the caller, never a path: the location cannot be outside the private place.
 bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileString& name, QuillFileString& location) {
   const std::string leaf = quill::LeafOf(name);
   if (leaf.empty()) return false;
@@ -74,6 +76,7 @@ bool CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& pa
                                                        const QuillFileString& referrer, bool isUnsafe) {
   const char* text = path.getUTF8();
   if (!text) return false;
+  // The referrer goes first. If the second removal fails, the file still counts as downloaded.
   if (!isUnsafe) {
     return Succeeded(*this, darwin::RemoveExtendedAttribute(text, kReferrerAttribute)) &&
            Succeeded(*this, darwin::RemoveExtendedAttribute(text, kOriginAttribute));
@@ -81,17 +84,21 @@ bool CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& pa
   // The origin attribute is the mark, so it is set even if the address is not known.
   const char* origin = source.isEmpty() ? "" : source.getUTF8();
   if (!Succeeded(*this, darwin::SetExtendedAttribute(text, kOriginAttribute, origin))) return false;
+  // A mark without a referrer must not keep the one of an earlier download.
   const darwin::Error error = referrer.isEmpty()
                                   ? darwin::RemoveExtendedAttribute(text, kReferrerAttribute)
                                   : darwin::SetExtendedAttribute(text, kReferrerAttribute, referrer.getUTF8());
   return Succeeded(*this, error);
 }
 
+// Asks for the length alone (size 0, see getxattr(2)): an empty origin is a mark, too. A file that cannot be asked
+// counts as not marked.
 bool CoreFileManager::GetDownloadedStatus(const QuillFileString& path) {
   std::size_t length = 0;
   return path.getUTF8() && !darwin::GetExtendedAttribute(path.getUTF8(), kOriginAttribute, nullptr, 0, length);
 }
 
+// Protected mode and its broker exist on other systems only. Hosts ask everywhere, and "no" lets them go on.
 bool CoreFileManager::IsProtectedModeIE() { return false; }
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): by value, as the table has it
@@ -99,6 +106,7 @@ IQuillFileAppendOnly* CoreFileManager::GetBrokerHandleWrapper(unsigned int /*han
   return nullptr;
 }
 
+// There is no index of media to be told; a file that is missing is an error all the same.
 bool CoreFileManager::ScanMediaFile(const QuillFileString& path) {
   if (!path.getUTF8()) return false;
   if (FileExists(path)) return true;

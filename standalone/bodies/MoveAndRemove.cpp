@@ -13,6 +13,8 @@ bool Succeeded(quill::darwin::Error error, int& code) {
 
 }  // namespace
 
+// Links are moved as themselves. The code comes ready-made, because a host's own body may have other errors than errno
+// values to translate.
 bool _MoveItemAtPath(const quill::foundation::NSString* from, const quill::foundation::NSString* to, int& code) {
   if (from && to)
     return Succeeded(quill::darwin::MoveTree(from->fileSystemRepresentation(), to->fileSystemRepresentation()), code);
@@ -20,6 +22,7 @@ bool _MoveItemAtPath(const quill::foundation::NSString* from, const quill::found
   return false;
 }
 
+// Removes whole trees without a question; the operations that call it have looked at what is there.
 bool _RemoveItemAtPath(const quill::foundation::NSString* path, int& code) {
   if (path) return Succeeded(quill::darwin::RemoveTree(path->fileSystemRepresentation()), code);
   code = kQuillErrIllegalPath;

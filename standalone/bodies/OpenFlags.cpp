@@ -4,6 +4,8 @@
 // anything is touched.
 bool ValidateFileOpenFlags(unsigned int flags) {
   constexpr unsigned int kAccess = kQuillOpenRead | kQuillOpenWrite;
+  // Creating, emptying and appending change the file, so they need the right to write to it. kQuillOpenTemp alone does
+  // not: the path is then the host's choice.
   constexpr unsigned int kNeedsWrite = kQuillOpenCreate | kQuillOpenTruncate | kQuillOpenAppend;
   constexpr unsigned int kKnown = kAccess | kNeedsWrite | kQuillOpenTemp;
 

@@ -12,6 +12,7 @@ bool Written(CoreFileManager& manager, Primitive primitive) {
   try {
     return primitive();
   } catch (const quill::foundation::NSException& failure) {
+    // Nothing but a failed platform call. Whatever else is thrown, std::bad_alloc for one, is the caller's.
     manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(failure.code().value()));
     return false;
   }

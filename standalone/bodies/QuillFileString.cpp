@@ -20,6 +20,7 @@ std::string_view WithoutSeparatorsAtStart(std::string_view path) noexcept {
 
 QuillFileString::QuillFileString(const QuillFileString& other) { setUTF8(other.text); }
 
+// If there is no memory for the copy, the old text stays; setUTF8 releases it last.
 QuillFileString& QuillFileString::operator=(const QuillFileString& other) {
   if (this != &other) setUTF8(other.text);
   return *this;
@@ -42,8 +43,10 @@ void QuillFileString::setUTF8(const char* newText) {
 
 void QuillFileString::appendLeaf(const char* leaf) {
   if (!leaf || *leaf == '\0') return;
+  // A leaf with separators in front keeps them here: appended to nothing, "/a" is an absolute path.
   if (isEmpty()) return setUTF8(leaf);
 
+  // Exactly one separator comes between the two, however many they had. Those at the end of the leaf stay.
   const std::string_view tail = WithoutSeparatorsAtStart(leaf);
   if (tail.empty()) return;
   const std::string_view directory(text, static_cast<std::size_t>(end - text));
@@ -56,6 +59,7 @@ bool QuillFileString::trimLeaf(QuillFileString* parent) {
   const std::string_view path = WithoutSeparatorsAtEnd({text, static_cast<std::size_t>(end - text)});
   const std::size_t separator = path.find_last_of(kSeparator);
   if (separator == std::string_view::npos) {
+    // A bare name has no directory: what is left is the empty text, which still is a text.
     *(end = text) = '\0';
     return false;
   }
@@ -77,6 +81,7 @@ void QuillFileString::freeAll() noexcept {
 // The parts may point into the present text, so that is released last.
 void QuillFileString::Replace(std::string_view head, std::string_view middle, std::string_view tail) {
   const std::size_t length = head.size() + middle.size() + tail.size();
+  // Put together outside the object, because the present text may be in its own array.
   char assembled[kInlineCapacity];
   char* const storage = length < kInlineCapacity ? assembled : new char[length + 1];
 

@@ -21,10 +21,12 @@ RetainPtr<NSDirectoryEnumerator> NSDirectoryEnumerator::enumeratorAtPath(const N
     NSError::Give(error, reason);
     return nullptr;
   }
+  // Opened once: entries and their kinds come from the same directory, even if its path leads elsewhere meanwhile.
   auto reader = std::make_unique<darwin::DirectoryReader>(std::move(directory));
   return RetainPtr<NSDirectoryEnumerator>::Adopt(new NSDirectoryEnumerator(std::move(reader)));
 }
 
+// The name is in the reader's buffer: it is copied by whoever needs it longer than until the next call.
 const char* NSDirectoryEnumerator::nextObject() {
   const auto* const entry = reader_->Next();
   lastName_ = entry ? entry->name : nullptr;
@@ -32,6 +34,9 @@ const char* NSDirectoryEnumerator::nextObject() {
   return lastName_;
 }
 
+// Most file systems give the kind with the name, so only what may be a directory is asked about: a directory, because
+// it may be gone by now; a link, for its target; and where the file system gives no kind (readdir(3)). What cannot be
+// asked is no directory.
 bool NSDirectoryEnumerator::lastIsDirectory() {
   if (!lastName_) return false;
   if (lastType_ != DT_DIR && lastType_ != DT_LNK && lastType_ != DT_UNKNOWN) return false;

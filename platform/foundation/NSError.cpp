@@ -19,6 +19,7 @@ RetainPtr<NSError> NSError::errorWithDomain(NSString* domain, long code) {
   return RetainPtr<NSError>::Adopt(new NSError(domain, code));
 }
 
+// Without a variable no object is made: most callers ask nothing but whether it worked.
 bool NSError::Give(darwin::Error cause, RetainPtr<NSError>* error) {
   if (error) *error = errorWithDomain(NSPOSIXErrorDomain(), cause.posix());
   return false;

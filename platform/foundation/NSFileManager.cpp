@@ -16,6 +16,7 @@
 namespace quill::foundation {
 namespace {
 
+// For the effective user, who is the one that opens the file afterwards. An answer of "no" has no reason here.
 bool CanAccess(const NSString* path, int mode) {
   return path && !darwin::CheckAccess(path->fileSystemRepresentation(), mode);
 }
@@ -25,6 +26,7 @@ bool Succeeded(darwin::Error cause, RetainPtr<NSError>* error) { return cause ? 
 }  // namespace
 
 NSFileManager* NSFileManager::defaultManager() noexcept {
+  // Without state, so static objects of the program may use it from their constructors and destructors.
   static NSFileManager shared;
   return &shared;
 }
@@ -44,6 +46,7 @@ std::optional<NSFileAttributes> NSFileManager::attributesOfItemAtPath(const NSSt
   if (!path) return std::nullopt;
   darwin::ItemStatus status;
   if (!Succeeded(darwin::GetStatus(path->fileSystemRepresentation(), finalLink, status), error)) return std::nullopt;
+  // Keeps the path, too: an attribute that is rarely wanted is read when it is asked for.
   return NSFileAttributes(path, status);
 }
 
@@ -64,6 +67,7 @@ bool NSFileManager::createFileAtPath(const NSString* path, RetainPtr<NSError>* e
   const auto existing = empties ? darwin::ExistingContents::kEmpty : darwin::ExistingContents::kKeep;
   darwin::FileDescriptor file;
   if (!Succeeded(darwin::CreateFile(path->fileSystemRepresentation(), existing, file), error)) return false;
+  // Network file systems report a full disk or quota only here.
   return Succeeded(file.Close(), error);
 }
 
@@ -88,6 +92,8 @@ RetainPtr<NSString> NSFileManager::currentDirectoryPath() {
 
 RetainPtr<NSString> NSFileManager::destinationOfSymbolicLinkAtPath(const NSString* path) {
   if (!path) return nullptr;
+  // Longer than nearly every text. Asking for the length first would be a second call, and the link may be replaced
+  // between the two.
   constexpr std::size_t kUsualSize = 256;
   std::string text(kUsualSize, '\0');
   for (std::size_t length = 0;;) {

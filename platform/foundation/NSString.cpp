@@ -20,8 +20,10 @@ std::string_view WithoutLeadingSeparators(std::string_view path) noexcept {
 }  // namespace
 
 RetainPtr<NSString> NSString::WithLength(std::size_t length) {
+  // Object and bytes in one piece: nearly every operation makes one of these, so a second allocation would show.
   void* const memory = ::operator new(sizeof(NSString) + length + 1);
   auto string = RetainPtr<NSString>::Adopt(::new (memory) NSString(length));
+  // The bytes themselves are left for the caller to fill.
   string->MutableBytes()[length] = '\0';
   return string;
 }
@@ -44,6 +46,7 @@ RetainPtr<NSString> NSString::stringWithUTF8String(const char* text) {
   return darwin::IsUTF8(bytes) ? stringWithFileSystemBytes(bytes) : nullptr;
 }
 
+// No test of the bytes: the kernel takes any name without "/" and NUL, so a path must come through unchanged.
 RetainPtr<NSString> NSString::stringWithFileSystemBytes(std::string_view bytes) {
   auto string = WithLength(bytes.size());
   std::copy(bytes.begin(), bytes.end(), string->MutableBytes());
@@ -61,6 +64,7 @@ bool NSString::canBeConvertedToASCII() const noexcept { return darwin::IsASCII(v
 RetainPtr<NSString> NSString::stringByAppendingString(std::string_view tail) const { return Joined(view(), tail, {}); }
 
 RetainPtr<NSString> NSString::stringByReplacingOccurrencesOfString(std::string_view from, std::string_view to) const {
+  // Found everywhere: without this refusal the loop would never end.
   if (from.empty()) return Shared();
   std::string result;
   std::string_view rest = view();
@@ -71,6 +75,7 @@ RetainPtr<NSString> NSString::stringByReplacingOccurrencesOfString(std::string_v
   return Joined(result, rest, {});
 }
 
+// Callers cut behind an ASCII character, never within a longer one.
 RetainPtr<NSString> NSString::substringToIndex(std::size_t bytes) const {
   return stringWithFileSystemBytes(view().substr(0, bytes));
 }
@@ -79,10 +84,13 @@ RetainPtr<NSString> NSString::stringByAppendingPathComponent(std::string_view co
   if (view().empty()) return stringWithFileSystemBytes(component);
   const std::string_view directory = WithoutTrailingSeparators(view());
   const std::string_view leaf = WithoutLeadingSeparators(component);
+  // A component that is nothing but separators adds nothing.
   const bool isSeparated = directory.empty() || !leaf.empty();  // the root always keeps its separator
   return Joined(directory, isSeparated ? "/" : "", leaf);
 }
 
+// The leading "/" is a component of its own, so joining the components gives an absolute path again. Repeated
+// separators count once.
 std::vector<std::string_view> NSString::pathComponents() const {
   std::vector<std::string_view> components;
   if (hasPrefix("/")) components.push_back(view().substr(0, 1));

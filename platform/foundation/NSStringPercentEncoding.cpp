@@ -10,6 +10,7 @@
 namespace quill::foundation {
 namespace {
 
+// What is added is 0 or 1 for each byte, so the loop has no branch that depends on the text.
 std::size_t EncodedLength(std::string_view text, const NSCharacterSet& allowed) noexcept {
   std::size_t escapes = 0;
   for (const char character : text) escapes += !allowed.contains(character);
@@ -17,6 +18,7 @@ std::size_t EncodedLength(std::string_view text, const NSCharacterSet& allowed) 
 }
 
 char* Encode(std::string_view text, const NSCharacterSet& allowed, char* output) noexcept {
+  // In upper case, by which FileGetUrlPath finds the colon of a scheme again.
   constexpr char kDigits[] = "0123456789ABCDEF";
   for (const char character : text) {
     if (allowed.contains(character)) {
@@ -41,6 +43,7 @@ char* Decode(std::string_view encoded, char* output) noexcept {
       continue;
     }
     const int byte = EscapedByte(encoded, position);
+    // NUL would end the text early, and a path would name another item than its URL.
     if (byte <= 0) return nullptr;
     *output++ = static_cast<char>(byte);
     position += kEscapeLength - 1;
@@ -62,7 +65,9 @@ RetainPtr<NSString> NSString::PercentDecoded(std::string_view encoded) {
   auto result = WithLength(encoded.size());
   const char* const end = Decode(encoded, result->MutableBytes());
   if (!end) return nullptr;
+  // Escapes become shorter. The rest of the allocation stays unused, which is cheaper than a copy.
   result->Shorten(static_cast<std::size_t>(end - result->Bytes()));
+  // Judged after decoding: each escape is one byte, and only together they are characters.
   if (!darwin::IsUTF8(result->view())) return nullptr;
   return result;
 }

@@ -16,6 +16,7 @@ bool IsDirectory(const NSString& path) {
   return !darwin::IsDirectory(path.fileSystemRepresentation(), isDirectory) && isDirectory;
 }
 
+// Null when the current directory has been removed.
 RetainPtr<NSString> AbsolutePath(const NSString& path) {
   const auto current = NSFileManager::defaultManager()->currentDirectoryPath();
   return current ? current->stringByAppendingPathComponent(path.view()) : nullptr;
@@ -25,8 +26,10 @@ RetainPtr<NSString> AbsolutePath(const NSString& path) {
 
 RetainPtr<NSURL> NSURL::URLWithString(const NSString* text) {
   if (!text) return nullptr;
+  // Read once. The URL keeps its text and where in it the path is; nothing else is ever asked for.
   const auto path = PathOfURIReference(text->view());
   if (!path) return nullptr;
+  // Strings are immutable, so that sharing one as const is safe; counting needs it without.
   return RetainPtr<NSURL>::Adopt(new NSURL(RetainPtr<NSString>(const_cast<NSString*>(text)), *path));
 }
 
@@ -37,6 +40,7 @@ RetainPtr<NSURL> NSURL::fileURLWithPath(const NSString* path) {
   if (!isAbsolute && !joined) return nullptr;
 
   const NSString& absolute = isAbsolute ? *path : *joined;
+  // The disk is asked last, for a path whose text leaves it open.
   const bool endsInSlash = absolute.hasSuffix("/");
   const bool needsSlash = !endsInSlash && (path->hasSuffix("/") || IsDirectory(absolute));
   auto text = NSString::PercentEncoded(kFileScheme, absolute.view(), kPathAllowed, needsSlash ? "/" : "");
@@ -46,6 +50,8 @@ RetainPtr<NSURL> NSURL::fileURLWithPath(const NSString* path) {
 
 RetainPtr<NSString> NSURL::path() const {
   std::string_view encoded = text_->view().substr(pathRange_.begin, pathRange_.end - pathRange_.begin);
+  // Only the separators of the URL itself: an escaped "/" at the end is not one of them, and stays. The root keeps its
+  // own.
   while (encoded.size() > 1 && encoded.ends_with('/')) encoded.remove_suffix(1);
   return NSString::PercentDecoded(encoded);
 }

@@ -15,6 +15,7 @@ constexpr auto kDigit = NSCharacterSet::characterSetWithCharactersInString("0123
 constexpr auto kHexadecimalDigit = kDigit.setByAddingCharactersInString("ABCDEFabcdef");
 constexpr auto kAlpha =
     NSCharacterSet::characterSetWithCharactersInString("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz");
+// "scheme" in section 3.1 without its first character, which must be a letter; "reg-name" and so on in section 3.2.
 constexpr auto kScheme = kAlpha.setByAddingCharactersInString("0123456789+-.");
 constexpr auto kRegisteredName = kScheme.setByAddingCharactersInString("_~!$&'()*,;=");
 constexpr auto kUserInformation = kRegisteredName.setByAddingCharactersInString(":");
@@ -41,8 +42,10 @@ bool StandsAt(std::string_view text, std::size_t position, char character) noexc
   return position < text.size() && text[position] == character;
 }
 
+// inet_pton(3) takes no zone ("%eth0"), and neither does the grammar.
 bool IsIPv6Address(std::string_view text) noexcept {
   char terminated[INET6_ADDRSTRLEN] = {};
+  // INET6_ADDRSTRLEN holds the longest address and its NUL; inet_pton wants one, and views have none.
   if (text.size() >= sizeof terminated) return false;
   std::copy(text.begin(), text.end(), terminated);
   in6_addr address;
@@ -68,8 +71,10 @@ bool IsAuthority(std::string_view text) noexcept {
     if (bracket == std::string_view::npos) return false;
     const std::string_view address = text.substr(1, bracket - 1);
     if (!IsIPv6Address(address) && !IsFutureAddress(address)) return false;
+    // The address has replaced the name, whatever run was found at "[", which no name holds.
     hostEnd = bracket + 1;
   }
+  // A port may be empty: "host:" is valid (section 3.2.3).
   if (!StandsAt(text, hostEnd, ':')) return hostEnd == text.size();
   return EndOfRun(text, hostEnd + 1, kDigit) == text.size();
 }
@@ -88,12 +93,14 @@ std::optional<URIRange> PathOfURIReference(std::string_view text) noexcept {
   const std::size_t schemeEnd = EndOfRun(text, 0, kScheme);
   const bool hasScheme = StandsAt(text, schemeEnd, ':');
   if (hasScheme) {
+    // Also an empty scheme, whose first character is the colon.
     if (!kAlpha.contains(text.front())) return std::nullopt;
     path.begin = schemeEnd + 1;
   }
 
   if (text.substr(path.begin).starts_with("//")) {
     const std::size_t authority = path.begin + 2;
+    // An authority ends with the path, the query or the fragment, or with the text.
     path.begin = std::min(text.find_first_of("/?#", authority), text.size());
     if (!IsAuthority(text.substr(authority, path.begin - authority))) return std::nullopt;
   } else if (!hasScheme && StandsAt(text, EndOfEscapedRun(text, 0, kSegmentWithoutColon), ':')) {

@@ -11,6 +11,8 @@
 namespace quill::darwin {
 namespace {
 
+// The 11,172 Hangul syllables follow a formula (Unicode, section 3.12). They are left out of the table and composed
+// when they are needed.
 constexpr int kFirstSyllable = 0xAC00;
 constexpr int kLastSyllable = 0xD7A3;
 
@@ -40,6 +42,7 @@ class Table {
       for (int i = characters.getRangeStart(range); i <= characters.getRangeEnd(range); ++i) Add(i);
     }
     AddTrailingJamo();
+    // Stable, so that composites of one first character stay in the order of their code points.
     std::stable_sort(composites_.begin(), composites_.end(),
                      [](const auto& a, const auto& b) { return FirstCharacter(a) < FirstCharacter(b); });
     std::sort(trailing_.begin(), trailing_.end());
@@ -66,6 +69,7 @@ class Table {
   }
 
   void AddTrailingJamo() {
+    // The block of the Jamo that compose. The extended ones in other blocks never do.
     for (int character = 0x1100; character <= 0x11FF; ++character) {
       const auto type = u_getIntPropertyValue(character, UCHAR_HANGUL_SYLLABLE_TYPE);
       if (type == U_HST_VOWEL_JAMO || type == U_HST_TRAILING_JAMO) trailing_.push_back(character);
@@ -77,10 +81,13 @@ class Table {
 };
 
 const Table& Composites() {
+  // Made when another spelling is first looked for, which programs with ASCII names hardly ever need.
   static const Table table;
   return table;
 }
 
+// A segment is what can be respelled on its own: nothing in it composes or changes places with anything outside. Some
+// characters of class 0 compose with the one in front of them, so the class alone does not decide.
 bool BeginsSegment(const DecomposedCharacter& character) {
   if (character.combiningClass != 0) return false;
   return character.character < 0x300 || !Composites().IsTrailing(character.character);
@@ -94,12 +101,14 @@ std::vector<DecomposedCharacter> Decompose(std::string_view text) {
   characters.reserve(decomposed.size());
   for (std::size_t position = 0; position < decomposed.size();) {
     const int character = NextCharacter(decomposed, position);
+    // No character below U+0300 is a mark. A negative value, a byte that is not UTF-8, is none either.
     characters.push_back({character, character < 0x300 ? 0 : Normalizer().getCombiningClass(character)});
   }
   return characters;
 }
 
 std::span<const DecomposedCharacter> TakeSegment(std::span<const DecomposedCharacter>& text) {
+  // The first character belongs to the segment even if it is a mark, at the start of a name.
   const auto end = std::find_if(text.begin() + 1, text.end(), BeginsSegment);
   const auto segment = text.first(static_cast<std::size_t>(end - text.begin()));
   text = text.subspan(segment.size());

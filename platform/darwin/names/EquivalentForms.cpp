@@ -56,6 +56,7 @@ class SegmentSpellings {
     const int character = segment_[index].character;
     Take(character, std::span(&character, 1));
     for (const CanonicalComposite& composite : CompositesBeginningWith(character)) {
+      // The composites of one letter are many; without this the limit would only be seen one level up.
       if (IsComplete()) return;
       Take(composite.character, composite.decomposition);
     }
@@ -64,6 +65,7 @@ class SegmentSpellings {
 
   void TakeSyllables(std::size_t index) {
     std::vector<int> jamo{segment_[index].character};
+    // Two or three Jamo: a syllable without a final consonant is also the beginning of one with it.
     int syllable = jamo.front();
     for (std::size_t i = index + 1; i < segment_.size() && !IsComplete(); ++i) {
       jamo.push_back(segment_[i].character);
@@ -127,6 +129,7 @@ std::optional<std::vector<std::string>> FewSpellings(std::string_view name) {
       for (std::string& spelling : spellings) AppendCharacter(spelling, segment.front().character);
       continue;
     }
+    // What is left of the limit by the segments before; the product is the number of all spellings.
     const SegmentSpellings choices(segment, kFewSpellings / spellings.size());
     if (choices.Found().size() * spellings.size() > kFewSpellings) return std::nullopt;
     Append(choices.Found(), spellings);
@@ -158,6 +161,8 @@ EquivalentForms EquivalentFormsOf(std::string_view name) {
   AddIfNew(forms.others, name, FormC(name));
   AddIfNew(forms.others, name, FormD(name));
   auto spellings = FewSpellings(name);
+  // Form C and Form D have been added already: they are what is on disks, so they are tried first, and alone when there
+  // are too many.
   forms.extent = spellings ? EquivalentForms::Extent::kFew : EquivalentForms::Extent::kMany;
   if (!spellings) return forms;
   std::sort(spellings->begin(), spellings->end());

@@ -30,8 +30,10 @@ class DirectorySearch {
     for (std::string& form : forms.others) {
       const Error error = ProbeName(form);
       if (!error) found = std::move(form);
+      // Success ends the search, and so does any error that another spelling would meet as well.
       if (!MayStandUnderAnotherName(error)) return error;
     }
+    // Reading the directory finds every spelling, and costs as much as it has entries.
     return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(FormC(name), found) : ENOENT;
   }
 
@@ -52,6 +54,7 @@ class DirectorySearch {
       if (IsASCII(name) || (!first.empty() && name >= first)) continue;
       if (FormC(name) == composed) first = name;
     }
+    // A name that was not read may be the right one, so "not found" would be a guess.
     if (reader.error()) return reader.error();
     if (first.empty()) return ENOENT;
     found.swap(first);
@@ -117,7 +120,9 @@ Error Resolve(std::string_view path, ResolvedPath& resolved) {
   for (std::size_t position = first; position < searchable.size();) {
     const std::size_t end = std::min(path.find('/', position), path.size());
     const std::string_view name = path.substr(position, end - position);
+    // Below a missing directory nothing can be found.
     if (!resolved.missing && HasOtherForm(name)) {
+      // The first call has asked for exactly this path. Once a component has changed, it is another path.
       const bool knownMissing = end == searchable.size() && !resolved.changed;
       if (const Error broken = ResolveName(name, knownMissing, resolved)) return broken;
     } else {

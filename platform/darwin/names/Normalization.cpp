@@ -104,6 +104,7 @@ class LinearDecomposition {
   std::string result_;
 };
 
+// Short text goes to ICU as it is: its quadratic work is small there, and its code is faster than this.
 std::string DecomposeLong(std::string_view text) {
   LinearDecomposition decomposition(text.size());
   for (std::size_t position = 0; position < text.size();) decomposition.Append(NextCharacter(text, position));

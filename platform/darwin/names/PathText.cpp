@@ -17,6 +17,7 @@ std::string_view LeafOf(std::string_view path) noexcept {
 std::string_view ParentOf(std::string_view path) noexcept {
   const std::string_view text = WithoutTrailingSlashes(path);
   const std::size_t slash = text.rfind('/');
+  // The slash is kept for the cut, so that the parent of "/a" is "/" and not the empty text.
   return slash == text.npos ? "." : WithoutTrailingSlashes(text.substr(0, slash + 1));
 }
 

@@ -12,6 +12,7 @@ using Word = std::uint64_t;
 
 bool IsASCIIWord(const char* bytes) noexcept {
   Word word;
+  // Text may begin at any address; compilers make one load of this.
   std::memcpy(&word, bytes, sizeof word);
   return (word & 0x8080808080808080) == 0;
 }
@@ -36,11 +37,13 @@ int NextCharacter(std::string_view bytes, std::size_t& position) noexcept {
   UChar32 character;
   U8_NEXT(bytes.data(), position, bytes.size(), character);
   if (character >= 0) return character;
+  // ICU skips a whole malformed sequence. One byte at a time keeps every byte of it, so names come back unchanged.
   position = start + 1;
   return -static_cast<unsigned char>(bytes[start]);
 }
 
 void AppendCharacter(std::string& text, int character) {
+  // The other way round than NextCharacter, which makes bytes that are not UTF-8 negative.
   if (character < 0) return text.push_back(static_cast<char>(-character));
   char bytes[U8_MAX_LENGTH];
   std::size_t length = 0;

@@ -29,6 +29,8 @@ std::optional<std::string> AbsoluteOrNothing(const char* path) {
 /// The home directory in the entry that \p lookUp (one of getpwnam_r and getpwuid_r) finds.
 template <typename LookUp>
 std::optional<std::string> HomeInPasswordDatabase(LookUp lookUp) {
+  // Most entries fit. The size that sysconf suggests is neither a limit nor known everywhere (getpwnam_r(3)), so the
+  // buffer grows.
   std::vector<char> strings(1024);
   for (;;) {
     passwd entry;
@@ -44,6 +46,7 @@ std::optional<std::string> HomeInPasswordDatabase(LookUp lookUp) {
 std::string ContentsOf(const std::string& path) {
   std::string contents;
   FileDescriptor file;
+  // The file is the user's, and may be anything.
   if (Open(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK, file)) return contents;  // as if it were not there
   char block[4096];
   std::size_t got = 0;
@@ -58,6 +61,7 @@ std::string ContentsOf(const std::string& path) {
 Error GetProgramPath(std::string& path) {
   std::array<char, PATH_MAX> text;
   std::size_t length = 0;
+  // Not the first argument, which is whatever the caller of exec has chosen.
   if (const Error error = ReadLink(AT_FDCWD, "/proc/self/exe", text.data(), text.size(), length)) return error;
   path.assign(text.data(), length);
   return {};
@@ -67,6 +71,7 @@ const char* AbsolutePathInVariable(const char* variable) noexcept { return IfAbs
 
 std::optional<std::string> HomeDirectory() {
   if (auto home = AbsoluteOrNothing(std::getenv("HOME"))) return home;
+  // The real user: a program with the set-user-id bit still works for the person who started it.
   return HomeInPasswordDatabase([](auto... out) { return ::getpwuid_r(::getuid(), out...); });
 }
 
@@ -80,6 +85,7 @@ std::optional<std::string> UserDirectory(std::string_view name, std::string_view
   const auto configuration = BaseDirectory("XDG_CONFIG_HOME", ".config", HomeDirectory);
   if (!configuration) return std::nullopt;
   const std::string file = ContentsOf(Join(*configuration, "user-dirs.dirs"));
+  // "$HOME" is replaced in front of a "/", so the root as a home directory is the empty text.
   auto configured = DirectoryInUserDirectoriesFile(file, name, *home == "/" ? "" : *home);
   return configured ? std::string(WithoutTrailingSlashes(*configured)) : Join(*home, belowHome);
 }

@@ -33,6 +33,7 @@ std::optional<std::string> Unquoted(std::string_view text) {
   std::string result;
   for (std::size_t position = 0; position < text.size(); ++position) {
     if (text[position] == '"') return result;
+    // A backslash at the very end protects nothing, and the mark is missing as well.
     if (text[position] == '\\' && ++position == text.size()) break;
     if (text[position] == '\0') break;
     result += text[position];
@@ -45,6 +46,7 @@ std::optional<std::string> DirectoryOf(std::string_view value, std::string_view 
   const bool isInHome = Consume(value, kHomeVariable);
   auto path = Unquoted(value);
   if (!path) return std::nullopt;
+  // "$HOME" alone is how a directory is switched off; anything after it must begin a component, so "$HOMEX" is refused.
   const bool isWhole = isInHome && path->empty();
   if (!isWhole && !path->starts_with('/')) return std::nullopt;
   return isInHome ? std::string(home) + *path : path;
@@ -54,6 +56,7 @@ std::optional<std::string> DirectoryOf(std::string_view value, std::string_view 
 
 std::optional<std::string> DirectoryInUserDirectoriesFile(std::string_view file, std::string_view name,
                                                           std::string_view home) {
+  // The last line wins, since shells read the file, too, as a list of assignments.
   std::optional<std::string> last;
   while (!file.empty()) {
     const std::string_view line = file.substr(0, file.find('\n'));

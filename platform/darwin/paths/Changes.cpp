@@ -21,6 +21,7 @@ Error TimeFromMilliseconds(double milliseconds, std::timespec& time) {
   if (!(std::abs(asked) <= kMostMicroseconds)) return EINVAL;
 
   const long long microseconds = std::llround(asked);
+  // Before 1970 the remainder is negative, but a nanosecond count may not be (utimensat(2)).
   const long long remainder = microseconds % kMicrosecondsPerSecond;
   const long long fraction = remainder < 0 ? remainder + kMicrosecondsPerSecond : remainder;
   time = {(microseconds - fraction) / kMicrosecondsPerSecond, fraction * 1000};

@@ -15,6 +15,7 @@ Error SetExtendedAttribute(const char* path, const char* name, std::string_view 
 
 Error RemoveExtendedAttribute(const char* path, const char* name) {
   const Error error = OnPath(path, [name](const char* item) { return RemoveAttributeOf(item, name); });
+  // What was to be gone is gone. File systems without attributes answer EOPNOTSUPP, which stays a failure.
   return error == ENODATA ? 0 : error;
 }
 

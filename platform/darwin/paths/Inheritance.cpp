@@ -36,12 +36,14 @@ Error SetOwnership(int directory, uid_t owner, gid_t group) {
   return together;
 }
 
+// The parent is "..", which only the kernel knows for certain: by its path another directory could answer.
 Error Inherit(DirectoryReader directory, const std::timespec& beginning) {
   const int open = directory.descriptor();
   ItemStatus own, holder;
   if (const Error error = GiveOwnerRights(open)) return error;  // without them not even its parent can be looked up
   if (const Error error = GetStatusOf(open, ".", FinalLink::kItself, own)) return error;
   if (const Error error = GetStatusOf(open, "..", FinalLink::kItself, holder)) return error;
+  // Asked by the descriptor, as is all that follows: the path may lead elsewhere by now.
   if (!IsNew(directory, own, beginning)) return Error::Replaced();
 
   const Error ownerError = SetOwnership(open, holder.owner, holder.group);

@@ -7,6 +7,7 @@
 
 namespace quill::darwin {
 
+// Nothing is asked beforehand: each question is made on the path as given, and only "missing" leads to a search.
 Error GetStatus(const char* path, FinalLink finalLink, ItemStatus& status) {
   return OnPath(path, [&](const char* name) { return GetStatusOf(AT_FDCWD, name, finalLink, status); });
 }

@@ -17,7 +17,9 @@ Error GetVolumeOf(const char* path, struct statvfs& volume) {
 Error GetVolumeSpace(const char* path, VolumeSpace& space) {
   struct statvfs volume;
   if (const Error error = GetVolumeOf(path, volume)) return error;
+  // f_blocks and f_bavail count in f_frsize; f_bsize is only the size that is best for reading (statvfs(3)).
   const auto unit = static_cast<double>(volume.f_frsize);
+  // f_bavail, not f_bfree: ext4, for one, keeps some blocks for root.
   space = {static_cast<double>(volume.f_blocks) * unit, static_cast<double>(volume.f_bavail) * unit};
   return {};
 }
@@ -34,6 +36,7 @@ Error GetVolumeRoot(const char* path, std::string& root) {
   for (std::string directory = path;; directory = std::string(ParentOf(directory))) {
     ItemStatus status;
     if (const Error error = GetStatus(directory.c_str(), FinalLink::kItself, status)) return error;
+    // Before Linux 5.8 no directory is known as the root of a mount; the search then ends at the top.
     const bool isTop = directory == "/" || directory.find('/') == std::string::npos;
     if (!isTop && !status.isMountRoot) continue;
     root.swap(directory);

@@ -21,6 +21,7 @@ DirectoryReader::DirectoryReader(FileDescriptor directory) : directory_(std::mov
 }
 
 bool DirectoryReader::Fill() {
+  // Made with the first reading, which some callers never come to.
   if (!buffer_) buffer_ = std::make_unique_for_overwrite<std::byte[]>(kBufferSize);
   parsed_ = filled_ = 0;
   const Error error = ReadDirectory(directory_.get(), buffer_.get(), kBufferSize, filled_);
@@ -40,9 +41,11 @@ Error DirectoryReader::GoTo(std::int64_t position) noexcept {
 const DirectoryReader::Entry* DirectoryReader::Next() {
   for (;;) {
     if (parsed_ == filled_ && (failure_ || !Fill())) return nullptr;
+    // Linux pads the records, so each one in the buffer is aligned.
     const auto* record = reinterpret_cast<const dirent64*>(buffer_.get() + parsed_);
     parsed_ += record->d_reclen;
     next_ = record->d_off;
+    // Where they come in the order differs between file systems, and some leave them out.
     if (IsDotOrDotDot(record->d_name)) continue;
     current_ = {record->d_name, record->d_ino, record->d_type};
     return &current_;

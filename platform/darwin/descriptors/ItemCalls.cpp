@@ -22,6 +22,8 @@ using AllocatedText = std::unique_ptr<char, Free>;
 }  // namespace
 
 Error GetStatx(int directory, const char* name, int flags, unsigned mask, struct statx& status) noexcept {
+  // An automount point must not be mounted by a question, which could take as long as its server does. stat(2) does not
+  // mount either.
   return Repeat([&] { return ::statx(directory, name, flags | AT_NO_AUTOMOUNT, mask, &status); });
 }
 
@@ -33,6 +35,7 @@ Error GetMode(int directory, const char* name, int flags, mode_t& mode) noexcept
 }
 
 Error CheckAccess(int directory, const char* name, int mode) noexcept {
+  // For the effective user, whose rights an open would use; plain access(2) asks for the real one.
   return Repeat([&] { return ::faccessat(directory, name, mode, AT_EACCESS); });
 }
 
@@ -44,6 +47,8 @@ Error GetVolume(const char* path, struct statvfs& status) noexcept {
   return Repeat([&] { return ::statvfs(path, &status); });
 }
 
+// A descriptor that is open for lookup alone is EBADF to fchmod and to the calls for attributes (open(2), O_PATH). Its
+// path in /proc leads to that very item, whatever its name is by now.
 Error ChangeMode(OpenItem item, mode_t mode) noexcept {
   return Repeat([&] {
     return item.forLookupAlone ? ::chmod(DescriptorPath(item.descriptor).text, mode) : ::fchmod(item.descriptor, mode);
@@ -58,12 +63,14 @@ Error ChangeModeOf(int directory, const char* name, mode_t mode) noexcept {
   return Repeat([&] { return ::fchmodat(directory, name, mode, AT_SYMLINK_NOFOLLOW); });
 }
 
+// With an empty name the call takes any descriptor, also of a link (Linux 2.6.39).
 Error ChangeOwner(OpenItem item, uid_t owner, gid_t group) noexcept {
   return Repeat([&] { return ::fchownat(item.descriptor, "", owner, group, AT_EMPTY_PATH); });
 }
 
 Error SetTimes(OpenItem item, const std::timespec (&times)[2]) noexcept {
   return Repeat([&] {
+    // utimensat takes an empty name since Linux 5.8 only, so other descriptors go the older way.
     return item.forLookupAlone ? ::utimensat(item.descriptor, "", times, AT_EMPTY_PATH)
                                : ::futimens(item.descriptor, times);
   });
@@ -122,6 +129,7 @@ Error ChangeCurrentDirectory(const char* path) noexcept {
 }
 
 Error GetCurrentDirectory(std::string& path) {
+  // glibc measures and allocates; a buffer of PATH_MAX would be too short for deep directories.
   const AllocatedText text(::getcwd(nullptr, 0));
   if (!text) return errno;
   if (*text != '/') return ENOENT;  // "(unreachable)", from before the process's root changed
@@ -132,6 +140,7 @@ Error GetCurrentDirectory(std::string& path) {
 Error ResolvePath(const char* path, std::string& resolved) {
   AllocatedText text;
   const auto resolve = [&] {
+    // Allocated by the library, since no size is known to be enough (realpath(3)).
     text.reset(::realpath(path, nullptr));
     return text ? 0 : -1;
   };
@@ -150,6 +159,7 @@ Error FillWithRandom(void* bytes, std::size_t size) noexcept {
   return filled == size ? Error() : Error(EIO);  // 256 bytes and fewer always come at once
 }
 
+// The path of a removed item ends in " (deleted)" (proc(5)): whoever uses it as a path has to look.
 Error GetPathOf(int descriptor, std::string& path) {
   constexpr std::size_t kLongest = 4096;  // the kernel's answer is as long as a page at most (proc(5))
   std::string text(kLongest, '\0');

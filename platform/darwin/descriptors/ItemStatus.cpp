@@ -22,6 +22,7 @@ ItemStatus Translated(const struct statx& found) noexcept {
   status.accessed = Time(found.stx_atime);
   status.modified = Time(found.stx_mtime);
   status.changed = Time(found.stx_ctime);
+  // Zero otherwise, which Created takes for unknown.
   if ((found.stx_mask & STATX_BTIME) != 0) status.born = Time(found.stx_btime);
   status.mode = found.stx_mode;
   status.owner = found.stx_uid;
@@ -29,6 +30,7 @@ ItemStatus Translated(const struct statx& found) noexcept {
   status.links = found.stx_nlink;
   status.deviceNumber = makedev(found.stx_rdev_major, found.stx_rdev_minor);
   status.isMountRoot = (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  // 0 before Linux 5.8: kernels clear the fields that they do not know.
   status.mount = found.stx_mnt_id;
   return status;
 }
@@ -58,6 +60,8 @@ Error GetStatusOf(int directory, const char* name, FinalLink finalLink, ItemStat
   return Get(directory, name, finalLink == FinalLink::kItself ? AT_SYMLINK_NOFOLLOW : 0, status);
 }
 
+// Climbs by "..", holding each directory open while it looks for the next: names play no part, so links cannot mislead
+// it.
 Error IsWithin(int directory, const ItemStatus& container, bool& within) noexcept {
   ItemStatus here;
   if (const Error error = GetStatus(directory, here)) return error;
@@ -70,6 +74,7 @@ Error IsWithin(int directory, const ItemStatus& container, bool& within) noexcep
     if (const Error error = Open(below, "..", O_PATH | O_DIRECTORY, above)) return error;
     ItemStatus next;
     if (const Error error = GetStatus(above.get(), next)) return error;
+    // The root of a bind mount may have the same device and inode as the directory above it, but has another mount.
     if (next.IsSameAs(here) && next.mount == here.mount) return {};  // the root is its own parent
     place = std::move(above);
     here = next;

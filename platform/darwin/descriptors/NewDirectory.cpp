@@ -14,6 +14,8 @@ constexpr int kDirectory = O_DIRECTORY | O_NOFOLLOW;
 
 Error OpenNewDirectory(int directory, const char* name, FileDescriptor& opened) {
   const Error error = Open(directory, name, kDirectory | O_RDONLY, opened);
+  // A umask may have taken the owner's own rights. They are given back by a descriptor that needs none (O_PATH), and
+  // never by name, as the name may belong to something else by now.
   if (error != EACCES) return error;
   FileDescriptor lookup;
   if (const Error noLookup = Open(directory, name, kDirectory | O_PATH, lookup)) return noLookup;
@@ -22,6 +24,7 @@ Error OpenNewDirectory(int directory, const char* name, FileDescriptor& opened) 
 }
 
 Error MakeNewDirectory(int directory, const char* name, FileDescriptor& opened) {
+  // For nobody else, until the caller knows whose the directory is to be.
   if (const Error error = MakeDirectory(directory, name, S_IRWXU)) return error;
   const Error error = OpenNewDirectory(directory, name, opened);
   if (error) (void)Unlink(directory, name, AT_REMOVEDIR);  // the reason why it could not be opened is what counts
@@ -31,6 +34,7 @@ Error MakeNewDirectory(int directory, const char* name, FileDescriptor& opened) 
 Error GiveOwnerRights(int directory) {
   ItemStatus status;
   if (const Error error = GetStatus(directory, status)) return error;
+  // Nearly always: one question instead of a change, which would also set the time of the last change.
   if ((status.mode & S_IRWXU) == S_IRWXU) return {};
   return ChangeMode({directory}, status.Permissions() | S_IRWXU);
 }

@@ -16,6 +16,8 @@ namespace {
 
 void OnFileSizeLimit(int) {}
 
+// A program that handles or ignores the signal has decided already. Only the default, which ends the process, is
+// replaced, and only once: what the program sets later stays.
 bool ReplaceDefaultHandler() noexcept {
   struct sigaction current {};
   if (::sigaction(SIGXFSZ, nullptr, &current) != 0) return false;
@@ -42,6 +44,7 @@ Error MakeFromTemplate(std::string& pathTemplate, Make make) {
 
 Error FileDescriptor::Close() noexcept {
   if (number_ < 0) return {};
+  // The number is free after EINTR as well, and may be another thread's by now, so there is no second try (close(2)).
   return ::close(Release()) == 0 || errno == EINTR ? Error() : Error(errno);
 }
 
@@ -69,6 +72,7 @@ Error Read(int file, void* buffer, std::size_t size, std::size_t& got) noexcept 
   return Repeat([&] { return ::read(file, buffer, size); }, got);
 }
 
+// For FILEWrapper::Read alone, whose contract is one call.
 Error ReadOnce(int file, void* buffer, std::size_t size, std::size_t& got) noexcept {
   const ssize_t result = ::read(file, buffer, size);
   if (result < 0) return errno;
@@ -83,6 +87,8 @@ Error ReadAt(int file, void* buffer, std::size_t size, std::uint64_t position, s
 Error WriteAll(int file, const void* bytes, std::size_t size, std::size_t& written) noexcept {
   SurviveFileSizeLimit();
   written = 0;
+  // A full disk shows first as a short write; the next one gives the reason. Linux also takes no more than 2 GiB at a
+  // time (write(2)).
   while (written < size) {
     const auto* const rest = static_cast<const std::byte*>(bytes) + written;
     std::size_t count = 0;
@@ -150,6 +156,7 @@ Error MakeDirectory(int directory, const char* name, mode_t mode) noexcept {
   return Repeat([&] { return ::mkdirat(directory, name, mode); });
 }
 
+// The call has the text first and then the place, this function the place first like all the others.
 Error MakeLink(int directory, const char* name, const char* target) noexcept {
   return Repeat([&] { return ::symlinkat(target, directory, name); });
 }
@@ -179,6 +186,7 @@ Error Unlink(int directory, const char* name, int flags) noexcept {
 
 Error Rename(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags) noexcept {
   return Repeat([&] {
+    // Without flags the older call does the same, on kernels and in sandboxes, too, that do not have renameat2.
     if (flags == 0) return ::renameat(fromDirectory, from, toDirectory, to);
     return ::renameat2(fromDirectory, from, toDirectory, to, flags);
   });

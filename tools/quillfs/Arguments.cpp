@@ -44,10 +44,12 @@ std::optional<long long> Arguments::Number(std::string_view option) const {
 std::optional<long long> ParseNumber(std::string_view text) {
   long long number = 0;
   const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  // The whole text, and nothing below 0: no option counts anything that could be negative.
   const bool isNumber = error == std::errc() && stop == text.data() + text.size() && number >= 0;
   return isNumber ? std::optional(number) : std::nullopt;
 }
 
+// Local time, as people write it. "@" and seconds since 1970 are the one form that means the same everywhere.
 std::optional<double> ParseDate(const std::string& text) {
   if (text.starts_with('@')) {
     char* stop = nullptr;
@@ -60,6 +62,7 @@ std::optional<double> ParseDate(const std::string& text) {
     moment.tm_isdst = -1;  // let mktime find out whether summer time applies
     const char* stop = ::strptime(text.c_str(), format, &moment);
     if (!stop || *stop != '\0') continue;
+    // Before mktime, which changes what it is given.
     if (!IsInCalendar(moment)) return std::nullopt;
     return static_cast<double>(std::mktime(&moment)) * 1000;
   }

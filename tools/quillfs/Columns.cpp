@@ -16,6 +16,7 @@ std::vector<int> ColumnWidths(const std::vector<ShownName>& names, std::size_t r
 }
 
 bool Fit(const std::vector<int>& widths, int terminalWidth) {
+  // The last column has no gap after it.
   int total = -kGap;
   for (const int width : widths) total += width + kGap;
   return total <= terminalWidth;
@@ -27,6 +28,8 @@ std::string InColumns(const std::vector<ShownName>& names, int terminalWidth) {
   if (names.empty()) return {};
   const auto narrowest = static_cast<std::size_t>(std::max(terminalWidth, 1)) / (kGap + 1) + 1;  // columns of width 1
   std::size_t rows = (names.size() + narrowest - 1) / narrowest;
+  // Few rows are tried first, as more columns look better. Beyond 16 rows the steps grow, because each try looks at
+  // every name.
   while (rows < names.size() && !Fit(ColumnWidths(names, rows), terminalWidth)) rows += 1 + rows / 16;
   rows = std::min(rows, names.size());
 
@@ -35,6 +38,7 @@ std::string InColumns(const std::vector<ShownName>& names, int terminalWidth) {
   for (std::size_t row = 0; row < rows; ++row) {
     for (std::size_t index = row; index < names.size(); index += rows) {
       result += names[index].text;
+      // No blanks at the end of a line.
       const bool isLast = index + rows >= names.size();
       const int gap = widths[index / rows] - names[index].width + kGap;
       if (!isLast) result.append(static_cast<std::size_t>(gap), ' ');

@@ -31,6 +31,7 @@ CommandGroup OwnCommands() {
 }  // namespace
 
 std::vector<CommandGroup> AllCommands() {
+  // In the order of the help, which is the order in which a newcomer needs them.
   return {TourCommands(), QuestionCommands(), ListingCommands(),  ContentCommands(), TreeCommands(),
           NameCommands(), PlaceCommands(),    PropertyCommands(), OwnCommands()};
 }

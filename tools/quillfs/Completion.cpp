@@ -40,6 +40,7 @@ std::string Quoted(std::string_view text) {
 
 }  // namespace
 
+// bash knows no descriptions, so the script holds names alone. Those of commands and options need no quotes.
 std::string BashCompletion(const std::vector<CommandGroup>& groups) {
   std::string commands, cases;
   ForEachCommand(groups, [&](const CommandRow& command) {
@@ -70,6 +71,7 @@ std::string BashCompletion(const std::vector<CommandGroup>& groups) {
          "complete -o default -F _quillfs quillfs\n";
 }
 
+// A colon ends the name of a command, and brackets the description of an option: both are escaped in the texts.
 std::string ZshCompletion(const std::vector<CommandGroup>& groups) {
   std::string commands, cases;
   ForEachCommand(groups, [&](const CommandRow& command) {
@@ -97,6 +99,7 @@ std::string ZshCompletion(const std::vector<CommandGroup>& groups) {
          cases + "esac\n";
 }
 
+// fish takes one rule for each command and option, and finds out itself which apply.
 std::string FishCompletion(const std::vector<CommandGroup>& groups) {
   std::string script = "# Completion of quillfs for fish.\n";
   ForEachCommand(groups, [&](const CommandRow& command) {

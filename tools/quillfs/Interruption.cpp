@@ -6,6 +6,7 @@ namespace {
 
 constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
+// A type that a signal handler may write to (C11, 7.14.1.1).
 volatile std::sig_atomic_t interruption = 0;
 
 void NoteInterruption(int signal) { interruption = signal; }
@@ -24,6 +25,8 @@ void SetHandler(int signal, void (*handler)(int), int flags) {
 }  // namespace
 
 InterruptionScope::InterruptionScope() {
+  // The default returns with the first signal, so that a second one ends a program that hangs. Calls go on
+  // (SA_RESTART): the work stops at the next entry, where nothing is half-made.
   for (const int signal : kSignals) SetHandler(signal, NoteInterruption, static_cast<int>(SA_RESETHAND | SA_RESTART));
 }
 

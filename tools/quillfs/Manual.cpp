@@ -59,6 +59,7 @@ When it is not empty, nothing is coloured.
 std::string Roff(std::string_view text) {
   std::string result = text.starts_with('.') || text.starts_with('\'') ? "\\&" : "";
   for (const char character : text) {
+    // A plain "-" is printed as a hyphen, which no shell takes for the minus sign of an option.
     if (character == '-' || character == '\\') result += '\\';
     result += character == '\\' ? 'e' : character;
   }

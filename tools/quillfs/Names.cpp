@@ -23,6 +23,7 @@ bool ReadLink(quill::StandaloneFileManager& manager, const Arguments&, const Qui
 
 bool Resolve(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
              QuillFileString& target) {
+  // The operation replaces the path that it is given.
   target = path;
   return manager._PathCanonicalizeSymLink(target);
 }
@@ -49,6 +50,7 @@ bool PosixPath(quill::StandaloneFileManager& manager, const Arguments&, const Qu
 
 bool Redirected(quill::StandaloneFileManager& manager, const Arguments&, const QuillFileString& path,
                 QuillFileString& result) {
+  // No redirection means that the path itself is to be used.
   if (!manager.RedirectedFilePath(path, result)) result = path;
   return true;
 }

@@ -36,6 +36,7 @@ bool Find(Session& session, const Place& place, QuillFileString& path, bool mayB
 void PrintAll(Session& session, bool asJson) {
   JsonLine line;
   for (const Place& place : kPlaces) {
+    // Printing a list must not make directories.
     if (place.presence == Presence::kCreatedWhenAsked) continue;
     QuillFileString path;
     if (!Find(session, place, path, /*mayBeMissing=*/place.presence == Presence::kOptional)) continue;
@@ -79,6 +80,7 @@ void PrivatePlace(Session& session, const Arguments& arguments) {
 
 void Enter(Session& session, const Arguments& arguments) {
   session.Begin();
+  // The shell's own directory cannot be changed from here; the command shows where the operation leads.
   if (!session.manager.DirSetCurrent(arguments.Path(0))) return session.Fail(arguments.Path(0));
   CurrentDirectory(session, arguments);
 }

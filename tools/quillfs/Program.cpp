@@ -66,6 +66,7 @@ struct Declared {
 
 CLI::Option* DeclareOperand(CLI::App& app, std::string word) {
   const bool isOptional = word.starts_with('[');
+  // A word of the table: "PATH", "PATH...", "[PATH]" or "[PATH...]".
   if (isOptional) word = word.substr(1, word.size() - 2);
   const bool isMany = word.ends_with("...");
   if (isMany) word.resize(word.size() - 3);
@@ -92,6 +93,7 @@ CLI::Option* DeclareOption(CLI::App& app, const OptionRow& row) {
   return option->type_name("DATE")->check(check);
 }
 
+// The table is the only source: parser, help, completion and manual page are all made from it.
 Declared Declare(CLI::App& program, const CommandRow& row, const char* group) {
   CLI::App* app = program.add_subcommand(row.name, row.summary);
   app->group(group)->footer(std::string("Example:\n  ") + row.example);
@@ -111,6 +113,7 @@ Arguments Collect(const Declared& command) {
     const CLI::Option* option = command.options[index];
     if (option->count() == 0) continue;
     const std::string_view names = command.row->options[index].names;
+    // Commands ask for an option by its last name, the long one.
     const std::string name(names.substr(names.rfind(',') + 1));
     arguments.AddOption(name, Unguarded(option->results().back()));
   }
@@ -146,6 +149,7 @@ int Report(const CLI::App& program, const CLI::ParseError& error) {
   }
   std::string reason = Printable(error.what());
   const auto letter = [&reason](std::size_t index) { return static_cast<unsigned char>(reason[index]); };
+  // The parser writes sentences; messages of this program begin in lower case. A name in capitals stays.
   const bool beginsSentence = reason.size() > 1 && std::isupper(letter(0)) && !std::isupper(letter(1));
   if (beginsSentence) reason[0] = static_cast<char>(std::tolower(letter(0)));
   const auto chosen = program.get_subcommands();
@@ -175,9 +179,11 @@ int RunProgram(int argumentCount, char** arguments) {
   CLI::App program(kDescription, "quillfs");
   Describe(program);
   const std::vector<Declared> commands = DeclareAll(program, groups);
+  // Judged before the parser, which has no suggestions.
   if (argumentCount > 1 && !IsKnown(arguments[1], commands)) return ReportUnknown(arguments[1], commands);
 
   std::vector<std::string> reversed;
+  // The parser takes arguments from the back of the list.
   for (int index = argumentCount - 1; index > 0; --index) reversed.push_back(Guarded(arguments[index]));
   try {
     program.parse(reversed);
@@ -208,6 +214,7 @@ int main(int argumentCount, char** arguments) {
   try {
     return RunProgram(argumentCount, arguments);
   } catch (const std::exception& failure) {
+    // Mostly std::bad_alloc: a failed operation is an answer, not an exception.
     (void)std::fprintf(stderr, "quillfs: %s\n", failure.what());
     return kExitFailure;
   }

@@ -12,6 +12,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
+// Work that is over at once shows nothing. After that ten lines a second are enough for the eye, and cost nothing.
 constexpr auto kQuietTime = 1s;
 constexpr auto kLineInterval = 100ms;
 constexpr char kClearLine[] = "\r\033[K";
@@ -64,10 +65,12 @@ void Progress::Clear() {
 }
 
 bool Progress::Advanced(const quill::darwin::TreeProgress& progress) {
+  // Between two entries: the work stops and takes back what it has not finished.
   if (WasInterrupted()) {
     leftPartOfSource_ = progress.itemsRemovedFromSource > 0;
     return false;
   }
+  // A log would keep every one of these lines.
   if (!isTerminal_ || Clock::now() < nextLine_) return true;
   Show(progress);
   nextLine_ = Clock::now() + kLineInterval;
@@ -75,6 +78,7 @@ bool Progress::Advanced(const quill::darwin::TreeProgress& progress) {
 }
 
 void Progress::MetadataNotKept(const char* entry, quill::darwin::TreeMetadata what, int error) {
+  // A file system that cannot keep owners loses them for each entry, which is why this has to be asked for.
   if (!tellsLosses_) return;
   Clear();
   const std::string message = "quillfs: " + Printable(entry) + ": " + MetadataName(what) + " not kept, " +

@@ -11,6 +11,7 @@ namespace {
 void Touch(Session& session, const Arguments& arguments) {
   using Milliseconds = std::chrono::duration<double, std::milli>;
   const std::string* date = arguments.Value("--date");
+  // Once for all paths, so that they get the same date.
   const double now = Milliseconds(std::chrono::system_clock::now().time_since_epoch()).count();
   const double modified = date ? ParseDate(*date).value_or(now) : now;
   for (const QuillFileString& path : arguments.Paths()) {
@@ -29,6 +30,7 @@ void ReadOnly(Session& session, const Arguments& arguments) {
 /// The code as four characters, or as a number if they are not printable.
 std::string CreatorText(unsigned int creator) {
   std::string text;
+  // The first character is the highest byte, as in the codes' published spelling.
   for (int shift = 24; shift >= 0; shift -= 8) text += static_cast<char>(creator >> shift & 0xff);
   for (const char character : text) {
     if (std::isprint(static_cast<unsigned char>(character))) continue;
@@ -43,6 +45,7 @@ void Creator(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     session.Begin();
     const unsigned int creator = session.manager.FileGetCreator(path);
+    // A code of 0 looks like a failure without a reason, and is reported as one.
     creator != 0 ? (void)session.output.Print(CreatorText(creator) + "\n") : session.Fail(path);
   }
 }

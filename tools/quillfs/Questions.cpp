@@ -21,12 +21,14 @@ struct ItemAnswers {
 bool Ask(Session& session, const QuillFileString& path, ItemAnswers& answers) {
   session.Begin();
   quill::StandaloneFileManager& manager = session.manager;
+  // First, because a dangling link does not exist and is an item all the same.
   answers.isLink = manager.FileIsSymLink(path);
   if (!answers.isLink && !manager.FileExists(path)) {
     session.Fail(TextOf(path), kQuillErrNotFound);
     return false;
   }
   answers.isDirectory = manager.FileIsDir(path);
+  // Each may fail alone, when the item changes meanwhile. What is missing is left out, or null in JSON.
   answers.hasSize = manager.FileGetSize(path, answers.size);
   answers.hasDates = manager.FileGetDates(path, answers.created, answers.modified);
   answers.access = kAccessNames[manager.FileGetEffectivePermissions(path)];
@@ -43,6 +45,7 @@ void PrintJson(Output& output, const QuillFileString& path, const ItemAnswers& a
 }
 
 void PrintText(Output& output, const QuillFileString& path, const ItemAnswers& answers) {
+  // Existing without a size: only a link whose target is missing is like that.
   const std::string kind = answers.isDirectory ? "directory" : answers.hasSize ? "file" : "dangling link";
   output.Print("path      " + output.Shown(TextOf(path)) + "\n");
   output.Print("kind      " + kind + (answers.isLink && answers.hasSize ? ", through a link\n" : "\n"));
@@ -95,6 +98,7 @@ void SpaceAvailable(Session& session, const Arguments& arguments) {
       session.Fail(path);
       continue;
     }
+    // Whole bytes for scripts; "df" has the units.
     session.output.Print(std::to_string(static_cast<long long>(freeBytes)) + "\n");
   }
 }
@@ -112,6 +116,7 @@ void PrintAnswer(Session& session, const Arguments& arguments, const QuillFileSt
 void Access(Session& session, const Arguments& arguments) {
   for (const QuillFileString& path : arguments.Paths()) {
     const int access = session.manager.FileGetEffectivePermissions(path);
+    // The operation records nothing, so the reason is this one.
     if (access == 0) {
       session.Fail(TextOf(path), kQuillErrNotFound);
     } else if (arguments.Has("--json")) {
@@ -123,6 +128,7 @@ void Access(Session& session, const Arguments& arguments) {
 }
 
 bool GetSize(quill::StandaloneFileManager& manager, const QuillFileString& path, bool throughObject, long long& size) {
+  // The two may differ: the other one opens the file, so it needs the right to read it.
   if (!throughObject) return manager.FileGetSize(path, size);
   unsigned long long unsignedSize = 0;
   if (!manager.FileGetLSize(path, unsignedSize)) return false;

@@ -19,6 +19,8 @@ bool IsVague(int code) { return code == kQuillErrIO || code == kQuillErrIllegalP
 /// The text and number of the code, and the system's reason where the code alone is too vague.
 std::string ReasonText(int code, int posixError) {
   if (code == kQuillErrNone && posixError == 0) return "failed without a reason";
+  // Some operations record no code. The one of the system's reason has the same words, and is what others would have
+  // recorded.
   if (code == kQuillErrNone) code = OSXFileSystemUtils::_PosixErrToQuillErr(posixError);
   std::string reason = CodeText(code);
   if (IsVague(code) && posixError != 0) reason += ", " + std::generic_category().message(posixError);
@@ -71,6 +73,7 @@ void Session::FailWithSourceLeft() {
 std::string Session::Reason() {
   const quill::OperationFailure& failure = manager.LastFailure();
   std::string reason = ReasonText(manager.GetLastError(), failure.posixError);
+  // A tree may hold thousands of items, so the message names the one that failed.
   if (!failure.entry.empty() && failure.entry != TextOf(failure.path)) reason += ", at " + Printable(failure.entry);
   return reason;
 }
@@ -90,5 +93,6 @@ int Session::Finish() {
   const int error = output.Finish();
   if (error == EPIPE) return kExitFailure;  // the reader has closed the pipe, so a message would be noise
   if (error != 0) FailForSystem("standard output", error);
+  // Even if the work was finished when the signal came: the caller asked for an end.
   return WasInterrupted() ? kExitInterrupted + Interruption() : status_;
 }

@@ -7,6 +7,7 @@ namespace {
 
 /// How many letters to insert, delete, replace or swap with a neighbour (restricted Damerau-Levenshtein distance).
 std::size_t Distance(std::string_view from, std::string_view to) {
+  // Three rows of the table are enough: a swap looks back two, everything else one.
   std::vector<std::size_t> beforeLast(to.size() + 1), last(to.size() + 1), row(to.size() + 1);
   std::iota(last.begin(), last.end(), std::size_t{0});
   for (std::size_t i = 1; i <= from.size(); ++i) {
@@ -30,6 +31,7 @@ const std::string* NearestWord(std::string_view typed, const std::vector<std::st
   std::size_t nearestDistance = typed.size() > 3 ? 3 : 2;  // only smaller distances count
   for (const std::string& word : words) {
     const std::size_t distance = Distance(typed, word);
+    // A word of which every letter would have to change is no suggestion.
     if (distance >= nearestDistance || distance >= typed.size()) continue;
     nearest = &word;
     nearestDistance = distance;

@@ -22,6 +22,8 @@ void ForEachCharacter(std::string_view bytes, Visit visit) {
   }
 }
 
+// Control characters move the cursor or set colours, and direction marks reorder what is shown: a name could pose as
+// another, or as a message.
 bool MisleadsTerminal(int value) {
   const bool isControl = value < 0x20 || (value >= 0x7f && value <= 0x9f);
   const bool turnsDirection = value == 0x061c || value == 0x200e || value == 0x200f ||
@@ -46,6 +48,7 @@ std::string Escaped(int character) {
 std::string JsonEscaped(int value) {
   if (value == '"') return "\\\"";
   if (value == '\\') return "\\\\";
+  // All else is escaped, so the line is ASCII and comes through every pipe.
   if (value >= 0x20 && value < 0x7f) return {static_cast<char>(value)};
   if (value < 0x10000) return Formatted("\\u%04x", value);
   const int pair = value - 0x10000;
@@ -80,6 +83,7 @@ std::string JsonString(std::string_view bytes) {
 int DisplayWidth(std::string_view printable) {
   int width = 0;
   ForEachCharacter(printable, [&width](int character, std::string_view) {
+    // -1 for what the locale cannot print; a column is the best guess.
     const int columns = ::wcwidth(static_cast<wchar_t>(character));
     width += columns >= 0 ? columns : 1;
   });
@@ -87,6 +91,7 @@ int DisplayWidth(std::string_view printable) {
 }
 
 std::string DateText(double millisecondsSince1970) {
+  // Down, also before 1970, so that the fraction is never negative.
   const double seconds = std::floor(millisecondsSince1970 / 1000);
   const auto moment = static_cast<std::time_t>(seconds);
   std::tm local{};

@@ -29,6 +29,7 @@ class Guide {
     Say("A fresh directory: " + session_.output.Shown(TextOf(root)));
     const bool whole = WriteAndRead() && CopyAndMove() && Break() && MeetAnotherForm();
     const int code = manager_.GetLastError();
+    // Whatever happened, nothing is left; the code was kept, as the removal may record another.
     const bool clean = manager_.DirDeleteWithContents(root);
     if (!whole || !clean) return session_.Fail(TextOf(root), clean ? code : manager_.GetLastError());
     Say("\nThe directory is gone again. quillfs --help shows what else there is.");
@@ -75,6 +76,7 @@ class Guide {
       Call(entry.type == kQuillFileTypeDirectory ? "directory" : "file     ",
            session_.output.Shown(TextOf(entry.path)));
     }
+    // Null for an empty listing, which is allowed.
     manager_.FindClose(listing);
   }
 
@@ -99,6 +101,7 @@ class Guide {
 
   bool MeetAnotherForm() {
     Say("\nNames: one is stored as e + U+0301, listed as \u00e9, and found by either.");
+    // In decomposed form, which stays on the disk.
     const std::unique_ptr<IQuillFileReadWriteTemp> made(
         manager_.FileOpen(At("cafe\u0301"), kQuillOpenWrite | kQuillOpenCreate));
     if (!made) return false;

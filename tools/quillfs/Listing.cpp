@@ -114,12 +114,16 @@ class Lister {
   std::vector<ShownName> columns_;
 };
 
+/// The errno at which the listing broke off; 0 when it came to its end.
 template <typename Visit>
-void ForEachEntry(quill::StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
+int ForEachEntry(quill::StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
   do {
     visit(Entry{std::string(TextOf(info.path)), info.type == kQuillFileTypeDirectory});
+    manager.ForgetFailure();
   } while (manager.FindNext(handle, info));
+  const int brokeOff = manager.LastFailure().posixError;
   manager.FindClose(handle);
+  return brokeOff;
 }
 
 void ListDirectory(Session& session, const Arguments& arguments, const QuillFileString& directory) {
@@ -127,20 +131,23 @@ void ListDirectory(Session& session, const Arguments& arguments, const QuillFile
   FindFileInfo info;
   QuillFileFindRef* handle = session.manager.FindFirst(directory, info);
   if (!handle) {
+    const int cause = session.manager.LastFailure().posixError;
     // FindFirst answers null both for an empty directory and for one that cannot be read.
     bool isEmpty = false;
-    if (!session.manager.DirIsEmpty(directory, isEmpty)) session.Fail(directory);
+    if (!session.manager.DirIsEmpty(directory, isEmpty)) return session.Fail(directory);
+    if (cause != 0) session.FailForSystem(TextOf(directory), cause);
     return;
   }
   Lister lister(session, directory, StyleOf(arguments, session.output));
   std::vector<Entry> entries;
-  ForEachEntry(session.manager, handle, info, [&](Entry entry) {
+  const int brokeOff = ForEachEntry(session.manager, handle, info, [&](Entry entry) {
     if (arguments.Has("--unsorted")) return lister.Show(entry);
     entries.push_back(std::move(entry));
   });
   std::sort(entries.begin(), entries.end(), [](const Entry& one, const Entry& other) { return one.name < other.name; });
   for (const Entry& entry : entries) lister.Show(entry);
   lister.Finish();
+  if (brokeOff) session.FailForSystem(TextOf(directory), brokeOff);
 }
 
 void List(Session& session, const Arguments& arguments) {
@@ -166,7 +173,8 @@ void Roots(Session& session, const Arguments&) {
   FindFileInfo info;
   QuillFileFindRef* handle = session.manager.FindFirstRoot(info);
   if (!handle) return session.Fail("volumes");
-  ForEachEntry(session.manager, handle, info, [&](const Entry& entry) { session.output.PrintNameLine(entry.name); });
+  (void)ForEachEntry(session.manager, handle, info,
+                     [&](const Entry& entry) { session.output.PrintNameLine(entry.name); });  // it cannot break off
 }
 
 }  // namespace

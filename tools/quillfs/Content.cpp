@@ -14,8 +14,22 @@ namespace {
 
 constexpr std::size_t kChunkSize = 128 * 1024;
 
-/// Reports a failed open. One that records no code means that the item is a directory or cannot be positioned.
-void FailToOpen(Session& session, const QuillFileString& path) { session.FailOr(TextOf(path), kQuillErrNotAFile); }
+/// Opening fails without a code for what cannot be read in order, such as a directory or a FIFO, and for reasons of the
+/// system that have no code.
+void FailToOpen(Session& session, const QuillFileString& path) {
+  const int cause = session.manager.LastFailure().posixError;
+  const bool isOfWrongKind = cause == EISDIR || cause == ESPIPE || cause == ENXIO || cause == 0;
+  if (session.manager.GetLastError() != kQuillErrNone) return session.Fail(path);
+  isOfWrongKind ? session.Fail(TextOf(path), kQuillErrNotAFile) : session.FailForSystem(TextOf(path), cause);
+}
+
+/// An open that could not empty a file opens it all the same; what is written then would stand in the old contents.
+bool IsEmptied(Session& session, const QuillFileString& path) {
+  long long size = 0;
+  if (!session.manager.FileGetSize(path, size) || size == 0) return true;
+  session.Fail(TextOf(path), kQuillErrIO);
+  return false;
+}
 
 /// Makes \p call and reports its failure, or the platform exception that it throws, as one of \p path.
 template <typename Call>
@@ -98,6 +112,7 @@ void Write(Session& session, const Arguments& arguments) {
   const unsigned int flags = kQuillOpenWrite | kQuillOpenCreate | (position ? 0U : kQuillOpenTruncate);
   const std::unique_ptr<IQuillFileReadWriteTemp> file(session.manager.FileOpen(path, flags));
   if (!file) return FailToOpen(session, path);
+  if (!position && !IsEmptied(session, path)) return;
 
   long long reached = 0;
   if (position && !file->Seek(*position, kQuillFileSeekBegin, reached)) {
@@ -117,6 +132,7 @@ void Append(Session& session, const Arguments& arguments) {
   const ETruncateOnOpen truncate = arguments.Has("--empty") ? kQuillTruncateOnOpen : kQuillKeepOnOpen;
   const std::unique_ptr<IQuillFileAppendOnly> file(session.manager.FileOpenAppend(path, truncate));
   if (!file) return FailToOpen(session, path);
+  if (truncate == kQuillTruncateOnOpen && !IsEmptied(session, path)) return;
   input.PassTo([&](std::string_view chunk) {
     return Guarded(session, path, [&] { return file->Append(chunk.data(), chunk.size()); });
   });

@@ -18,7 +18,9 @@ function(quill_compile_as_ours target)
   endif()
   set(optimised $<CONFIG:Release,RelWithDebInfo,MinSizeRel>)
   target_compile_options(${target} PRIVATE
-    "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2;-fstack-protector-strong>"
+    "$<${optimised}:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=3;-fstack-protector-strong;-fstack-clash-protection>"
+    "$<$<AND:${optimised},$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>>:-fcf-protection>"
+    -D_GLIBCXX_ASSERTIONS
     # The same source gives the same library wherever it lies.
     "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.")
   get_target_property(type ${target} TYPE)

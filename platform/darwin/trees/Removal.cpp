@@ -63,8 +63,7 @@ class Removal final : public TreeVisitor {
 
   Next OpenFailed(TreeLevel& in, const char* name, Error error) override {
     if (error == ENOENT) return Next::kGoOn;
-    // It was exchanged for something else since its type was read.
-    if (error == ENOTDIR || error == ELOOP) return copied_ ? Fail(EBUSY) : AfterExchange(Remove(in, name, 0));
+    if (error == Error::Replaced()) return copied_ ? Fail(EBUSY) : AfterExchange(Remove(in, name, 0));
     if (mode_ == RemovalMode::kOwnCopy && !GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
     if (!copied_ && !Remove(in, name, AT_REMOVEDIR)) return Removed();

@@ -50,8 +50,9 @@ bool TreeWalk::Visit(const DirectoryReader::Entry& entry) {
 }
 
 Error TreeWalk::OpenBelow(const char* name, FileDescriptor& directory, ItemStatus& status) {
-  if (const Error error = OpenIn(levels_.back().descriptor(), name, kDirectory, directory)) return error;
-  return GetStatus(directory.get(), status);
+  const Error unopened = OpenIn(levels_.back().descriptor(), name, kDirectory, directory);
+  if (unopened == ENOTDIR || unopened == ELOOP) return Error::Replaced();
+  return unopened ? unopened : GetStatus(directory.get(), status);
 }
 
 bool TreeWalk::Enter(const char* name) {
@@ -61,7 +62,8 @@ bool TreeWalk::Enter(const char* name) {
   if (const Error error = OpenBelow(name, directory, status)) {
     const auto next = visitor_.OpenFailed(in, name, error);
     if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
-    if (const Error again = OpenBelow(name, directory, status)) return Stop(again);
+    const Error again = directory.IsOpen() ? Error() : OpenBelow(name, directory, status);
+    if (!directory.IsOpen()) return Stop(again);
   }
 
   TreeLevel& entered = levels_.emplace_back();

@@ -47,7 +47,8 @@ class TreeVisitor {
 
   /// kGoInto for a directory that is to be walked.
   virtual Next Visit(TreeLevel& in, const DirectoryReader::Entry& entry) = 0;
-  /// The directory could not be opened. kGoInto to try once more.
+  /// The directory could not be opened: Error::Replaced when it is none by now. Or it could not be asked what it is.
+  /// kGoInto to try once more, and to do without its status if need be.
   virtual Next OpenFailed(TreeLevel& in, const char* name, Error error) = 0;
   /// It is open. kGoInto, or kGoOn to pass it by.
   virtual Next Enter(TreeLevel& in, TreeLevel& directory) = 0;

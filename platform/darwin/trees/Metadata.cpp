@@ -5,6 +5,7 @@
 
 #include <linux/limits.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -67,6 +68,14 @@ Error MetadataCopier::CopyOwner(const ItemStatus& source, OpenItem to, bool& kep
   return UnlessNotKept(TreeMetadata::kOwner, error);
 }
 
+/// Without its access control list an item would have other permissions, so that is asked for even where the names
+/// cannot be listed.
+void MetadataCopier::GuessNames(const ItemStatus& source, std::size_t& length) {
+  constexpr char kLists[] = "system.posix_acl_access\0system.posix_acl_default";
+  length = source.IsLink() ? 0 : source.IsDirectory() ? sizeof kLists : sizeof kAccessList;
+  std::copy_n(kLists, length, names_.begin());
+}
+
 Error MetadataCopier::ListNames(OpenItem from, std::size_t& length) {
   Error error = ListAttributes(from, names_.data(), names_.size(), length);
   if (error == ERANGE && names_.size() < XATTR_LIST_MAX) {
@@ -81,7 +90,10 @@ Error MetadataCopier::ListNames(OpenItem from, std::size_t& length) {
 
 Error MetadataCopier::CopyAttributes(OpenItem from, const ItemStatus& source, OpenItem to, mode_t& mode) {
   std::size_t length = 0;
-  if (const Error error = ListNames(from, length)) return error;
+  if (const Error unlisted = ListNames(from, length)) {
+    if (const Error error = UnlessNotKept(TreeMetadata::kExtendedAttributes, unlisted)) return error;
+    GuessNames(source, length);
+  }
   // Under a umask that leaves its owner no rights a new file would refuse them.
   if (length > 0 && source.IsFile()) {
     const Error error = ChangeMode(to, S_IRUSR | S_IWUSR);

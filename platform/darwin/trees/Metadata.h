@@ -29,6 +29,7 @@ class MetadataCopier {
   };
 
   Error CopyOwner(const ItemStatus& source, OpenItem to, bool& kept);
+  void GuessNames(const ItemStatus& source, std::size_t& length);
   Error ListNames(OpenItem from, std::size_t& length);
   Error CopyAttributes(OpenItem from, const ItemStatus& source, OpenItem to, mode_t& mode);
   Error GetValue(OpenItem from, const char* name, std::size_t& length);

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -8,6 +9,7 @@
 #include "platform/darwin/trees/Trees.h"
 #include "tests/darwin/trees/RecordingObserver.h"
 #include "tests/support/Fixture.h"
+#include "tests/support/Mount.h"
 #include "tests/support/Snapshot.h"
 #include "tests/support/Trees.h"
 
@@ -92,6 +94,28 @@ TEST_F(CopyTree, LeavesNothingWhenItIsStoppedOrAbandoned) {
     EXPECT_EQ(error == 0 ? 2 : 1, CountItems()) << last;
   }
   EXPECT_GT(last, 10U);
+}
+
+// More than 64 KiB of names cannot be listed, and nothing in such a directory could be copied.
+TEST_F(CopyTree, GoesOnWithoutAttributesThatCannotBeListed) {
+  fs::create_directory(In("other"));
+  const Mount mount("tmpfs", In("other"), "");
+  if (!mount) GTEST_SKIP() << mount.WhyNot();
+  fs::create_directory(In("other/tree"));
+  WriteFile(In("other/tree/file"), "contents");
+  const bool hasList = GrantAccess(In("other/tree"), "system.posix_acl_access");
+  for (int number = 100; number < 400; ++number) {
+    const std::string name = "trusted." + std::string(240, 'n') + std::to_string(number);
+    if (::setxattr(In("other/tree").c_str(), name.c_str(), "", 0, 0) != 0)
+      GTEST_SKIP() << "no room for such attributes";
+  }
+  RecordingObserver observer;
+  const quill::darwin::TreeObserverScope scope(&observer);
+  ASSERT_EQ(0, Copy("other/tree", "other/copy"));
+  EXPECT_EQ("contents", Contents(In("other/copy/file")));
+  ASSERT_EQ(1U, observer.notKept.size());
+  const std::string copy = In("other/copy");
+  EXPECT_EQ(hasList, ::getxattr(copy.c_str(), "system.posix_acl_access", nullptr, 0) > 0);
 }
 
 TEST_F(CopyTree, ReadsToTheEndWhateverSizeIsClaimed) {

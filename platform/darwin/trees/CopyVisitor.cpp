@@ -107,10 +107,8 @@ TreeVisitor::Next CopyVisitor::Enter(TreeLevel& in, TreeLevel& directory) {
 
 Error CopyVisitor::MakeCounterpart(TreeLevel& in, TreeLevel& directory) {
   const Target target = TargetOf(in, directory.name.c_str());
-  Error error = MakeNewDirectory(target.directory, target.name, directory.counterpart);
-  while (error && walk_.FreeDescriptorAfter(error)) {
-    error = MakeNewDirectory(target.directory, target.name, directory.counterpart);
-  }
+  const auto make = [&] { return MakeNewDirectory(target.directory, target.name, directory.counterpart); };
+  const Error error = walk_.WithDescriptor(make);
   if (error || !staging_.lacksRights()) return error;
   return ChangeMode({directory.counterpart.get()}, S_IRWXU);
 }
@@ -199,10 +197,8 @@ Error CopyVisitor::LinkEarlier(const ItemStatus& source, Target target) {
 
 Error CopyVisitor::Remember(const ItemStatus& source, Target target) {
   if (source.links < 2 || walk_.CurrentEntry().empty()) return {};
-  Error error = links_.Remember(source, target.directory, target.name);
-  while (error && walk_.FreeDescriptorAfter(error)) {
-    error = links_.Remember(source, target.directory, target.name);
-  }
+  const auto remember = [&] { return links_.Remember(source, target.directory, target.name); };
+  const Error error = walk_.WithDescriptor(remember);
   const bool cannotBeHeld = error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK;
   if (!cannotBeHeld) return error;
   report_.NotKept(TreeMetadata::kHardLink, error);

@@ -99,13 +99,8 @@ bool TreeWalk::Stop(Error error) {
 }
 
 Error TreeWalk::OpenIn(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode) {
-  for (;;) {
-    const Error error = Open(directory, name, flags, opened, mode);
-    if (!error || !FreeDescriptorAfter(error)) return error;
-  }
+  return WithDescriptor([&] { return Open(directory, name, flags, opened, mode); });
 }
-
-bool TreeWalk::FreeDescriptorAfter(Error error) { return (error == EMFILE || error == ENFILE) && CloseHighest(); }
 
 // The last two are in use.
 bool TreeWalk::CloseHighest() {

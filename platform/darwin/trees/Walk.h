@@ -72,11 +72,17 @@ class TreeWalk {
   /// Visits \p name in \p parent and, if the visitor wants it, everything below.
   void Run(int parent, const char* name);
 
-  /// Opens a name in a directory; when descriptors are scarce, closes directories higher up and tries again.
-  Error OpenIn(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode = 0);
+  /// Makes a call that needs a descriptor; when these are scarce, closes directories higher up and calls again.
+  template <typename Call>
+  Error WithDescriptor(Call call) {
+    for (;;) {
+      const Error error = call();
+      if ((error != EMFILE && error != ENFILE) || !CloseHighest()) return error;
+    }
+  }
 
-  /// Closes a directory higher up when \p error says that descriptors are scarce. True when trying again may help.
-  bool FreeDescriptorAfter(Error error);
+  /// Opens a name in a directory in this way.
+  Error OpenIn(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode = 0);
 
   /// The directory that holds the tree.
   bool IsOutside(const TreeLevel& in) const { return &in == &levels_.front(); }

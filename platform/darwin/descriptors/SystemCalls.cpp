@@ -40,6 +40,17 @@ Error MakeFromTemplate(std::string& pathTemplate, Make make) {
   return {};
 }
 
+/// The item is looked up once and opened through that descriptor, so that what is waited for is a regular file.
+Error OpenLeased(int directory, const char* name, int flags, FileDescriptor& opened) noexcept {
+  FileDescriptor lookup;
+  if (const Error error = Open(directory, name, O_PATH | (flags & O_NOFOLLOW), lookup)) return error;
+  mode_t mode = 0;
+  if (const Error error = GetMode(lookup.get(), "", AT_EMPTY_PATH, mode)) return error;
+  if (!S_ISREG(mode)) return EAGAIN;
+  const Error error = Open(AT_FDCWD, DescriptorPath(lookup.get()).text, flags & ~(O_NOFOLLOW | O_CREAT), opened);
+  return error == ENOENT ? EAGAIN : error;  // /proc is not mounted
+}
+
 }  // namespace
 
 Error FileDescriptor::Close() noexcept {
@@ -55,6 +66,12 @@ Error Open(int directory, const char* name, int flags, FileDescriptor& opened, m
   }
   opened = FileDescriptor(descriptor);
   return {};
+}
+
+Error OpenWithoutWaiting(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode) noexcept {
+  flags |= O_NOCTTY;
+  const Error error = Open(directory, name, flags | O_NONBLOCK, opened, mode);
+  return error == EAGAIN ? OpenLeased(directory, name, flags, opened) : error;
 }
 
 Error OpenForReading(int directory, FileDescriptor& opened) noexcept {

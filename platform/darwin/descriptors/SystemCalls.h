@@ -32,6 +32,10 @@ struct OpenItem {
 
 /// \p flags without O_CLOEXEC, which is always added.
 Error Open(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode = 0) noexcept;
+/// The same, without waiting for the other end of a FIFO, and never as the program's terminal. Only a regular file that
+/// somebody has a lease on is waited for, until the lease is given back or the kernel takes it away
+/// (/proc/sys/fs/lease-break-time, 45 seconds).
+Error OpenWithoutWaiting(int directory, const char* name, int flags, FileDescriptor& opened, mode_t mode = 0) noexcept;
 /// The directory \p directory itself, for reading; it may be open for lookup alone.
 Error OpenForReading(int directory, FileDescriptor& opened) noexcept;
 Error Duplicate(int descriptor, FileDescriptor& copy) noexcept;

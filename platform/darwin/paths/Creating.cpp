@@ -61,9 +61,9 @@ Error EnsureDirectory(const char* path, mode_t allowedToOthers) {
 }  // namespace
 
 Error CreateFile(const char* path, ExistingContents contents, FileDescriptor& file) {
-  const int flags = O_WRONLY | O_CREAT | O_NOCTTY | O_NONBLOCK | (contents == ExistingContents::kEmpty ? O_TRUNC : 0);
-  return OnPathForCreation(path,
-                           [&](const char* place) { return Open(AT_FDCWD, place, flags, file, kReadableAndWritable); });
+  const int flags = O_WRONLY | O_CREAT | (contents == ExistingContents::kEmpty ? O_TRUNC : 0);
+  return OnPathForCreation(
+      path, [&](const char* place) { return OpenWithoutWaiting(AT_FDCWD, place, flags, file, kReadableAndWritable); });
 }
 
 Error CreateExclusively(const char* path, std::string_view contents) {

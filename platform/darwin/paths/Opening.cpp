@@ -12,9 +12,8 @@
 namespace quill::darwin {
 namespace {
 
-/// Without O_NONBLOCK, opening a FIFO waits for its other end.
-Error OpenWithoutWaiting(const char* path, int flags, FileDescriptor& opened) {
-  return OnPath(path, [&](const char* name) { return Open(AT_FDCWD, name, flags | O_NOCTTY | O_NONBLOCK, opened); });
+Error OpenExisting(const char* path, int flags, FileDescriptor& opened) {
+  return OnPath(path, [&](const char* name) { return OpenWithoutWaiting(AT_FDCWD, name, flags, opened); });
 }
 
 /// For writing, the kernel opens no directory itself.
@@ -29,7 +28,7 @@ Error RefuseDirectory(const FileDescriptor& file, int access) {
 
 Error OpenPositionable(const char* path, int access, FileDescriptor& file, std::int64_t& end) {
   FileDescriptor opened;
-  if (const Error error = OpenWithoutWaiting(path, access, opened)) return error;
+  if (const Error error = OpenExisting(path, access, opened)) return error;
   if (const Error error = RefuseDirectory(opened, access)) return error;
   if (const Error error = Seek(opened.get(), 0, SEEK_END, end)) return error;
   file = std::move(opened);
@@ -37,7 +36,7 @@ Error OpenPositionable(const char* path, int access, FileDescriptor& file, std::
 }
 
 Error OpenDirectory(const char* path, FileDescriptor& directory) {
-  return OpenWithoutWaiting(path, O_RDONLY | O_DIRECTORY, directory);
+  return OpenExisting(path, O_RDONLY | O_DIRECTORY, directory);
 }
 
 Error IsEmptyDirectory(const char* path, bool& empty) {

@@ -18,7 +18,7 @@
 namespace quill::darwin {
 namespace {
 
-constexpr int kOpenSource = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+constexpr int kOpenSource = O_RDONLY | O_NOFOLLOW;
 constexpr int kOpenTarget = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
 constexpr int kLookUp = O_PATH | O_NOFOLLOW;
 
@@ -149,7 +149,8 @@ TreeVisitor::Next CopyVisitor::Miss(TreeLevel& in, Error error) {
 /// Error::Replaced when it is no regular file any more, or gone.
 Error CopyVisitor::CopyFile(TreeLevel& in, const char* name, Target target) {
   FileDescriptor from;
-  const Error unopened = walk_.OpenIn(in.descriptor(), name, kOpenSource, from);
+  const auto open = [&] { return OpenWithoutWaiting(in.descriptor(), name, kOpenSource, from); };
+  const Error unopened = walk_.WithDescriptor(open);
   if (unopened == ELOOP || unopened == ENXIO || unopened == ENOENT) return Error::Replaced();
   if (unopened) return unopened;
   ItemStatus source;

@@ -40,12 +40,12 @@ Error FillAndPlace(const CopyRequest& request, int from, const ItemStatus& sourc
 }  // namespace
 
 Error CopyFileWithoutName(const CopyRequest& request, TreeReport& report) {
-  constexpr int kRead = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  constexpr int kRead = O_RDONLY | O_NOFOLLOW;
   constexpr int kUnnamed = O_WRONLY | O_TMPFILE;
   FileDescriptor from, to;
   ItemStatus source;
   // The general way meets the same reason, and reports it.
-  if (Open(request.from.parent.get(), request.from.name.c_str(), kRead, from)) return Error::NoSuchWay();
+  if (OpenWithoutWaiting(request.from.parent.get(), request.from.name.c_str(), kRead, from)) return Error::NoSuchWay();
   if (GetStatus(from.get(), source) || !source.IsFile()) return Error::NoSuchWay();
   if (Open(request.to.parent.get(), ".", kUnnamed, to, S_IRUSR | S_IWUSR)) return Error::NoSuchWay();
   const Error error = FillAndPlace(request, from.get(), source, to.get(), report);

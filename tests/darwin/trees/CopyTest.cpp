@@ -3,6 +3,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 #include <new>
 
@@ -116,6 +117,24 @@ TEST_F(CopyTree, GoesOnWithoutAttributesThatCannotBeListed) {
   ASSERT_EQ(1U, observer.notKept.size());
   const std::string copy = In("other/copy");
   EXPECT_EQ(hasList, ::getxattr(copy.c_str(), "system.posix_acl_access", nullptr, 0) > 0);
+}
+
+// A leased file refuses to be opened without waiting, and ended the copy.
+TEST_F(CopyTree, WaitsUntilALeaseIsGivenBack) {
+  static int leased = -1;
+  fs::create_directory(In("tree"));
+  WriteFile(In("tree/file"), "contents");
+  leased = ::open(In("tree/file").c_str(), O_RDONLY | O_CLOEXEC);
+  struct sigaction giveBack {};
+  giveBack.sa_handler = [](int) { (void)::fcntl(leased, F_SETLEASE, F_UNLCK); };
+  struct sigaction before {};
+  ASSERT_EQ(0, ::sigaction(SIGIO, &giveBack, &before));
+  for (const char* part : {"tree", "tree/file"}) {
+    if (::fcntl(leased, F_SETLEASE, F_WRLCK) != 0) break;
+    ExpectWholeCopy(part, "copy");
+  }
+  ASSERT_EQ(0, ::sigaction(SIGIO, &before, nullptr));
+  ::close(leased);
 }
 
 TEST_F(CopyTree, ReadsToTheEndWhateverSizeIsClaimed) {

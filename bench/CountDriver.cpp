@@ -219,7 +219,7 @@ class Driver {
     const auto source = PathString(tree);
     int round = 0;
     const auto copyName = [&](int number) { return PathString(base / ("copy" + std::to_string(number))); };
-    Count("copy a tree of small files", kEntries, {10 * kEntries + 4 * kTreeCalls, kStated},
+    Count("copy a tree of small files", kEntries, {11 * kEntries + 4 * kTreeCalls, kStated},
           [&] { Require(manager.FileOrDirCopy(source, copyName(round++), /*clobber=*/false), "FileOrDirCopy"); });
     Count("remove a tree of files", kEntries, {kEntries + kTreeCalls, kStated},
           [&] { Require(manager.DirDeleteWithContents(copyName(--round)), "DirDeleteWithContents"); });

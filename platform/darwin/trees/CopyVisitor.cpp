@@ -44,6 +44,13 @@ Error CopyLink(int from, int directory, const char* name) {
   return MakeLink(directory, name, target);
 }
 
+/// Whether \p made can be the link or node that was just made for \p source.
+bool IsMadeOf(const ItemStatus& source, const ItemStatus& made) {
+  const bool isDevice = S_ISCHR(source.mode) || S_ISBLK(source.mode);
+  if ((made.mode & S_IFMT) != (source.mode & S_IFMT) || made.links > 1) return false;
+  return !isDevice || made.deviceNumber == source.deviceNumber;
+}
+
 /// Notices that entries have come or gone since the directory was opened.
 Error LookForChange(TreeLevel& directory, bool& hasChanged) {
   const ItemStatus before = directory.status;
@@ -64,9 +71,7 @@ CopyVisitor::CopyVisitor(const CopyRequest& request, const StagingDirectory& sta
       contents_(report),
       metadata_(report),
       links_(staging),
-      syncsOneByOne_(request.copied && SyncsOneByOne(staging.descriptor())) {
-  metadata_.SetOwnerOfNewItems(staging.status().owner, staging.status().group);
-}
+      syncsOneByOne_(request.copied && SyncsOneByOne(staging.descriptor())) {}
 
 void CopyVisitor::Run() {
   walk_.Run(request_.from.parent.get(), request_.from.name.c_str());
@@ -186,8 +191,12 @@ Error CopyVisitor::MakeOther(OpenItem from, const ItemStatus& source, Target tar
                                      : MakeNode(target.directory, target.name, mode, source.deviceNumber);
   if (made) return made;
   FileDescriptor to;
+  ItemStatus status;
   if (const Error error = walk_.OpenIn(target.directory, target.name, kLookUp, to)) return error;
-  if (const Error error = metadata_.Copy(from, source, {to.get(), true})) return error;
+  if (const Error error = GetStatus(to.get(), status)) return error;
+  // It was made by its name: nothing is given to an item that is not the one that was made.
+  if (!IsMadeOf(source, status) || status.owner != staging_.status().owner) return ESTALE;
+  if (const Error error = metadata_.Copy(from, source, {to.get(), true}, status)) return error;
   return Remember(source, target);
 }
 

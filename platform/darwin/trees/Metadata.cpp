@@ -1,4 +1,5 @@
-// The order matters. The owner comes first, as changing it takes away set-user-id bits and capabilities; then the
+// The order matters. The owner comes first, as changing it takes away set-user-id bits and capabilities, and as these
+// bits are only given to an item that has been seen to belong to the right owner; then the
 // attributes, while the item is still closed to everybody else; then the permissions, which open it; and the times
 // last, as everything before them changes these.
 #include "platform/darwin/trees/Metadata.h"
@@ -14,6 +15,12 @@ namespace {
 
 constexpr char kAccessList[] = "system.posix_acl_access";
 constexpr char kDefaultList[] = "system.posix_acl_default";
+
+constexpr mode_t kSetIDs = S_ISUID | S_ISGID;
+
+bool HaveSameOwner(const ItemStatus& one, const ItemStatus& other) {
+  return one.owner == other.owner && one.group == other.group;
+}
 
 bool CannotBeHeld(Error error) {
   return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == E2BIG || error == ERANGE;
@@ -35,10 +42,16 @@ mode_t GroupBits(std::string_view list, mode_t mode) {
 }  // namespace
 
 Error MetadataCopier::Copy(OpenItem from, const ItemStatus& source, OpenItem to) {
-  bool ownerKept = true;
+  ItemStatus made;
+  if (const Error error = GetStatus(to.descriptor, made)) return error;
+  return Copy(from, source, to, made);
+}
+
+Error MetadataCopier::Copy(OpenItem from, const ItemStatus& source, OpenItem to, const ItemStatus& made) {
+  bool ownerKept = false;
   mode_t mode = source.Permissions();
-  if (const Error error = CopyOwner(source, to, ownerKept)) return error;
-  if (!ownerKept) mode &= ~mode_t{S_ISUID | S_ISGID};
+  if (const Error error = CopyOwner(source, to, made, ownerKept)) return error;
+  if (!ownerKept) mode &= ~kSetIDs;
   if (const Error error = CopyAttributes(from, source, to, mode)) return error;
   if (!source.IsLink()) {
     if (const Error error = UnlessNotKept(TreeMetadata::kPermissions, ChangeMode(to, mode))) return error;
@@ -53,11 +66,16 @@ Error MetadataCopier::UnlessNotKept(TreeMetadata what, Error error) {
   return {};
 }
 
-Error MetadataCopier::CopyOwner(const ItemStatus& source, OpenItem to, bool& kept) {
-  if (newOwner_ && newOwner_->user == source.owner && newOwner_->group == source.group) return {};
+Error MetadataCopier::CopyOwner(const ItemStatus& source, OpenItem to, const ItemStatus& made, bool& kept) {
+  kept = HaveSameOwner(made, source);
+  if (kept) return {};
   const Error error = ChangeOwner(to, source.owner, source.group);
-  if (!error) return {};
-  kept = false;
+  if (!error) {
+    // Some file systems accept the change and do nothing, which only matters to what runs with the owner's rights.
+    ItemStatus changed;
+    kept = (source.mode & kSetIDs) == 0 || (!GetStatus(to.descriptor, changed) && HaveSameOwner(changed, source));
+    return {};
+  }
   // A user who cannot change the owner can still set one of their groups.
   if (error == EPERM) (void)ChangeOwner(to, static_cast<uid_t>(-1), source.group);
   // EINVAL: an owner that this user namespace cannot name. ENOENT: a server that follows a dangling link.

@@ -2,7 +2,6 @@
 // permissions, times.
 #pragma once
 
-#include <optional>
 #include <vector>
 
 #include "platform/darwin/descriptors/ItemStatus.h"
@@ -16,19 +15,13 @@ class MetadataCopier {
   /// What the target could not hold is reported there.
   explicit MetadataCopier(TreeReport& report) : report_(report), names_(4096), value_(4096) {}
 
-  /// What new items have as owner and group at the target: items that are to have the same need no change.
-  void SetOwnerOfNewItems(uid_t owner, gid_t group) { newOwner_ = {owner, group}; }
-
   /// What the target cannot hold (not supported, not permitted) is reported and does not fail.
   Error Copy(OpenItem from, const ItemStatus& source, OpenItem to);
+  /// The same for a target that was asked already: \p made is its status.
+  Error Copy(OpenItem from, const ItemStatus& source, OpenItem to, const ItemStatus& made);
 
  private:
-  struct Owner {
-    uid_t user;
-    gid_t group;
-  };
-
-  Error CopyOwner(const ItemStatus& source, OpenItem to, bool& kept);
+  Error CopyOwner(const ItemStatus& source, OpenItem to, const ItemStatus& made, bool& kept);
   void GuessNames(const ItemStatus& source, std::size_t& length);
   Error ListNames(OpenItem from, std::size_t& length);
   Error CopyAttributes(OpenItem from, const ItemStatus& source, OpenItem to, mode_t& mode);
@@ -38,7 +31,6 @@ class MetadataCopier {
   Error UnlessNotKept(TreeMetadata what, Error error);
 
   TreeReport& report_;
-  std::optional<Owner> newOwner_;
   std::vector<char> names_;
   std::vector<char> value_;
 };

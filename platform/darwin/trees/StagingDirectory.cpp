@@ -13,10 +13,28 @@ namespace {
 
 constexpr int kMostTrials = 100;
 
-bool OthersMayExchangeEntries(int directory) {
+/// Makes a file that is gone when it is closed. Its descriptor shows it, whatever others do with its name.
+Error OpenProbe(int directory, FileDescriptor& probe) {
+  constexpr mode_t kMode = S_IRUSR | S_IWUSR;
+  if (!Open(directory, ".", O_WRONLY | O_TMPFILE, probe, kMode)) return {};
+  std::string name;
+  if (const Error error = ChooseHiddenName(name)) return error;
+  if (const Error error = Open(directory, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, probe, kMode)) {
+    return error;
+  }
+  return Unlink(directory, name.c_str());
+}
+
+/// Whose a directory is that this process has made. Whoever may write to the parent, its owner among them, may have put
+/// another one in its place before it was opened. A file system may give new items another owner than the process; what
+/// it does with a file shows that.
+Error CheckOwner(int parent, const ItemStatus& made) {
+  if (made.owner == EffectiveUser()) return {};
+  FileDescriptor probe;
   ItemStatus status;
-  if (GetStatus(directory, status)) return true;
-  return (status.mode & (S_IWGRP | S_IWOTH)) != 0 && (status.mode & S_ISVTX) == 0;
+  if (const Error error = OpenProbe(parent, probe)) return error;
+  if (const Error error = GetStatus(probe.get(), status)) return error;
+  return status.owner != EffectiveUser() && status.owner == made.owner ? Error() : Error::Replaced();
 }
 
 }  // namespace
@@ -52,8 +70,7 @@ Error StagingDirectory::Make(int parent) {
 
 Error StagingDirectory::Secure() {
   if (const Error error = GetStatus(descriptor(), status_)) return error;
-  // Another user may have put a directory in its place before it was opened.
-  if (status_.owner != EffectiveUser() && OthersMayExchangeEntries(parent_)) return Error::Replaced();
+  if (const Error error = CheckOwner(parent_, status_)) return error;
   rightsMissing_ = (status_.mode & S_IRWXU) != S_IRWXU;
   if ((status_.mode & ACCESSPERMS) != S_IRWXU) {
     const Error error = ChangeMode({descriptor()}, S_IRWXU);

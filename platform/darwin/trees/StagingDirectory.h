@@ -23,7 +23,7 @@ class StagingDirectory {
   int descriptor() const noexcept { return open_.get(); }
   /// Also a name for what is made in it.
   const char* name() const noexcept { return name_.c_str(); }
-  /// As it is now; new items in it get the same owner and group.
+  /// As it was made. New items in it get the same owner; which group, depends on the directory's mode.
   const ItemStatus& status() const noexcept { return status_; }
   /// Whether this process makes directories without full rights for their owner, so that they must be given.
   bool lacksRights() const noexcept { return rightsMissing_; }

@@ -176,6 +176,26 @@ TEST_F(CopyTree, DropsSetUserIDWithTheOwner) {
   });
 }
 
+// The hidden directory in which a copy is made may inherit a group that the items in it do not.
+TEST_F(CopyTree, KeepsGroupsInADirectoryThatHandsDownItsOwn) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give files to any group";
+  constexpr gid_t kGroup = 2345;
+  MakeMixedTree(In("tree"));
+  for (const auto& entry : fs::recursive_directory_iterator(In("tree"))) {
+    ASSERT_EQ(0, ::lchown(entry.path().c_str(), 0, kGroup)) << entry.path();
+  }
+  fs::create_directory(In("shared"));
+  ASSERT_EQ(0, ::chown(In("shared").c_str(), 0, kGroup));
+  ASSERT_EQ(0, ::chmod(In("shared").c_str(), 02775));
+  const mode_t before = ::umask(0);
+  for (const mode_t mask : {0U, 022U, 077U, 0777U}) {
+    ::umask(mask);
+    for (const char* part : {"", "/plain", "/dangling", "/fifo"})
+      ExpectWholeCopy(std::string("tree") + part, "shared/copy");
+  }
+  ::umask(before);
+}
+
 // The directory's default access control list would open every new item in it to another user.
 TEST_F(CopyTree, InheritsNoAccess) {
   MakeMixedTree(In("tree"));

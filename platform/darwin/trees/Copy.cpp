@@ -76,6 +76,9 @@ Error CopyByStaging(const CopyRequest& request, TreeReport& report) {
   CopyVisitor copy(request, staging, report);
   copy.Run();
   if (report.error()) return report.error();
+  ItemStatus made;
+  if (const Error error = GetStatusOf(staging.descriptor(), staging.name(), FinalLink::kItself, made)) return error;
+  if (const Error error = ReadyToPlace(request, made)) return error;
   if (!copy.readOnlyRoot().IsOpen()) return Place(request, staging.descriptor(), staging.name());
   return PlaceReadOnly(request, staging, copy.readOnlyRoot().get());
 }
@@ -87,6 +90,34 @@ Error CopyItem(const CopyRequest& request, TreeReport& report) {
     if (const Error error = CopyFileWithoutName(request, report); error != Error::NoSuchWay()) return error;
   }
   return report.FailAsWhole(CopyByStaging(request, report));
+}
+
+Error ReadyToPlace(const CopyRequest& request, const ItemStatus& made) {
+  if (!request.copied) return {};
+  *request.made = made;
+  ItemStatus unused;
+  return GetStatusOf(request.from.parent.get(), request.from.name.c_str(), FinalLink::kItself, unused);
+}
+
+// As with the source of a move, the item is renamed to where nobody else can exchange it, looked at there and removed.
+void TakeBackCopy(const CopyRequest& request) {
+  const int parent = request.to.parent.get();
+  const char* name = request.to.name.c_str();
+  StagingDirectory staging;
+  FileDescriptor lookup;
+  ItemStatus found;
+  if (Open(parent, name, O_PATH | O_NOFOLLOW, lookup) || GetStatus(lookup.get(), found)) return;
+  if (!found.IsSameAs(*request.made) || staging.Make(parent)) return;
+  // Moving a directory needs write permission on it.
+  if (found.IsDirectory() && (found.mode & S_IWUSR) == 0) (void)ChangeMode({lookup.get(), true}, S_IRWXU);
+  if (Rename(parent, name, staging.descriptor(), staging.name())) return;
+  ItemStatus taken;
+  const Error unseen = GetStatusOf(staging.descriptor(), staging.name(), FinalLink::kItself, taken);
+  if (!unseen && taken.IsSameAs(found)) {
+    const UnplacedCopy removed(staging);
+    return;
+  }
+  (void)PlaceItem(staging.descriptor(), staging.name(), parent, name, taken.IsDirectory());
 }
 
 Error SyncDirectory(int directory) {

@@ -2,7 +2,8 @@
 // descriptor what it is: what was looked at is what is copied. A directory's copy is made when the walk goes into it
 // and gets its metadata when the walk leaves. An entry that is renamed while its directory is read may be delivered
 // under neither name; so a directory that has changed when its end is reached is read again, and what has its copy
-// already is passed by. An entry that is gone, or another item by now, when its turn comes is left to such a pass.
+// already is passed by. An entry that is gone, or another item by now, when its turn comes is left to such a pass; in a
+// move it ends the copy, as a second mover may have it.
 #include "platform/darwin/trees/CopyVisitor.h"
 
 #include <dirent.h>
@@ -145,6 +146,7 @@ Error CopyVisitor::FinishCounterpart(TreeLevel& in, TreeLevel& directory) {
 void CopyVisitor::PathLost(Error error) { Answer(error); }
 
 TreeVisitor::Next CopyVisitor::Miss(TreeLevel& in, Error error) {
+  if (request_.copied) return Answer(error == Error::Replaced() ? Error(EBUSY) : error);
   const bool mayComeAgain = error == ENOENT || error == Error::Replaced();
   if (!mayComeAgain || walk_.IsOutside(in)) return Answer(error);
   in.missed = error;

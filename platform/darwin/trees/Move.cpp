@@ -2,7 +2,8 @@
 // is made durable and put in place, and then the source is removed. For the removal the source is first renamed into a
 // quarantine, a staging directory beside it, where nobody else can exchange what is in it between the look at it and
 // its removal. Only what was copied is removed, in the state in which it was copied; what is left goes back to its old
-// name.
+// name. That rename also decides between two moves of one source: the second finds nothing, fails, and takes its copy
+// back.
 #include "platform/darwin/trees/Move.h"
 
 #include <fcntl.h>
@@ -20,10 +21,7 @@ namespace {
 /// The source on its way out.
 class Quarantine {
  public:
-  Quarantine(const TreePath& from, const StagingDirectory& staging) : from_(from), staging_(staging) {
-    if (!staging.IsOpen()) return;
-    holdsSource_ = !Rename(from.parent.get(), from.name.c_str(), staging.descriptor(), staging.name());
-  }
+  Quarantine(const TreePath& from, const StagingDirectory& staging) : from_(from), staging_(staging) {}
   Quarantine(const Quarantine&) = delete;
   Quarantine& operator=(const Quarantine&) = delete;
   ~Quarantine() {
@@ -32,6 +30,16 @@ class Quarantine {
     if (GetStatusOf(staging_.descriptor(), staging_.name(), FinalLink::kItself, rest) == ENOENT) return;
     // If the name is taken by now, it stays where it is, under a name of its own.
     (void)PlaceItem(staging_.descriptor(), staging_.name(), from_.parent.get(), from_.name.c_str(), rest.IsDirectory());
+  }
+
+  /// ENOENT when the source is gone: somebody else has moved or removed it. Otherwise it is in the quarantine, or where
+  /// it was if it cannot be renamed.
+  Error TakeSource() {
+    const int parent = from_.parent.get();
+    const char* name = from_.name.c_str();
+    if (staging_.IsOpen()) holdsSource_ = !Rename(parent, name, staging_.descriptor(), staging_.name());
+    ItemStatus unused;
+    return holdsSource_ ? Error() : GetStatusOf(parent, name, FinalLink::kItself, unused);
   }
 
   bool HoldsSource() const noexcept { return holdsSource_; }
@@ -60,14 +68,17 @@ Error PrepareQuarantine(const MoveRequest& request, StagingDirectory& staging) {
   return error == ENOSPC || error == EDQUOT || error == EMLINK ? Error() : error;
 }
 
-Error RemoveSource(const MoveRequest& request, const StagingDirectory& staging, CopiedItems& copied,
-                   TreeReport& report) {
+/// \p wasOurs is false when somebody else had the source before anything of it was removed.
+Error RemoveSource(const MoveRequest& request, const StagingDirectory& staging, CopiedItems& copied, TreeReport& report,
+                   bool& wasOurs) {
+  Quarantine quarantine(request.from, staging);
+  if (const Error error = quarantine.TakeSource()) return error;
   report.BeginRemovalOfSource();
   copied.Sort();
-  const Quarantine quarantine(request.from, staging);
   const bool isThere = quarantine.HoldsSource();
   RemoveCopiedTreeAt(isThere ? staging.descriptor() : request.from.parent.get(),
                      isThere ? staging.name() : request.from.name.c_str(), report, copied);
+  wasOurs = isThere || request.source.IsDirectory() || report.error() != ENOENT;
   return report.error();
 }
 
@@ -77,9 +88,14 @@ Error MoveAcross(const MoveRequest& request, TreeReport& report) {
   StagingDirectory staging;
   if (const Error error = PrepareQuarantine(request, staging)) return error;
   CopiedItems copied;
-  if (const Error error = CopyItem({request.from, request.source, request.to, &copied}, report)) return error;
+  ItemStatus made;
+  const CopyRequest copy{request.from, request.source, request.to, &copied, &made};
+  if (const Error error = CopyItem(copy, report)) return error;
   if (const Error error = SyncDirectory(request.to.parent.get())) return error;
-  return RemoveSource(request, staging, copied, report);
+  bool wasOurs = false;
+  const Error error = RemoveSource(request, staging, copied, report, wasOurs);
+  if (!wasOurs && error == ENOENT) TakeBackCopy(copy);
+  return error;
 }
 
 }  // namespace

@@ -48,7 +48,7 @@ class Removal final : public TreeVisitor {
   Next VisitCopied(TreeLevel& in, const char* name) {
     ItemStatus status;
     if (const Error error = GetStatusOf(in.descriptor(), name, FinalLink::kItself, status)) {
-      return error == ENOENT ? Next::kGoOn : Fail(error);
+      return error == ENOENT && !IsSource(in) ? Next::kGoOn : Fail(error);
     }
     if (status.IsDirectory()) return Next::kGoInto;
     return copied_->Contains(status) ? RemoveEntry(in, name) : Fail(EBUSY);
@@ -62,7 +62,7 @@ class Removal final : public TreeVisitor {
   }
 
   Next OpenFailed(TreeLevel& in, const char* name, Error error) override {
-    if (error == ENOENT) return Next::kGoOn;
+    if (error == ENOENT) return IsSource(in) ? Fail(error) : Next::kGoOn;
     if (error == Error::Replaced()) return copied_ ? Fail(EBUSY) : AfterExchange(Remove(in, name, 0));
     if (mode_ == RemovalMode::kOwnCopy && !GiveRights(in, name)) return Next::kGoInto;
     // An empty directory can be removed without being read.
@@ -112,10 +112,13 @@ class Removal final : public TreeVisitor {
     return !GetMode(in.descriptor(), name, AT_SYMLINK_NOFOLLOW, mode) && S_ISDIR(mode);
   }
 
-  /// Succeeds as well when another process was faster.
-  static Error Remove(TreeLevel& in, const char* name, int flags) {
+  /// Whether the entries of \p in are what is moved as a whole, which one mover alone may have.
+  bool IsSource(const TreeLevel& in) const { return copied_ && walk_.IsOutside(in); }
+
+  /// Succeeds as well when another process was faster, except at the source of a move.
+  Error Remove(TreeLevel& in, const char* name, int flags) const {
     const Error error = Unlink(in.descriptor(), name, flags);
-    return error == ENOENT ? Error() : error;
+    return error == ENOENT && !IsSource(in) ? Error() : error;
   }
 
   Next AfterExchange(Error error) { return error ? Fail(error) : Removed(); }

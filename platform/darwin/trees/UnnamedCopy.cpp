@@ -33,7 +33,12 @@ Error FillAndPlace(const CopyRequest& request, int from, const ItemStatus& sourc
   }
   if (const Error error = CloseDuplicate(to)) return error;
   if (!report.Finished(1)) return ECANCELED;
-  if (request.copied) request.copied->Add(source);
+  if (request.copied) {
+    ItemStatus made;
+    request.copied->Add(source);
+    if (const Error error = GetStatus(to, made)) return error;
+    if (const Error error = ReadyToPlace(request, made)) return error;
+  }
   return GiveName(to, request.to);
 }
 

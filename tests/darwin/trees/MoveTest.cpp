@@ -107,6 +107,31 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
   }
 }
 
+// Both succeeded, and one of them with a part of the tree.
+TEST_F(MoveTreeAcross, FailsWhenSomebodyElseWasFaster) {
+  for (const bool others : {false, true}) {
+    for (std::uint64_t moment = 1;; ++moment) {
+      MakeMixedTree(In("tree"));
+      const auto count = Describe(In("tree")).size();
+      if (moment > count) break;
+      RecordingObserver observer;
+      observer.meddle = [&](const quill::darwin::TreeProgress& done) {
+        const quill::darwin::TreeObserverScope nobody(nullptr);
+        if (done.items != moment || done.itemsRemovedFromSource != 0 || !fs::exists(In("tree"))) return true;
+        if (others) RemoveAll(In("tree"));
+        EXPECT_EQ(others ? ENOENT : 0, Move("tree", "other/two"));
+        return true;
+      };
+      const quill::darwin::TreeObserverScope scope(&observer);
+      EXPECT_EQ(ENOENT, Move("tree", "other/one")) << moment;
+      EXPECT_FALSE(fs::exists(In("other/one"))) << moment;
+      EXPECT_EQ(others ? 2U : 2U + count, Describe(Root()).size()) << moment << ": something is left";
+      RemoveAll(In("other/two"));
+    }
+    RemoveAll(In("tree"));
+  }
+}
+
 TEST_F(MoveTreeAcross, LosesNothingWhenTheRemovalOfTheSourceIsStopped) {
   MakeMixedTree(In("tree"));
   const auto count = Describe(In("tree")).size();

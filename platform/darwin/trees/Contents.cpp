@@ -142,4 +142,19 @@ std::byte* ContentsCopier::Buffer() {
   return buffer_->bytes;
 }
 
+Error HaveSameContents(int one, int other, bool& same) {
+  constexpr std::size_t kSize = 64 * 1024;
+  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(2 * kSize);
+  for (std::uint64_t position = 0;;) {
+    std::size_t ofOne = 0;
+    std::size_t ofOther = 0;
+    if (const Error error = ReadAt(one, &buffer[0], kSize, position, ofOne)) return error;
+    if (const Error error = ReadAt(other, &buffer[kSize], kSize, position, ofOther)) return error;
+    const std::size_t both = std::min(ofOne, ofOther);  // a read may bring less than there is
+    same = std::memcmp(&buffer[0], &buffer[kSize], both) == 0 && (both > 0 || ofOne == ofOther);
+    if (!same || both == 0) return {};
+    position += both;
+  }
+}
+
 }  // namespace quill::darwin

@@ -49,4 +49,7 @@ class ContentsCopier {
   bool mayCopyInKernel_ = true;
 };
 
+/// Compares two open files from their beginnings.
+Error HaveSameContents(int one, int other, bool& same);
+
 }  // namespace quill::darwin

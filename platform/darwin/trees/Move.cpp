@@ -68,16 +68,31 @@ Error PrepareQuarantine(const MoveRequest& request, StagingDirectory& staging) {
   return error == ENOSPC || error == EDQUOT || error == EMLINK ? Error() : error;
 }
 
+/// A source that is no directory, asked before its rename into the quarantine changes its times. True as well when that
+/// cannot be seen.
+bool HasFileChanged(const MoveRequest& request, const CopiedItems& copied) {
+  ItemStatus now;
+  if (request.source.IsDirectory()) return false;
+  const Error error = GetStatusOf(request.from.parent.get(), request.from.name.c_str(), FinalLink::kItself, now);
+  if (error) return error != ENOENT;
+  return copied.StateOf(now) == SourceState::kChanged;
+}
+
 /// \p wasOurs is false when somebody else had the source before anything of it was removed.
 Error RemoveSource(const MoveRequest& request, const StagingDirectory& staging, CopiedItems& copied, TreeReport& report,
                    bool& wasOurs) {
   Quarantine quarantine(request.from, staging);
+  copied.Sort();
+  if (HasFileChanged(request, copied)) return EBUSY;
   if (const Error error = quarantine.TakeSource()) return error;
   report.BeginRemovalOfSource();
-  copied.Sort();
   const bool isThere = quarantine.HoldsSource();
+  ItemStatus renamed;
+  if (isThere && !GetStatusOf(staging.descriptor(), staging.name(), FinalLink::kItself, renamed)) {
+    copied.NoteOwnChange(renamed);
+  }
   RemoveCopiedTreeAt(isThere ? staging.descriptor() : request.from.parent.get(),
-                     isThere ? staging.name() : request.from.name.c_str(), report, copied);
+                     isThere ? staging.name() : request.from.name.c_str(), report, copied, request.to);
   wasOurs = isThere || request.source.IsDirectory() || report.error() != ENOENT;
   return report.error();
 }
@@ -87,7 +102,8 @@ Error MoveAcross(const MoveRequest& request, TreeReport& report) {
   if (request.source.IsDirectory() && Holds(request.source, request.to.parent.get())) return EINVAL;
   StagingDirectory staging;
   if (const Error error = PrepareQuarantine(request, staging)) return error;
-  CopiedItems copied;
+  // The time when the quarantine was made; without one, every file is compared by its contents.
+  CopiedItems copied(staging.status().changed);
   ItemStatus made;
   const CopyRequest copy{request.from, request.source, request.to, &copied, &made};
   if (const Error error = CopyItem(copy, report)) return error;

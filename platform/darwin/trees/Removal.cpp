@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/trees/Contents.h"
 #include "platform/darwin/trees/Walk.h"
 
 namespace quill::darwin {
@@ -22,9 +23,9 @@ constexpr int kMostPasses = 64;
 
 class Removal final : public TreeVisitor {
  public:
-  /// Everything when \p copied is null.
-  Removal(TreeReport& report, RemovalMode mode, const CopiedItems* copied)
-      : report_(report), mode_(mode), copied_(copied), walk_(*this, report) {}
+  /// Everything when \p copied and \p copy are null.
+  Removal(TreeReport& report, RemovalMode mode, CopiedItems* copied, const TreePath* copy)
+      : report_(report), mode_(mode), copied_(copied), copy_(copy), walk_(*this, report) {}
 
   void Run(int parent, const char* name) {
     passes_.emplace_back();
@@ -51,7 +52,51 @@ class Removal final : public TreeVisitor {
       return error == ENOENT && !IsSource(in) ? Next::kGoOn : Fail(error);
     }
     if (status.IsDirectory()) return Next::kGoInto;
-    return copied_->Contains(status) ? RemoveEntry(in, name) : Fail(EBUSY);
+    if (const Error error = CheckUnchanged(in, name, status)) return Fail(error);
+    return status.links > 1 ? RemoveLink(in, name, status) : RemoveEntry(in, name);
+  }
+
+  /// Changes the times of the other links to the file, which are still to be recognised.
+  Next RemoveLink(TreeLevel& in, const char* name, const ItemStatus& expected) {
+    FileDescriptor file;
+    ItemStatus before, after;
+    const Error unopened = walk_.OpenIn(in.descriptor(), name, O_PATH | O_NOFOLLOW, file);
+    const bool isKnown = !unopened && !GetStatus(file.get(), before) && before.IsSameAs(expected);
+    const bool isSame = isKnown && !IsEarlier(expected.changed, before.changed);
+    const Next next = RemoveEntry(in, name);
+    // If that cannot be seen, the next link is compared by its contents.
+    if (isSame && !GetStatus(file.get(), after) && after.links < before.links) copied_->NoteOwnChange(after);
+    return next;
+  }
+
+  /// The same name in the copy.
+  Error OpenInCopy(const TreeLevel& in, const char* name, int flags, FileDescriptor& opened) {
+    const bool isRoot = walk_.IsOutside(in);
+    const int directory = isRoot ? copy_->parent.get() : in.counterpart.get();
+    return walk_.OpenIn(directory, isRoot ? copy_->name.c_str() : name, flags | O_RDONLY | O_NOFOLLOW | O_NONBLOCK,
+                        opened);
+  }
+
+  /// EBUSY when the entry is not as it was copied.
+  Error CheckUnchanged(const TreeLevel& in, const char* name, const ItemStatus& status) {
+    const SourceState state = copied_->StateOf(status);
+    if (state == SourceState::kPerhapsChanged) return CompareWithCopy(in, name, status);
+    return state == SourceState::kChanged ? EBUSY : 0;
+  }
+
+  Error CompareWithCopy(const TreeLevel& in, const char* name, const ItemStatus& before) {
+    FileDescriptor source, copy;
+    ItemStatus after;
+    bool same = false;
+    const auto open = [&] { return OpenWithoutWaiting(in.descriptor(), name, O_RDONLY | O_NOFOLLOW, source); };
+    if (const Error error = walk_.WithDescriptor(open)) return error;
+    if (const Error error = OpenInCopy(in, name, 0, copy)) return error;
+    if (const Error error = HaveSameContents(source.get(), copy.get(), same)) return error;
+    if (const Error error = GetStatus(source.get(), after)) return error;
+    // Nor must it have changed while it was compared.
+    same &= after.IsSameAs(before) && !IsEarlier(before.changed, after.changed) &&
+            !IsEarlier(after.changed, before.changed);
+    return same ? 0 : EBUSY;
   }
 
   Next RemoveEntry(TreeLevel& in, const char* name) {
@@ -70,8 +115,13 @@ class Removal final : public TreeVisitor {
     return Fail(error);
   }
 
-  Next Enter(TreeLevel&, TreeLevel& directory) override {
-    if (directory.status.isMountRoot || (copied_ && !copied_->Contains(directory.status))) return Fail(EBUSY);
+  Next Enter(TreeLevel& in, TreeLevel& directory) override {
+    const bool cameLater = copied_ && copied_->StateOf(directory.status) == SourceState::kChanged;
+    if (directory.status.isMountRoot || cameLater) return Fail(EBUSY);
+    if (copied_ && copied_->mayNeedContents()) {
+      const Error error = OpenInCopy(in, directory.name.c_str(), O_DIRECTORY, directory.counterpart);
+      if (error) return Fail(error);
+    }
     passes_.emplace_back();
     if (mode_ == RemovalMode::kOwnCopy && (directory.status.mode & S_IRWXU) != S_IRWXU) {
       (void)ChangeMode({directory.descriptor()}, S_IRWXU);  // the removals show whether it helped
@@ -139,7 +189,8 @@ class Removal final : public TreeVisitor {
 
   TreeReport& report_;
   const RemovalMode mode_;
-  const CopiedItems* const copied_;
+  CopiedItems* const copied_;
+  const TreePath* const copy_;
   TreeWalk walk_;
   /// One for each directory that the walk is in, beginning with the parent of the tree.
   std::vector<Pass> passes_;
@@ -148,11 +199,11 @@ class Removal final : public TreeVisitor {
 }  // namespace
 
 void RemoveTreeAt(int parent, const char* name, TreeReport& report, RemovalMode mode) {
-  Removal(report, mode, nullptr).Run(parent, name);
+  Removal(report, mode, nullptr, nullptr).Run(parent, name);
 }
 
-void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, const CopiedItems& copied) {
-  Removal(report, RemovalMode::kAll, &copied).Run(parent, name);
+void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, CopiedItems& copied, const TreePath& copy) {
+  Removal(report, RemovalMode::kAll, &copied, &copy).Run(parent, name);
 }
 
 }  // namespace quill::darwin

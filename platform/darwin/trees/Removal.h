@@ -3,6 +3,7 @@
 
 #include "platform/darwin/trees/CopiedItems.h"
 #include "platform/darwin/trees/Report.h"
+#include "platform/darwin/trees/TreePath.h"
 
 namespace quill::darwin {
 
@@ -17,7 +18,8 @@ enum class RemovalMode {
 /// Removes everything that may be removed, the item itself last. The first cause is in \p report.
 void RemoveTreeAt(int parent, const char* name, TreeReport& report, RemovalMode mode = RemovalMode::kAll);
 
-/// Removes only what is among \p copied; anything else stays, and is EBUSY.
-void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, const CopiedItems& copied);
+/// Removes only what is among \p copied and has not changed since; anything else stays, and is EBUSY. What may have
+/// changed without a trace is compared with the copy, which is at \p copy.
+void RemoveCopiedTreeAt(int parent, const char* name, TreeReport& report, CopiedItems& copied, const TreePath& copy);
 
 }  // namespace quill::darwin

@@ -53,6 +53,13 @@ class MoveTreeAcross : public MoveTree {
   std::optional<Mount> mount;
 };
 
+/// Other contents of the same size, with the same date.
+void RewriteUndated(const std::string& path) {
+  const auto date = fs::last_write_time(path);
+  WriteFile(path, std::string(fs::file_size(path), '!'));
+  fs::last_write_time(path, date);
+}
+
 TEST_F(MoveTreeAcross, BringsEverything) {
   MakeMixedTree(In("tree"));
   for (const char* part : {"/dangling", "/large", "/fifo", ""}) {
@@ -89,9 +96,13 @@ TEST_F(MoveTreeAcross, LosesNothingThatCameMeanwhile) {
       {"new", [](const std::string& source) { WriteFile(source + "/new", "late"); }},
       {"empty/new/deep", [](const std::string& source) { fs::create_directories(source + "/empty/new/deep"); }},
       {"large", [](const std::string& source) { std::ofstream(source + "/large", std::ios::app) << "late"; }},
+      // Its date says nothing when it is set back.
+      {"nested/deep/leaf", [](const std::string& source) { RewriteUndated(source + "/nested/deep/leaf"); }},
+      {"plain", [](const std::string& source) { RewriteUndated(source + "/nested/twin"); }},
   };
   for (const auto& [kept, meddle] : rows) {
     MakeMixedTree(In("tree"));
+    fs::create_hard_link(In("tree/plain"), In("tree/nested/twin"));
     const auto count = Describe(In("tree")).size();
     RecordingObserver observer;
     observer.meddle = [&, meddle = meddle](const quill::darwin::TreeProgress& done) {

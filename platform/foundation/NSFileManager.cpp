@@ -75,11 +75,6 @@ bool NSFileManager::createDirectoryAtPath(const NSString* path, RetainPtr<NSErro
   return Succeeded(path ? darwin::MakeDirectory(path->fileSystemRepresentation()) : ENOENT, error);
 }
 
-bool NSFileManager::directoryHasContentsAtPath(const NSString* path) {
-  bool isEmpty = true;
-  return path && !darwin::IsEmptyDirectory(path->fileSystemRepresentation(), isEmpty) && !isEmpty;
-}
-
 bool NSFileManager::copyItemAtPath(const NSString* from, const NSString* to, RetainPtr<NSError>* error) {
   if (!from || !to) return Succeeded(ENOENT, error);
   return Succeeded(darwin::CopyTree(from->fileSystemRepresentation(), to->fileSystemRepresentation()), error);

@@ -37,8 +37,6 @@ class NSFileManager {
   bool createFileAtPath(const NSString* path, RetainPtr<NSError>* error, bool empties = false);
   /// Creates one level with the platform's default mode.
   bool createDirectoryAtPath(const NSString* path, RetainPtr<NSError>* error);
-  /// True if the directory has at least one entry; false also if it cannot be read.
-  bool directoryHasContentsAtPath(const NSString* path);
 
   /// Copies a file or a whole tree, all or nothing; never onto anything that exists.
   bool copyItemAtPath(const NSString* from, const NSString* to, RetainPtr<NSError>* error);

@@ -113,11 +113,14 @@ bool FILEWrapper::Flush() {
   return true;
 }
 
+/// Never cuts what others have written behind the end that this object knows of.
+void FILEWrapper::ExtendToPosition() {
+  if (position <= fileSize) return;
+  const auto wanted = static_cast<unsigned long long>(position);
+  if (handle->seekToEndOfFile() < wanted) handle->truncateFileAtOffset(wanted);
+}
+
 void FILEWrapper::PositionForWriting(int previousError) {
-  if (position > fileSize) {
-    handle->truncateFileAtOffset(static_cast<unsigned long long>(position));
-    return MoveHandleToPosition();
-  }
   if (previousError != kQuillErrNone || handleOffset != position) MoveHandleToPosition();
 }
 
@@ -125,6 +128,8 @@ bool FILEWrapper::prvWrite(const void* data, unsigned long count) {
   const int previousError = lastError;
   lastError = kQuillErrNone;
   PositionForWriting(previousError);
+  // Writing behind the end fills the gap with zero bytes, wherever the end is by now. Without bytes there is only the gap.
+  if (count == 0) ExtendToPosition();
 
   handle->writeData(NSData{data, count});
   position += static_cast<long long>(count);
@@ -134,8 +139,14 @@ bool FILEWrapper::prvWrite(const void* data, unsigned long count) {
 
 bool FILEWrapper::prvAppend(const void* data, unsigned long count) {
   lastError = kQuillErrNone;
+  const long long before = position;
   position = handleOffset = static_cast<long long>(handle->seekToEndOfFile());
-  (void)prvWrite(data, count);  // always true: a failure leaves as an exception
+  try {
+    (void)prvWrite(data, count);  // always true: a failure leaves as an exception
+  } catch (...) {
+    position = before;
+    throw;
+  }
   return true;
 }
 

@@ -45,6 +45,7 @@ class QUILL_EXPORT FILEWrapper : public QuillFileBase {
  private:
   void MoveHandleToPosition();
   void PositionForWriting(int previousError);
+  void ExtendToPosition();
 
   quill::foundation::RetainPtr<quill::foundation::NSFileHandle> handle;
   QuillFileString fileName;

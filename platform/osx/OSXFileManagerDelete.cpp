@@ -1,13 +1,13 @@
 // Deleting and renaming.
 
+#include <cerrno>
+
 #include "platform/darwin/paths/Changes.h"
 #include "platform/darwin/paths/Status.h"
-#include "platform/foundation/NSFileManager.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
-using foundation::NSFileManager;
 using quill::Operation;
 using quill::TreeOperation;
 
@@ -53,18 +53,12 @@ bool OSXFileManager::DirDelete(const QuillFileString& directory) {
   const bool isLink = !darwin::GetStatus(directory.getUTF8(), darwin::FinalLink::kItself, status) && status.IsLink();
   if (isLink) return operation.Answer(OSXFileManager::FileDelete(directory));
 
-  if (text->canBeConvertedToASCII()) {
-    const darwin::Error error = darwin::RemoveDirectory(directory.getUTF8());
-    return error ? operation.Fail(error) : true;
-  }
+  // The kernel decides in one step whether it is an empty directory: what comes into it meanwhile is not lost.
+  const darwin::Error error = darwin::RemoveDirectory(directory.getUTF8());
+  if (!error) return true;
+  if (error != ENOTDIR || text->canBeConvertedToASCII()) return operation.Fail(error);
 
-  // A name outside ASCII takes the platform's way, on which a file is removed as well.
-  auto* const shared = NSFileManager::defaultManager();
-  bool isDirectory = false;
-  const bool exists = shared->fileExistsAtPath(text.get(), &isDirectory);
-  if (exists && isDirectory && shared->directoryHasContentsAtPath(text.get())) {
-    return operation.Fail(kQuillErrDirNotEmpty, ENOTEMPTY);
-  }
+  // Under a name outside ASCII the platform's way is taken, on which a file is removed as well.
   int code = kQuillErrNone;
   if (!OSXFileSystemUtils::_RemoveItemAtPath(text.get(), code)) return operation.Fail(code, darwin::Error());
   return true;

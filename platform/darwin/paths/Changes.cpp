@@ -64,7 +64,8 @@ Error RemoveFile(const char* path) {
 }
 
 Error RemoveDirectory(const char* path) {
-  return OnPath(path, [](const char* name) { return Unlink(AT_FDCWD, name, AT_REMOVEDIR); });
+  const Error error = OnPath(path, [](const char* name) { return Unlink(AT_FDCWD, name, AT_REMOVEDIR); });
+  return error == EEXIST ? ENOTEMPTY : error;  // POSIX allows a file system either
 }
 
 Error SetCurrentDirectory(const char* path) { return OnPath(path, ChangeCurrentDirectory); }

@@ -128,7 +128,8 @@ bool FILEWrapper::prvWrite(const void* data, unsigned long count) {
   const int previousError = lastError;
   lastError = kQuillErrNone;
   PositionForWriting(previousError);
-  // Writing behind the end fills the gap with zero bytes, wherever the end is by now. Without bytes there is only the gap.
+  // Writing behind the end fills the gap with zero bytes, wherever the end is by now. Without bytes there is only the
+  // gap.
   if (count == 0) ExtendToPosition();
 
   handle->writeData(NSData{data, count});

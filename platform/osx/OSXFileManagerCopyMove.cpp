@@ -17,8 +17,13 @@ using quill::TreeOperation;
 namespace {
 
 // Clearing a destination that holds the source, or is a part of it, would destroy the source or that part. A link is
-// copied and moved as itself, so that nothing is a part of it.
+// copied and moved as itself, so that nothing is a part of it; and it is cleared as itself, so that only a source whose
+// path leads through it is harmed.
 darwin::Error AskWhetherClearingHarms(const char* source, const char* destination, bool& harms) {
+  darwin::ItemStatus there;
+  const darwin::Error missing = darwin::GetStatus(destination, darwin::FinalLink::kItself, there);
+  if (missing) return missing == ENOENT || missing == ENOTDIR ? darwin::Error() : missing;
+  if (there.IsLink()) return darwin::PathLeadsThroughLink(source, there, harms);
   if (const darwin::Error error = darwin::ItemContains(destination, source, harms); error || harms) return error;
   darwin::ItemStatus status;
   if (const darwin::Error error = darwin::GetStatus(source, darwin::FinalLink::kItself, status)) return error;

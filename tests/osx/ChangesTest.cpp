@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "tests/support/RecordingManager.h"
+#include "tests/support/Snapshot.h"
 
 namespace quill_test {
 namespace {
@@ -139,10 +140,12 @@ TEST_F(ChangesTest, ADestinationThatIsHoldsOrIsHeldByTheSourceIsRefused) {
   WriteFile(In("full/sub/source"), "precious");
   fs::create_hard_link(In("full/sub/source"), In("hard link"));
   fs::create_symlink("full/sub/source", In("soft link"));
+  fs::create_symlink("link/.", In("to link"));
   WriteFile(In("full/sub/\xc3\xa9"), "precious");
   const std::map<std::string, std::vector<std::string>> destinationsBySource = {
-      {"full/sub/source", {"full/sub/./source", "full", "link", "full/../full/sub", "hard link"}},
-      {"link/sub/source", {"full"}},
+      {"full/sub/source", {"full/sub/./source", "full", "full/../full/sub", "hard link"}},
+      {"link/sub/source", {"full", "link"}},
+      {"to link/sub/source", {"link"}},
       {"soft link", {"full/sub/source"}},
       {"full/sub/\xc3\xa9", {"full/sub/e\xcc\x81"}},
       {"full/sub", {"full/sub/.."}},
@@ -160,6 +163,19 @@ TEST_F(ChangesTest, ADestinationThatIsHoldsOrIsHeldByTheSourceIsRefused) {
   EXPECT_EQ("false, 3000 recorded", Outcome(manager.FileOrDirMove(At("full"), At("full/sub/new"), false)));
   EXPECT_EQ("precious", Contents(In("full/sub/source")));
   EXPECT_TRUE(manager.FileOrDirCopy(At("link"), At("full/sub/source"), true)) << "a link holds nothing";
+}
+
+TEST_F(ChangesTest, ADestinationThatIsALinkToTheSourceIsClearedAsALink) {
+  WriteFile(In("s"), "source");
+  for (const auto& [from, to] : {std::pair{"s", "to s"}, {"full", "to full"}}) {
+    for (const auto operation : {&CoreFileManager::FileOrDirCopy, &CoreFileManager::FileOrDirMove}) {
+      fs::create_symlink(from, In(to));
+      const auto source = quill_test::Describe(In(from));
+      EXPECT_EQ("true, nothing", Outcome((manager.*operation)(At(from), At(to), true))) << from;
+      EXPECT_EQ("", quill_test::Difference(source, quill_test::Describe(In(to)), quill_test::Scope::kSubstance));
+      if (There(from)) fs::remove_all(In(to));
+    }
+  }
 }
 
 TEST_F(ChangesTest, ClearingIsSafeAndAllowedBelowADirectoryThatIsShut) {

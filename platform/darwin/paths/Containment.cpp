@@ -6,6 +6,8 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+#include <climits>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -15,9 +17,13 @@
 #include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
 #include "platform/darwin/names/PathText.h"
+#include "platform/darwin/paths/Status.h"
 
 namespace quill::darwin {
 namespace {
+
+/// As many as the kernel follows (path_resolution(7)).
+constexpr int kMostLinks = 40;
 
 /// An item that is open for lookup alone. Not open when nothing stands there.
 struct Place {
@@ -107,6 +113,22 @@ bool IsMountedElsewhere(const Place& container, const Place& item) {
   return isKnown ? inner.starts_with(outer) : item.status.device == container.status.device;
 }
 
+/// Takes the first component from the front of \p path; empty when there is none.
+std::string TakeComponent(std::string& path) {
+  path.erase(0, std::min(path.find_first_not_of('/'), path.size()));
+  const std::string component = path.substr(0, path.find('/'));
+  path.erase(0, component.size());
+  return component;
+}
+
+Error ReadWholeLink(const std::string& path, std::string& text) {
+  char buffer[PATH_MAX];
+  std::size_t length = 0;
+  if (const Error error = ReadLinkText(path.c_str(), buffer, sizeof buffer, length)) return error;
+  text.assign(buffer, length);
+  return {};
+}
+
 }  // namespace
 
 Error ItemContains(const char* container, const char* item, bool& contains) {
@@ -126,6 +148,31 @@ Error ItemContains(const char* container, const char* item, bool& contains) {
   if (!start.Exists()) return {};
   if (IsWithin(start.descriptor.get(), outer.status, contains)) contains = PathLeadsThrough(outer, start);
   return {};
+}
+
+Error PathLeadsThroughLink(const char* path, const ItemStatus& link, bool& leads) {
+  leads = false;
+  std::string rest = path;
+  std::string place = rest.starts_with('/') ? "/" : "";
+  for (int links = 0;;) {
+    const std::string component = TakeComponent(rest);
+    if (component.empty()) return {};
+    const std::string next = Join(place, component);
+    ItemStatus status;
+    const Error error = GetStatus(next.c_str(), FinalLink::kItself, status);
+    if (error) return error == ENOENT || error == ENOTDIR ? Error() : error;
+    leads = status.IsLink() && status.IsSameAs(link);
+    if (leads) return {};
+    if (!status.IsLink()) {
+      place = next;
+      continue;
+    }
+    if (++links > kMostLinks) return ELOOP;
+    std::string text;
+    if (const Error unread = ReadWholeLink(next, text)) return unread;
+    if (text.starts_with('/')) place = "/";
+    rest = text + "/" + rest;
+  }
 }
 
 }  // namespace quill::darwin

@@ -20,7 +20,7 @@
 namespace quill {
 namespace {
 
-constexpr unsigned kOwnerReadsAndWrites = 0600;
+constexpr mode_t kOwnerReadsAndWrites = 0600;
 
 /// Stores a path that came from the platform. Always true.
 bool SetPath(const std::string& bytes, QuillFileString& path) {
@@ -138,11 +138,10 @@ bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
   place.appendLeaf("QuillTmp.XXXXXX");
   std::string name = place.getUTF8();
   temporaryFile_.reserve(name.size());
-  darwin::FileDescriptor file;  // not written to; the layer opens the file again by its name
-  if (const darwin::Error error = darwin::MakeTemporaryFileAt(name, file)) return operation.Fail(error);
+  darwin::FileDescriptor file;  // nothing is written; the file is opened again by its name
+  const darwin::Error error = darwin::MakeTemporaryFileAt(name, kOwnerReadsAndWrites, file);
+  if (error) return operation.Fail(error);
   temporaryFile_ = name;  // what follows may fail
-  // The umask may have taken permissions that opening the file needs. If they cannot be restored, the open fails.
-  (void)darwin::SetPermissions(name.c_str(), kOwnerReadsAndWrites);
   path.setUTF8(name.c_str());
   return true;
 }

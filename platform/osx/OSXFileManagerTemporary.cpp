@@ -5,23 +5,21 @@
 #include <string>
 
 #include "platform/darwin/paths/Creating.h"
-#include "platform/foundation/NSFileManager.h"
 #include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
-using foundation::NSFileManager;
 using quill::Operation;
 
 namespace {
 
 constexpr const char* kTemplate = "QuillTmp.XXXXXX";
-constexpr unsigned kFilePermissions = 0644;
-constexpr unsigned kDirectoryPermissions = 0755;
+constexpr mode_t kFilePermissions = 0644;
+constexpr mode_t kDirectoryPermissions = 0755;
 
 darwin::Error MakeItem(std::string& pathTemplate, bool isDirectory) {
-  if (isDirectory) return darwin::MakeTemporaryDirectoryAt(pathTemplate);
+  if (isDirectory) return darwin::MakeTemporaryDirectoryAt(pathTemplate, kDirectoryPermissions);
   darwin::FileDescriptor file;  // nothing is written
-  return darwin::MakeTemporaryFileAt(pathTemplate, file);
+  return darwin::MakeTemporaryFileAt(pathTemplate, kFilePermissions, file);
 }
 
 }  // namespace
@@ -62,9 +60,5 @@ bool OSXFileManager::_FileOrDirCreateTempInDir(const QuillFileString& directory,
   std::string path(directoryText->stringByAppendingPathComponent(kTemplate)->view());
   if (const darwin::Error error = MakeItem(path, isDirectory)) return operation.Fail(kQuillErrIO, error);
   result.setUTF8(path.c_str());
-
-  const unsigned permissions = isDirectory ? kDirectoryPermissions : kFilePermissions;
-  // The item is usable with the mode it was made with, too.
-  (void)NSFileManager::defaultManager()->setPosixPermissionsOfItemAtPath(permissions, PlatformString(result).get());
   return true;
 }

@@ -227,6 +227,15 @@ TEST_F(ChangesTest, TemporaryItemsAreNamedByTheTemplateWhereTheTableSays) {
   }
   EXPECT_TRUE(host.FileCreateTempInDir(At("made/for it"), result));
   EXPECT_EQ("nothing", host.Reason());
+
+  for (const mode_t mask : {0000, 0022, 0077, 0777}) {
+    const mode_t before = ::umask(mask);
+    EXPECT_TRUE(host.FileCreateTemp(result));
+    EXPECT_EQ(0644U, ModeOf(Text(result))) << std::oct << mask;
+    EXPECT_TRUE(host.DirCreateTemp(result));
+    EXPECT_EQ(0755U, ModeOf(Text(result))) << std::oct << mask;
+    ::umask(before);
+  }
 }
 
 }  // namespace

@@ -3,11 +3,14 @@
 #include <fcntl.h>
 
 #include <cassert>
+#include <cstdint>
+#include <ctime>
 
 #include "platform/darwin/descriptors/ItemStatus.h"
 #include "platform/darwin/descriptors/NewDirectory.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
+#include "platform/darwin/paths/Inheritance.h"
 
 namespace quill::darwin {
 namespace {
@@ -15,12 +18,65 @@ namespace {
 constexpr mode_t kOpenToEveryone = 0777;
 constexpr mode_t kReadableAndWritable = 0666;
 constexpr mode_t kOwnerReadsAndWrites = S_IRUSR | S_IWUSR;
+constexpr std::string_view kTemplateEnd = "XXXXXX";
+constexpr int kMostAttempts = 10'000;
 
 Error FillAndClose(FileDescriptor& file, std::string_view contents) {
   // What the umask has taken; only a file system without permissions refuses.
   (void)ChangeMode({file.get()}, kOwnerReadsAndWrites);
   const Error error = WriteAll(file.get(), contents.data(), contents.size());
   return FirstOf(error, file.Close());
+}
+
+// Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
+std::timespec Latest(const std::timespec& stamp) noexcept {
+  constexpr long kLastNanosecond = 999'999'999;
+  return {stamp.tv_sec, stamp.tv_nsec == 0 ? kLastNanosecond : stamp.tv_nsec};
+}
+
+/// Gives the directory that was made at \p path the permissions that the umask has taken. Whoever owns the directory
+/// above can have put something else in its place by now, so only what this user has made since \p beginning is
+/// changed. A server's clock may lag; then a new directory looks old and stays as it is.
+Error RestorePermissions(const char* path, mode_t permissions, const std::timespec& beginning) {
+  FileDescriptor made;
+  ItemStatus status;
+  if (const Error error = Open(AT_FDCWD, path, O_PATH | O_DIRECTORY | O_NOFOLLOW, made)) return error;
+  if (const Error error = GetStatus(made.get(), status)) return error;
+  if (status.Permissions() == permissions) return {};
+  const bool isOurs = status.owner == EffectiveUser() && !IsEarlier(Latest(status.Created()), beginning);
+  return isOurs ? ChangeMode({made.get(), true}, permissions) : Error::Replaced();
+}
+
+/// Puts random letters and digits in the place of the XXXXXX.
+Error ChooseName(std::string& path) {
+  constexpr std::string_view kCharacters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+  std::uint64_t random = 0;
+  if (const Error error = FillWithRandom(&random, sizeof random)) return error;
+  for (auto end = path.rbegin(); end != path.rbegin() + kTemplateEnd.size(); ++end) {
+    *end = kCharacters[random % kCharacters.size()];
+    random /= kCharacters.size();
+  }
+  return {};
+}
+
+Error MakeFile(std::string& path, mode_t permissions, FileDescriptor& file) {
+  if (const Error error = MakeTemporaryFile(path, file)) return error;
+  (void)ChangeMode({file.get()}, permissions);  // the file is usable with the mode it was made with, too
+  return {};
+}
+
+/// The directory has its permissions from the beginning, as far as the umask lets: mostly none are to be added later.
+Error MakeDirectoryFromTemplate(std::string& path, mode_t permissions) {
+  const std::timespec beginning = TimeOfNewItems();
+  for (int attempt = 0; attempt < kMostAttempts; ++attempt) {
+    if (const Error error = ChooseName(path)) return error;
+    const Error error = MakeDirectory(AT_FDCWD, path.c_str(), permissions);
+    if (error == EEXIST) continue;
+    if (error) return error;
+    (void)RestorePermissions(path.c_str(), permissions, beginning);  // usable as it was made, too
+    return {};
+  }
+  return EEXIST;
 }
 
 /// Lets \p make fill the template. Where its directory exists only in another form, the item is made there.
@@ -86,14 +142,16 @@ Error MakeSymbolicLink(const char* target, const char* path) {
   return OnPathForCreation(path, [target](const char* place) { return MakeLink(AT_FDCWD, place, target); });
 }
 
-Error MakeTemporaryFileAt(std::string& pathTemplate, FileDescriptor& file) {
-  assert(pathTemplate.ends_with("XXXXXX") && "a template ends in XXXXXX");
-  return MakeFromTemplate(pathTemplate, [&file](std::string& path) { return MakeTemporaryFile(path, file); });
+Error MakeTemporaryFileAt(std::string& pathTemplate, mode_t permissions, FileDescriptor& file) {
+  assert(pathTemplate.ends_with(kTemplateEnd) && "a template ends in XXXXXX");
+  return MakeFromTemplate(pathTemplate,
+                          [&, permissions](std::string& path) { return MakeFile(path, permissions, file); });
 }
 
-Error MakeTemporaryDirectoryAt(std::string& pathTemplate) {
-  assert(pathTemplate.ends_with("XXXXXX") && "a template ends in XXXXXX");
-  return MakeFromTemplate(pathTemplate, [](std::string& path) { return MakeTemporaryDirectory(path); });
+Error MakeTemporaryDirectoryAt(std::string& pathTemplate, mode_t permissions) {
+  assert(pathTemplate.ends_with(kTemplateEnd) && "a template ends in XXXXXX");
+  return MakeFromTemplate(pathTemplate,
+                          [=](std::string& path) { return MakeDirectoryFromTemplate(path, permissions); });
 }
 
 Error EnsureOwnDirectory(const char* path) { return EnsureDirectory(path, /*allowedToOthers=*/S_IRWXG | S_IRWXO); }

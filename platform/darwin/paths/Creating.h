@@ -2,6 +2,8 @@
 // null path. Any thread.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -25,11 +27,11 @@ Error MakeDirectory(const char* path);
 /// \p target is stored as it is.
 Error MakeSymbolicLink(const char* target, const char* path);
 
-/// Replaces the XXXXXX at the end of \p pathTemplate so that the path is a new item's: a file with mode 0600, or a
-/// directory with mode 0700, less the umask. Where the template's directory exists only in another form, the item is
-/// made there, and found by the template's own text.
-Error MakeTemporaryFileAt(std::string& pathTemplate, FileDescriptor& file);
-Error MakeTemporaryDirectoryAt(std::string& pathTemplate);
+/// Replaces the XXXXXX at the end of \p pathTemplate so that the path is a new item's, with these permissions whatever
+/// the umask says; where they cannot be had, with what the umask left of them (0600 for a file). Where the template's
+/// directory exists only in another form, the item is made there, and found by the template's own text.
+Error MakeTemporaryFileAt(std::string& pathTemplate, mode_t permissions, FileDescriptor& file);
+Error MakeTemporaryDirectoryAt(std::string& pathTemplate, mode_t permissions);
 
 /// Makes sure that \p path is a directory that belongs to the effective user; a new one is closed to everybody else and
 /// open to its owner, whatever the umask says. What stands there already is accepted only when it is just that (never

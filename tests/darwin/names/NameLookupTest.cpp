@@ -115,9 +115,9 @@ TEST_F(NameLookup, TemporaryItemsAreMadeInADirectoryOfAnotherForm) {
   ASSERT_EQ(0, ::mkdir(In("e\u0301").c_str(), 0777));
   std::string file = In("\u00E9/t.XXXXXX"), directory = In("\u00E9/d.XXXXXX");
   FileDescriptor descriptor;
-  ASSERT_EQ(0, MakeTemporaryFileAt(file, descriptor));
+  ASSERT_EQ(0, MakeTemporaryFileAt(file, 0600, descriptor));
   EXPECT_EQ(FD_CLOEXEC, ::fcntl(descriptor.get(), F_GETFD));
-  ASSERT_EQ(0, MakeTemporaryDirectoryAt(directory));
+  ASSERT_EQ(0, MakeTemporaryDirectoryAt(directory, 0700));
   EXPECT_TRUE(file.starts_with(In("\u00E9/t."))) << file;
   EXPECT_EQ(0, RemoveFile(file.c_str())) << file;
   EXPECT_EQ(0, RemoveDirectory(directory.c_str())) << directory;

@@ -127,6 +127,23 @@ TEST_F(TrashTest, UsesTheTrashOfTheItemsVolume) {
   fs::create_symlink("elsewhere", shared);
   EXPECT_EQ(own + "/files/4", trash("4"));
 
+  fs::remove(shared);
+  fs::rename(In("volume/elsewhere"), shared);
+  EXPECT_EQ(shared + '/' + user + "/files/again", trash("again"));
+  const uid_t other = 65533;
+  ASSERT_EQ(0, ::chown(shared.c_str(), other, other));  // who may exchange anything in it, in spite of the bit
+  EXPECT_EQ(own + "/files/others", trash("others"));
+  ASSERT_EQ(0, ::chown(shared.c_str(), 0, 0));
+  fs::rename(shared + '/' + user + "/files", shared + '/' + user + "/kept");
+  fs::create_directory_symlink(In("work"), shared + '/' + user + "/files");
+  EXPECT_EQ(own + "/files/planted", trash("planted"));
+  for (const char* taken : {"", "files", "info"}) {
+    const std::string place = own + '/' + taken, name = "beside" + std::string(taken);
+    ASSERT_EQ(0, ::chown(place.c_str(), other, other));
+    EXPECT_EQ(Home("files/" + name), trash(name)) << place;
+    ASSERT_EQ(0, ::chown(place.c_str(), 0, 0));
+  }
+
   fs::remove_all(own);
   WriteFile(own, "in the way");
   EXPECT_EQ(Home("files/5"), trash("5"));  // copied, as neither of the volume's places can be had

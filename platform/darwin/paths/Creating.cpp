@@ -5,9 +5,9 @@
 #include <cassert>
 #include <cstdint>
 #include <ctime>
+#include <utility>
 
 #include "platform/darwin/descriptors/ItemStatus.h"
-#include "platform/darwin/descriptors/NewDirectory.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
 #include "platform/darwin/paths/Inheritance.h"
@@ -96,22 +96,22 @@ Error MakeFromTemplate(std::string& pathTemplate, Make make) {
   return {};
 }
 
-Error MakeClosedDirectory(const char* place) {
-  if (const Error error = MakeDirectory(AT_FDCWD, place, S_IRWXU)) return error;
-  FileDescriptor made;
-  if (const Error error = OpenNewDirectory(AT_FDCWD, place, made)) return error;
-  return GiveOwnerRights(made.get());
-}
-
-Error EnsureDirectory(const char* path, mode_t allowedToOthers) {
-  return OnPathForCreation(path, [=](const char* place) -> Error {
-    if (const Error error = MakeClosedDirectory(place); error != EEXIST) return error;
-    ItemStatus status;
-    if (const Error error = GetStatusOf(AT_FDCWD, place, FinalLink::kItself, status)) return error;
-    const mode_t refused = (S_IRWXG | S_IRWXO) & ~allowedToOthers;
-    const bool isFit = status.IsDirectory() && status.owner == EffectiveUser() && (status.mode & refused) == 0;
-    return isFit ? 0 : EACCES;
-  });
+/// Looked at and changed through one descriptor. Rights are added for the owner alone, and only to what was just made.
+Error EnsureDirectoryIn(int directory, const char* name, mode_t allowedToOthers, FileDescriptor& opened) {
+  const Error notMade = MakeDirectory(directory, name, S_IRWXU);
+  if (notMade && notMade != EEXIST) return notMade;
+  FileDescriptor found;
+  ItemStatus status;
+  const Error error = Open(directory, name, O_PATH | O_DIRECTORY | O_NOFOLLOW, found);
+  if (error) return error == ENOTDIR || error == ELOOP ? EACCES : error;
+  if (const Error unknown = GetStatus(found.get(), status)) return unknown;
+  const mode_t refused = (S_IRWXG | S_IRWXO) & ~allowedToOthers;
+  if (status.owner != EffectiveUser() || (status.mode & refused) != 0) return EACCES;
+  if (!notMade && (status.mode & S_IRWXU) != S_IRWXU) {
+    if (const Error closed = ChangeMode({found.get(), true}, status.Permissions() | S_IRWXU)) return closed;
+  }
+  opened = std::move(found);
+  return {};
 }
 
 }  // namespace
@@ -122,15 +122,16 @@ Error CreateFile(const char* path, ExistingContents contents, FileDescriptor& fi
       path, [&](const char* place) { return OpenWithoutWaiting(AT_FDCWD, place, flags, file, kReadableAndWritable); });
 }
 
-Error CreateExclusively(const char* path, std::string_view contents) {
-  return OnPathForCreation(path, [&](const char* place) -> Error {
-    FileDescriptor file;
-    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL;
-    if (const Error error = Open(AT_FDCWD, place, kFlags, file, kOwnerReadsAndWrites)) return error;
-    const Error error = FillAndClose(file, contents);
-    if (error) (void)Unlink(AT_FDCWD, place);  // the reason of the writing is the one to report
-    return error;
-  });
+Error CreateExclusively(int directory, const std::string& name, std::string_view contents) {
+  std::string equivalent;
+  const Error missing = FindEquivalentName(directory, name, equivalent);
+  if (missing != ENOENT) return FirstOf(missing, EEXIST);
+  FileDescriptor file;
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+  if (const Error error = Open(directory, name.c_str(), kFlags, file, kOwnerReadsAndWrites)) return error;
+  const Error error = FillAndClose(file, contents);
+  if (error) (void)Unlink(directory, name.c_str());  // the reason of the writing is the one to report
+  return error;
 }
 
 Error MakeDirectory(const char* path) {
@@ -154,9 +155,15 @@ Error MakeTemporaryDirectoryAt(std::string& pathTemplate, mode_t permissions) {
                           [=](std::string& path) { return MakeDirectoryFromTemplate(path, permissions); });
 }
 
-Error EnsureOwnDirectory(const char* path) { return EnsureDirectory(path, /*allowedToOthers=*/S_IRWXG | S_IRWXO); }
+Error EnsureOwnDirectory(int directory, const char* name, FileDescriptor& opened) {
+  return EnsureDirectoryIn(directory, name, /*allowedToOthers=*/S_IRWXG | S_IRWXO, opened);
+}
 
-Error EnsurePrivateDirectory(const char* path) { return EnsureDirectory(path, /*allowedToOthers=*/0); }
+Error EnsurePrivateDirectory(const char* path) {
+  FileDescriptor opened;
+  return OnPathForCreation(
+      path, [&](const char* place) { return EnsureDirectoryIn(AT_FDCWD, place, /*allowedToOthers=*/0, opened); });
+}
 
 Error ReopenStreamAt(const char* path, const char* mode, std::FILE* stream) {
   if (!mode) return EFAULT;

@@ -17,9 +17,9 @@ enum class ExistingContents { kKeep, kEmpty };
 /// Opens a new, empty file for writing, or one that exists. Open to everyone but for the umask.
 Error CreateFile(const char* path, ExistingContents contents, FileDescriptor& file);
 
-/// Creates a file that only its owner may read, with these contents, or nothing. EEXIST when anything stands at
-/// \p path, a dangling link included.
-Error CreateExclusively(const char* path, std::string_view contents);
+/// Creates a file that only its owner may read, with these contents, or nothing. EEXIST when anything stands in the
+/// open directory under the name or an equivalent of it, a dangling link included.
+Error CreateExclusively(int directory, const std::string& name, std::string_view contents);
 
 /// Makes one level, open to everyone but for the umask.
 Error MakeDirectory(const char* path);
@@ -33,12 +33,12 @@ Error MakeSymbolicLink(const char* target, const char* path);
 Error MakeTemporaryFileAt(std::string& pathTemplate, mode_t permissions, FileDescriptor& file);
 Error MakeTemporaryDirectoryAt(std::string& pathTemplate, mode_t permissions);
 
-/// Makes sure that \p path is a directory that belongs to the effective user; a new one is closed to everybody else and
-/// open to its owner, whatever the umask says. What stands there already is accepted only when it is just that (never
-/// through a link), else EACCES.
-Error EnsureOwnDirectory(const char* path);
+/// Makes sure that \p name in an open directory is a directory that belongs to the effective user, and opens it for
+/// lookup; a new one is closed to everybody else and open to its owner, whatever the umask says. One that is there
+/// already is accepted only when it is just that (never through a link), else EACCES.
+Error EnsureOwnDirectory(int directory, const char* name, FileDescriptor& opened);
 
-/// The same, and a directory that stands there already must be closed to everybody else.
+/// The same for a path, and a directory that is there already must be closed to everybody else.
 Error EnsurePrivateDirectory(const char* path);
 
 /// Sends \p stream to a file, as freopen(3) does with \p mode: it is closed when that fails. A null path leaves the

@@ -96,6 +96,10 @@ Error FindFreePlace(const char* text, TreePath& path, std::string& existingName)
   const SplitPath split = Split(text);
   if (split.IsRoot() || split.IsDots()) return FirstOf(OpenForLookup(text, path.parent), EEXIST);
   if (const Error error = OpenParent(split, path)) return error;
+  return FindFreeName(path, existingName);
+}
+
+Error FindFreeName(const TreePath& path, std::string& existingName) {
   ItemStatus status;
   const Error error = GetStatusIn(path, status);
   existingName = path.name;

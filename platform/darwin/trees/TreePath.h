@@ -38,6 +38,9 @@ Error FindItemToCopy(const char* text, TreePath& path, ItemStatus& status);
 /// \p path is good then too and \p existingName is the name of the item that is there.
 Error FindFreePlace(const char* text, TreePath& path, std::string& existingName);
 
+/// The same for a name in a directory that is open already.
+Error FindFreeName(const TreePath& path, std::string& existingName);
+
 /// Whether the directory \p item is \p directory or one of those that hold it.
 bool Holds(const ItemStatus& item, int directory);
 

@@ -1,7 +1,6 @@
 #include "platform/darwin/trees/Trees.h"
 
 #include "platform/darwin/trees/Copy.h"
-#include "platform/darwin/trees/Move.h"
 #include "platform/darwin/trees/Removal.h"
 
 namespace quill::darwin {
@@ -63,6 +62,13 @@ Error CopyTree(const char* from, const char* to) {
 Error MoveTree(const char* from, const char* to) {
   TreeReport report(from);
   return report.FailAsWhole(Move(from, to, report));
+}
+
+Error MoveTree(const MoveRequest& request) {
+  TreeReport report(request.from.text);
+  std::string existingName;
+  const Error error = FindFreeName(request.to, existingName);
+  return report.FailAsWhole(error ? error : MoveItem(request, report));
 }
 
 }  // namespace quill::darwin

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "platform/darwin/descriptors/Error.h"
+#include "platform/darwin/trees/Move.h"
 
 namespace quill::darwin {
 
@@ -20,5 +21,9 @@ Error CopyTree(const char* from, const char* to);
 /// Moves an item to a path at which nothing stands (else EEXIST). Across file systems it copies, makes sure that the
 /// copy is on the device, and then removes the source. A directory into itself is EINVAL.
 Error MoveTree(const char* from, const char* to);
+
+/// The same for an item and a place that are open already, by descriptors alone: what was looked at is what is moved,
+/// whatever their paths lead to by now.
+Error MoveTree(const MoveRequest& request);
 
 }  // namespace quill::darwin

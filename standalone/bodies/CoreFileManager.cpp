@@ -1,5 +1,8 @@
 #include "host/CoreFileManager.h"
 
+#include <sys/stat.h>
+
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
@@ -45,6 +48,25 @@ bool FindDirectoryInDataDirectories(CoreFileManager& manager, const QuillFileStr
   return false;
 }
 
+/// The same directory each time, if it can be had. Anybody may make something of that name in a temporary directory,
+/// and of the next few; a random one nobody can foresee.
+darwin::Error EnsurePrivatePlace(const QuillFileString& parent, QuillFileString& place) {
+  constexpr int kFixedNames = 4;
+  const std::string name = "quill-" + std::to_string(darwin::EffectiveUser());
+  for (int number = 1; number <= kFixedNames; ++number) {
+    place = parent;
+    place.appendLeaf((number == 1 ? name : name + '.' + std::to_string(number)).c_str());
+    const darwin::Error error = darwin::EnsurePrivateDirectory(place.getUTF8());
+    if (error != EACCES) return error;
+  }
+  place = parent;
+  place.appendLeaf((name + ".XXXXXX").c_str());
+  std::string made = place.getUTF8();
+  if (const darwin::Error error = darwin::MakeTemporaryDirectoryAt(made, S_IRWXU)) return error;
+  place.setUTF8(made.c_str());
+  return darwin::EnsurePrivateDirectory(place.getUTF8());
+}
+
 }  // namespace
 
 CoreFileManager::~CoreFileManager() = default;
@@ -61,10 +83,8 @@ bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileSt
     SetLastError(kQuillErrIllegalPath);
     return false;
   }
-  QuillFileString result;
-  if (!DirGetTemp(result)) return false;
-  result.appendLeaf(("quill-" + std::to_string(darwin::EffectiveUser())).c_str());
-  if (!Succeeded(*this, darwin::EnsurePrivateDirectory(result.getUTF8()))) return false;
+  QuillFileString parent, result;
+  if (!DirGetTemp(parent) || !Succeeded(*this, EnsurePrivatePlace(parent, result))) return false;
   result.appendLeaf(leaf.c_str());
   location = result;
   return true;

@@ -1,5 +1,10 @@
 #include "standalone/BaseDirectories.h"
 
+#include <fcntl.h>
+
+#include <string_view>
+
+#include "platform/darwin/descriptors/ItemStatus.h"
 #include "platform/darwin/names/PathText.h"
 #include "platform/darwin/user/UserDirectories.h"
 
@@ -11,6 +16,16 @@ std::optional<std::string> BaseDirectory(CoreFileManager& manager, const char* v
     QuillFileString home;
     return manager.DirGetUserHomePath(home) ? std::optional<std::string>(home.getUTF8()) : std::nullopt;
   });
+}
+
+/// The kernel marks the path of a program whose file has gone (proc(5)), as after an upgrade. A program can also be
+/// called that.
+void RemoveMarkOfDeletion(std::string& program) {
+  constexpr std::string_view kMark = " (deleted)";
+  darwin::ItemStatus status;
+  if (!program.ends_with(kMark) || !darwin::GetStatusOf(AT_FDCWD, program.c_str(), darwin::FinalLink::kItself, status))
+    return;
+  program.resize(program.size() - kMark.size());
 }
 
 }  // namespace
@@ -37,6 +52,7 @@ bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::s
 bool SplitProgramPath(QuillFileString& directory, QuillFileString& name) {
   std::string program;
   if (darwin::GetProgramPath(program)) return false;
+  RemoveMarkOfDeletion(program);
   directory = PathFrom(std::string(darwin::ParentOf(program)));
   name = PathFrom(std::string(darwin::LeafOf(program)));
   return true;

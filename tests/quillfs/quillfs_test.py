@@ -196,6 +196,17 @@ class CommandLine(unittest.TestCase):
             path = self.succeeds("mktemp", *arguments, env={**os.environ, "TMPDIR": self.root}).decode().strip()
             self.assertEqual((is_directory, mode), (os.path.isdir(path), os.stat(path).st_mode & 0o7777), arguments)
 
+    def test_names_its_directories_after_a_program_whose_file_has_gone(self):
+        environment = {**os.environ, "HOME": self.root, "XDG_DATA_HOME": self.root + "/data"}
+        for name in "upgraded", "called (deleted)":
+            shutil.copy(QUILLFS, name)
+            self.assertEqual(f"{self.root}/data/{name}\n", run("dirs", "data", executable="./" + name, env=environment)[1].decode())
+        with open("upgraded", "rb") as program:
+            os.unlink("upgraded")
+            _, output, _ = run("dirs", "data", executable=f"/proc/self/fd/{program.fileno()}", pass_fds=[program.fileno()],
+                               env=environment)
+        self.assertEqual(self.root + "/data/upgraded\n", output.decode())
+
     def test_sets_properties(self):
         self.write("f")
         for date, seconds in ("@1234567890.5", 1234567890.5), ("2026-01-31 12:30", 1769855400):

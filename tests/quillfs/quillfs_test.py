@@ -207,6 +207,13 @@ class CommandLine(unittest.TestCase):
                                env=environment)
         self.assertEqual(self.root + "/data/upgraded\n", output.decode())
 
+    def test_leaves_no_temporary_item_whose_name_nobody_got(self):
+        os.mkdir("d")
+        for arguments in (["--in", "d"], ["-d", "--in", "d"], ["--private"]):
+            with open("/dev/full", "wb") as full:
+                status, _, messages = run("mktemp", *arguments, stdout=full, env={**os.environ, "TMPDIR": self.root + "/d"})
+            self.assertEqual((1, []), (status, os.listdir("d")), messages)
+
     def test_sets_properties(self):
         self.write("f")
         for date, seconds in ("@1234567890.5", 1234567890.5), ("2026-01-31 12:30", 1769855400):

@@ -82,19 +82,22 @@ void Trash(Session& session, const Arguments& arguments) {
 void MakeTemporary(Session& session, const Arguments& arguments) {
   session.Begin();
   quill::StandaloneFileManager& manager = session.manager;
-  const bool isDirectory = arguments.Has("--directory");
+  const bool isDirectory = arguments.Has("--directory"), isPrivate = arguments.Has("--private");
   const std::string* place = arguments.Value("--in");
   const QuillFileString directory = PathOf(place ? *place : "");
   QuillFileString path;
   bool made = false;
-  if (arguments.Has("--private")) {
+  if (isPrivate) {
     made = manager.FileGetTempPath(path);
   } else if (place) {
     made = isDirectory ? manager.DirCreateTempInDir(directory, path) : manager.FileCreateTempInDir(directory, path);
   } else {
     made = isDirectory ? manager.DirCreateTemp(path) : manager.FileCreateTemp(path);
   }
-  made ? (void)session.output.PrintNameLine(TextOf(path)) : session.Fail(place ? *place : "temporary item");
+  if (!made) return session.Fail(place ? *place : "temporary item");
+  if (session.output.PrintNameLine(TextOf(path)) && session.output.Finish() == 0) return;
+  // Nobody could learn its name. Why is reported at the end.
+  (void)(isDirectory && !isPrivate ? manager.DirDelete(path) : manager.FileDelete(path));
 }
 
 }  // namespace

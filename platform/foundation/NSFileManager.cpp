@@ -58,10 +58,6 @@ std::optional<NSFileSystemAttributes> NSFileManager::attributesOfFileSystemForPa
   return NSFileSystemAttributes{space.total, space.available};
 }
 
-bool NSFileManager::setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path) {
-  return path && !darwin::SetPermissions(path->fileSystemRepresentation(), permissions);
-}
-
 bool NSFileManager::createFileAtPath(const NSString* path, RetainPtr<NSError>* error, bool empties) {
   if (!path) return false;
   const auto existing = empties ? darwin::ExistingContents::kEmpty : darwin::ExistingContents::kKeep;

@@ -30,8 +30,6 @@ class NSFileManager {
   std::optional<NSFileAttributes> attributesOfItemAtPath(const NSString* path, NSFinalLink finalLink,
                                                          RetainPtr<NSError>* error = nullptr);
   std::optional<NSFileSystemAttributes> attributesOfFileSystemForPath(const NSString* path, RetainPtr<NSError>* error);
-  /// If the item has been exchanged for a link meanwhile, the link's target is not changed.
-  bool setPosixPermissionsOfItemAtPath(unsigned permissions, const NSString* path);
 
   /// Creates an empty file. An existing one is emptied or keeps its contents.
   bool createFileAtPath(const NSString* path, RetainPtr<NSError>* error, bool empties = false);

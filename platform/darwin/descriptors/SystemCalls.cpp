@@ -217,8 +217,4 @@ Error MakeTemporaryFile(std::string& pathTemplate, FileDescriptor& opened) {
   return {};
 }
 
-Error MakeTemporaryDirectory(std::string& pathTemplate) {
-  return MakeFromTemplate(pathTemplate, [](char* name) { return ::mkdtemp(name) ? 0 : -1; });
-}
-
 }  // namespace quill::darwin

@@ -85,7 +85,6 @@ Error Unlink(int directory, const char* name, int flags = 0) noexcept;
 Error Rename(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags = 0) noexcept;
 /// Gives the X of \p pathTemplate other characters; -XXXXXX at its end, as mkstemp wants it.
 Error MakeTemporaryFile(std::string& pathTemplate, FileDescriptor& opened);
-Error MakeTemporaryDirectory(std::string& pathTemplate);
 
 // Status.
 

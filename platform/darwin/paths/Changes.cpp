@@ -41,11 +41,6 @@ Error SetModificationTime(const char* path, double milliseconds) {
   });
 }
 
-Error SetPermissions(const char* path, unsigned permissions) {
-  constexpr mode_t kPermissions = 07777;
-  return OnPath(path, [=](const char* name) { return ChangeModeOf(AT_FDCWD, name, permissions & kPermissions); });
-}
-
 Error SetReadOnly(const char* path, bool readOnly) {
   FileDescriptor item;
   const auto open = [&item](const char* name) { return Open(AT_FDCWD, name, O_PATH, item); };

@@ -10,9 +10,6 @@ namespace quill::darwin {
 /// access stays. Links are followed.
 Error SetModificationTime(const char* path, double milliseconds);
 
-/// The twelve permission bits of the item itself: EOPNOTSUPP for a link, which has none that could be set.
-Error SetPermissions(const char* path, unsigned permissions);
-
 /// Takes away every write permission, or gives the owner's back. Links are followed. Other bits stay, and what was
 /// looked at is what is changed, even if the path leads elsewhere meanwhile.
 Error SetReadOnly(const char* path, bool readOnly);

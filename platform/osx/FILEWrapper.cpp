@@ -1,12 +1,12 @@
 #include "platform/osx/FILEWrapper.h"
 
 #include <cassert>
-#include <cstdio>
 #include <limits>
 
 #include "host/QuillErr.h"
 #include "host/Ravel.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/paths/Status.h"
 #include "platform/foundation/NSFileHandle.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 #include "platform/osx/PlatformString.h"
@@ -14,6 +14,23 @@
 using foundation::NSData;
 using foundation::NSFileHandle;
 using foundation::RetainPtr;
+
+namespace {
+
+/// Removal is by path: another file that was put there since goes in place of the one that was open. A directory stays,
+/// whatever the path leads to by now; after a change of the current directory a relative one may lead anywhere.
+void RemoveFileAt(const QuillFileString& path) noexcept {
+  try {
+    darwin::ItemStatus there;
+    if (darwin::GetStatus(path.getUTF8(), darwin::FinalLink::kItself, there) || there.IsDirectory()) return;
+    int unreported = kQuillErrNone;
+    (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), unreported);
+  } catch (...) {
+    (void)darwin::Unlink(AT_FDCWD, path.getUTF8());  // takes no memory
+  }
+}
+
+}  // namespace
 
 FILEWrapper::FILEWrapper(CoreFileManager& owner, const QuillFileString& path, NSFileHandle* open, bool removeAtEnd)
     : QuillFileBase(owner), handle(RetainPtr<NSFileHandle>(open)), fileName(path), autoDelete(removeAtEnd) {
@@ -29,13 +46,7 @@ FILEWrapper::~FILEWrapper() {
     // Nobody is left to be told; the descriptor is released all the same.
   }
   handle = nullptr;
-  if (!autoDelete) return;
-  try {
-    int unreported = kQuillErrNone;
-    (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(fileName).get(), unreported);
-  } catch (...) {
-    (void)std::remove(fileName.getUTF8());  // takes no memory
-  }
+  if (autoDelete) RemoveFileAt(fileName);
 }
 
 void* FILEWrapper::operator new(std::size_t size) { return Ravel::SystemNew(size, Ravel::kSystemDefault); }

@@ -195,9 +195,9 @@ class Driver {
   void Directories() {
     int round = 0;
     const auto existing = static_cast<unsigned long>(std::distance(base.begin(), base.end()));
-    // One call for the path, one for each level that exists, one for the ownership to pass on; for each missing level,
-    // one to create it and one to ask for its metadata.
-    Count("ensure a directory, missing levels", kLevels, {1 + existing + 1 + 2 * kLevels + 1, kStated}, [&] {
+    // One call for the path, one for each level that exists, five to open the last of these and ask what it hands down,
+    // and to close it; for each missing level, one to create it and one to ask for its metadata.
+    Count("ensure a directory, missing levels", kLevels, {1 + existing + 1 + 4 + 2 * kLevels + 1, kStated}, [&] {
       fs::path deep = base / ("ensured" + std::to_string(round++));
       for (unsigned long level = 1; level < kLevels; ++level) deep /= "level";
       Require(manager.DirEnsure(PathString(deep)), "DirEnsure");

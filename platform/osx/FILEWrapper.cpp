@@ -1,6 +1,7 @@
 #include "platform/osx/FILEWrapper.h"
 
 #include <cassert>
+#include <cstdio>
 #include <limits>
 
 #include "host/QuillErr.h"
@@ -26,7 +27,7 @@ void RemoveFileAt(const QuillFileString& path) noexcept {
     int unreported = kQuillErrNone;
     (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), unreported);
   } catch (...) {
-    (void)darwin::Unlink(AT_FDCWD, path.getUTF8());  // takes no memory
+    (void)std::remove(path.getUTF8());  // takes no memory
   }
 }
 

@@ -7,11 +7,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <map>
 #include <set>
+#include <tuple>
 
 #include "tests/support/Trees.h"
 #include "tests/sweeps/SweepTest.h"
@@ -53,6 +55,7 @@ class Bait {
     (void)::chmod((root + "/program").c_str(), 04755);
     (void)::chmod((root + "/empty").c_str(), 0700);
     (void)::chmod(root.c_str(), 0700);
+    WaitForTheNextTick();
     before_ = Describe(root);
     secret_ = ::open((root + "/secret").c_str(), O_RDONLY | O_CLOEXEC);
     empty_ = ::open((root + "/empty").c_str(), O_RDONLY | O_CLOEXEC);
@@ -74,6 +77,16 @@ class Bait {
   const std::string root;
 
  private:
+  /// What root makes in the same tick of the clock as the operation begins cannot be told from what that makes.
+  void WaitForTheNextTick() const {
+    struct stat made {};
+    timespec now{};
+    ASSERT_EQ(0, ::stat((root + "/empty").c_str(), &made));
+    do {
+      ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &now));
+    } while (std::tie(now.tv_sec, now.tv_nsec) <= std::tie(made.st_mtim.tv_sec, made.st_mtim.tv_nsec));
+  }
+
   static std::string RightsOf(int descriptor) {
     struct stat status {};
     EXPECT_EQ(0, ::fstat(descriptor, &status));

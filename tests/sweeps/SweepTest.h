@@ -44,6 +44,9 @@ class SweepTest : public quill_test::DirectoryTest {
   /// message about operations that need two file systems if there is only one.
   void ForEach(const std::vector<Verb>& verbs, const std::function<void(Scene&, Findings&)>& sweep);
 
+  /// A directory on another file system; "" when there is none.
+  const std::string& Elsewhere() const { return elsewhere; }
+
  private:
   std::string elsewhere;
 };

@@ -39,4 +39,28 @@ Error GiveOwnerRights(int directory) {
   return ChangeMode({directory}, status.Permissions() | S_IRWXU);
 }
 
+Error ChooseHiddenName(std::string& name) {
+  unsigned char random[10];
+  if (const Error error = FillWithRandom(random, sizeof random)) return error;
+  name = ".quill-";
+  for (const unsigned char byte : random) {
+    name += static_cast<char>('a' + (byte & 0x0f));
+    name += static_cast<char>('a' + (byte >> 4));
+  }
+  return {};
+}
+
+std::timespec TimeOfNewItems() noexcept {
+  std::timespec now{};
+  (void)::clock_gettime(CLOCK_REALTIME_COARSE, &now);  // there since Linux 2.6.32; the clock of the stamps
+  return now;
+}
+
+// Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
+bool IsMadeSince(const ItemStatus& status, const std::timespec& beginning) noexcept {
+  constexpr long kLastNanosecond = 999'999'999;
+  const std::timespec made = status.Created();
+  return !IsEarlier({made.tv_sec, made.tv_nsec == 0 ? kLastNanosecond : made.tv_nsec}, beginning);
+}
+
 }  // namespace quill::darwin

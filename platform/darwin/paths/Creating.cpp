@@ -8,9 +8,9 @@
 #include <utility>
 
 #include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/descriptors/NewDirectory.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
 #include "platform/darwin/names/NameLookup.h"
-#include "platform/darwin/paths/Inheritance.h"
 
 namespace quill::darwin {
 namespace {
@@ -28,12 +28,6 @@ Error FillAndClose(FileDescriptor& file, std::string_view contents) {
   return FirstOf(error, file.Close());
 }
 
-// Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
-std::timespec Latest(const std::timespec& stamp) noexcept {
-  constexpr long kLastNanosecond = 999'999'999;
-  return {stamp.tv_sec, stamp.tv_nsec == 0 ? kLastNanosecond : stamp.tv_nsec};
-}
-
 /// Gives the directory that was made at \p path the permissions that the umask has taken. Whoever owns the directory
 /// above can have put something else in its place by now, so only what this user has made since \p beginning is
 /// changed. A server's clock may lag; then a new directory looks old and stays as it is.
@@ -43,7 +37,7 @@ Error RestorePermissions(const char* path, mode_t permissions, const std::timesp
   if (const Error error = Open(AT_FDCWD, path, O_PATH | O_DIRECTORY | O_NOFOLLOW, made)) return error;
   if (const Error error = GetStatus(made.get(), status)) return error;
   if (status.Permissions() == permissions) return {};
-  const bool isOurs = status.owner == EffectiveUser() && !IsEarlier(Latest(status.Created()), beginning);
+  const bool isOurs = status.owner == EffectiveUser() && IsMadeSince(status, beginning);
   return isOurs ? ChangeMode({made.get(), true}, permissions) : Error::Replaced();
 }
 

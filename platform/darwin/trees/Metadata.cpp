@@ -8,13 +8,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
+
+#include "platform/darwin/descriptors/AccessList.h"
 
 namespace quill::darwin {
 namespace {
-
-constexpr char kAccessList[] = "system.posix_acl_access";
-constexpr char kDefaultList[] = "system.posix_acl_default";
 
 constexpr mode_t kSetIDs = S_ISUID | S_ISGID;
 
@@ -24,19 +22,6 @@ bool HaveSameOwner(const ItemStatus& one, const ItemStatus& other) {
 
 bool CannotBeHeld(Error error) {
   return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == E2BIG || error == ERANGE;
-}
-
-/// What the owning group may do beside its access control list, whose mask is in the group bits of the mode: xattr
-/// layout of linux/posix_acl_xattr.h, little-endian.
-mode_t GroupBits(std::string_view list, mode_t mode) {
-  constexpr std::size_t kHeader = 4;
-  constexpr std::size_t kEntry = 8;
-  constexpr unsigned char kOwningGroup = 0x04;
-  for (std::size_t at = kHeader; at + kEntry <= list.size(); at += kEntry) {
-    if (static_cast<unsigned char>(list[at]) != kOwningGroup || list[at + 1] != 0) continue;
-    return mode & (static_cast<mode_t>(list[at + 2]) & 07) << 3;
-  }
-  return 0;
 }
 
 }  // namespace
@@ -137,7 +122,7 @@ Error MetadataCopier::CopyAttribute(OpenItem from, const char* name, OpenItem to
   if (unread) return UnlessNotKept(TreeMetadata::kExtendedAttributes, unread);
   const Error error = SetAttribute(to, name, value_.data(), length);
   if (CannotBeHeld(error) && std::strcmp(name, kAccessList) == 0) {
-    mode = (mode & ~mode_t{S_IRWXG}) | GroupBits({value_.data(), length}, mode);
+    mode = (mode & ~mode_t{S_IRWXG}) | OwningGroupBits({value_.data(), length}, mode);
   }
   return UnlessNotKept(TreeMetadata::kExtendedAttributes, error);
 }

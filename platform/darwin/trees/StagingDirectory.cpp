@@ -39,17 +39,6 @@ Error CheckOwner(int parent, const ItemStatus& made) {
 
 }  // namespace
 
-Error ChooseHiddenName(std::string& name) {
-  unsigned char random[10];
-  if (const Error error = FillWithRandom(random, sizeof random)) return error;
-  name = ".quill-";
-  for (const unsigned char byte : random) {
-    name += static_cast<char>('a' + (byte & 0x0f));
-    name += static_cast<char>('a' + (byte >> 4));
-  }
-  return {};
-}
-
 StagingDirectory::~StagingDirectory() {
   if (!IsOpen()) return;
   const Error error = Unlink(parent_, name(), AT_REMOVEDIR);

@@ -5,6 +5,7 @@
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
 #include "platform/darwin/descriptors/ItemStatus.h"
+#include "platform/darwin/descriptors/NewDirectory.h"
 
 namespace quill::darwin {
 
@@ -37,8 +38,5 @@ class StagingDirectory {
   int parent_ = -1;
   bool rightsMissing_ = false;
 };
-
-/// A hidden name that nobody can guess.
-Error ChooseHiddenName(std::string& name);
 
 }  // namespace quill::darwin

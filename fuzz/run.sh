@@ -7,7 +7,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 seconds=${1:?"usage: run.sh <seconds> [<target>...]"}
 shift
 targets=("$@")
-[[ ${#targets[@]} -gt 0 ]] || targets=(Conversions FileString Names URL UserDirectoriesFile)
+[[ ${#targets[@]} -gt 0 ]] || targets=(Conversions FileString Names Table URL UserDirectoriesFile)
 
 cmake --preset fuzz
 cmake --build --preset fuzz

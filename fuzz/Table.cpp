@@ -202,7 +202,8 @@ void Ask(Manager& manager, Input& input) {
   (void)manager.FileReadSymLink(path, text);
 }
 
-void Change(Manager& manager, unsigned operation, Input& input) {
+/// What works on one item.
+void ChangeItem(Manager& manager, unsigned operation, Input& input) {
   const QuillFileString path = input.Path();
   QuillFileString result;
   switch (operation) {
@@ -228,6 +229,17 @@ void Change(Manager& manager, unsigned operation, Input& input) {
     case 6:
       (void)manager.DirDelete(path);
       return;
+    default:
+      return;
+  }
+}
+
+/// What works on trees, on what an item says about itself, and on the current directory.
+void Change(Manager& manager, unsigned operation, Input& input) {
+  if (operation < 7) return ChangeItem(manager, operation, input);
+  const QuillFileString path = input.Path();
+  QuillFileString result;
+  switch (operation) {
     case 7:
       if (manager.DirDeleteWithContents(path)) Require(!HasOneForm(path) || !manager.FileExists(path));
       return;

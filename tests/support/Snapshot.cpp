@@ -2,9 +2,13 @@
 
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -44,12 +48,27 @@ std::string Substance(const std::string& path, const struct stat& status) {
   return "special " + std::to_string(status.st_mode & S_IFMT) + " " + std::to_string(status.st_rdev);
 }
 
+// Asked of the file itself: its count of blocks changes by itself while the system writes back what was cached.
+off_t DataSize(const std::string& path, off_t size) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "re"), std::fclose);
+  if (!file) return size;
+  off_t total = 0;
+  for (off_t end = 0; end < size;) {
+    const off_t start = ::lseek(::fileno(file.get()), end, SEEK_DATA);
+    if (start < 0) return errno == ENXIO ? total : size;
+    end = ::lseek(::fileno(file.get()), start, SEEK_HOLE);
+    if (end < 0) return size;
+    total += end - start;
+  }
+  return total;
+}
+
 std::string Metadata(const std::string& path, const struct stat& status, const std::string& twin) {
   std::ostringstream text;
   if (!S_ISLNK(status.st_mode)) text << "mode " << std::oct << (status.st_mode & 07777U) << std::dec << ' ';
   text << "owner " << status.st_uid << ':' << status.st_gid << " modified " << status.st_mtim.tv_sec << '.'
        << status.st_mtim.tv_nsec << Attributes(path);
-  if (S_ISREG(status.st_mode) && status.st_blocks * 512 < status.st_size / 4) text << " mostly holes";
+  if (S_ISREG(status.st_mode) && DataSize(path, status.st_size) < status.st_size / 4) text << " mostly holes";
   if (!twin.empty()) text << " same as " << twin;
   return text.str();
 }

@@ -37,7 +37,7 @@ TEST_F(TemporaryTest, TemporaryItemsAreNamedByTheTemplateWhereTheTableSays) {
   EXPECT_TRUE(host.FileCreateTempInDir(At("made/for it"), result));
   EXPECT_EQ("nothing", host.Reason());
 
-  for (const mode_t mask : {0000, 0022, 0077, 0777}) {
+  for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
     const mode_t before = ::umask(mask);
     EXPECT_TRUE(host.FileCreateTemp(result));
     EXPECT_EQ(0644U, ModeOf(Text(result))) << std::oct << mask;

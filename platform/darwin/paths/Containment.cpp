@@ -116,7 +116,7 @@ bool IsMountedElsewhere(const Place& container, const Place& item) {
 /// Takes the first component from the front of \p path; empty when there is none.
 std::string TakeComponent(std::string& path) {
   path.erase(0, std::min(path.find_first_not_of('/'), path.size()));
-  const std::string component = path.substr(0, path.find('/'));
+  std::string component = path.substr(0, path.find('/'));
   path.erase(0, component.size());
   return component;
 }
@@ -171,7 +171,7 @@ Error PathLeadsThroughLink(const char* path, const ItemStatus& link, bool& leads
     std::string text;
     if (const Error unread = ReadWholeLink(next, text)) return unread;
     if (text.starts_with('/')) place = "/";
-    rest = text + "/" + rest;
+    rest = text.append("/").append(rest);
   }
 }
 

@@ -31,15 +31,6 @@ bool ReplaceDefaultHandler() noexcept {
 
 void SurviveFileSizeLimit() noexcept { [[maybe_unused]] static const bool isReplaced = ReplaceDefaultHandler(); }
 
-/// Lets \p make fill the end of the template; a failed attempt may fill it all the same, and is undone.
-template <typename Make>
-Error MakeFromTemplate(std::string& pathTemplate, Make make) {
-  std::string path = pathTemplate;
-  if (const Error error = Repeat([&] { return make(path.data()); })) return error;
-  pathTemplate.swap(path);
-  return {};
-}
-
 /// The item is looked up once and opened through that descriptor, so that what is waited for is a regular file.
 Error OpenLeased(int directory, const char* name, int flags, FileDescriptor& opened) noexcept {
   FileDescriptor lookup;
@@ -210,9 +201,14 @@ Error Rename(int fromDirectory, const char* from, int toDirectory, const char* t
 }
 
 Error MakeTemporaryFile(std::string& pathTemplate, FileDescriptor& opened) {
+  std::string path = pathTemplate;
   int descriptor = -1;
-  const auto make = [&](char* name) { return descriptor = ::mkostemp(name, O_CLOEXEC); };
-  if (const Error error = MakeFromTemplate(pathTemplate, make)) return error;
+  const auto make = [&] {
+    pathTemplate.copy(path.data(), path.size());  // an attempt that fails may have filled the end all the same
+    return ::mkostemp(path.data(), O_CLOEXEC);
+  };
+  if (const Error error = Repeat(make, descriptor)) return error;
+  pathTemplate.swap(path);
   opened = FileDescriptor(descriptor);
   return {};
 }

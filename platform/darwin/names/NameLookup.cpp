@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
@@ -34,28 +35,41 @@ class DirectorySearch {
       if (!MayStandUnderAnotherName(error)) return error;
     }
     // Reading the directory finds every spelling, and costs as much as it has entries.
-    return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(FormC(name), found) : ENOENT;
+    return forms.extent == EquivalentForms::Extent::kMany ? FindInEntries(name, found) : ENOENT;
   }
 
  private:
-  /// The first entry in byte order whose Form C is \p composed.
-  Error ReadFor(const std::string& composed, std::string& found) const {
+  Error FindInEntries(std::string_view name, std::string& found) const {
+    const bool isByPath = directory_ == AT_FDCWD;
+    RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
+    if (isByPath && memory && memory->IsCurrent(prefix_, Freshness::kOfNow)) return memory->Find(name, found);
     FileDescriptor descriptor;
     const char* const path = prefix_.empty() ? "." : prefix_.c_str();
     // Without permission to read the directory, only the forms that were tried can be found.
     if (const Error error = Open(directory_, path, O_RDONLY | O_DIRECTORY, descriptor)) {
       return error == EACCES ? ENOENT : error;
     }
-    DirectoryReader reader(std::move(descriptor));
+    RememberedDirectory reading(prefix_, descriptor.get());
+    const Error error = Read(std::move(descriptor), FormC(name), found, reading);
+    if (isByPath) RememberedDirectory::Remember(std::move(reading));
+    return error;
+  }
+
+  /// Finds the first entry in byte order whose Form C is \p composed.
+  static Error Read(FileDescriptor directory, const std::string& composed, std::string& found,
+                    RememberedDirectory& reading) {
+    DirectoryReader reader(std::move(directory));
     std::string first;
     while (const DirectoryReader::Entry* entry = reader.Next()) {
       const std::string_view name = entry->name;
+      const std::string form = FormC(name);
+      reading.Add(name, form);
       // An ASCII name is its own Form C, which has been tried already.
-      if (IsASCII(name) || (!first.empty() && name >= first)) continue;
-      if (FormC(name) == composed) first = name;
+      if (form == composed && !IsASCII(name) && (first.empty() || name < first)) first = name;
     }
     // A name that was not read may be the right one, so "not found" would be a guess.
     if (reader.error()) return reader.error();
+    reading.Finish();
     if (first.empty()) return ENOENT;
     found.swap(first);
     return {};
@@ -135,15 +149,38 @@ Error Resolve(std::string_view path, ResolvedPath& resolved) {
   return {};
 }
 
+/// Whether the thread remembers the directory of \p path, and so what a search would give: \p found or \p error.
+bool FindInMemory(std::string_view path, Freshness freshness, std::string& found, Error& error) {
+  RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
+  const std::size_t leaf = path.rfind('/') + 1;  // 0 without a slash
+  const std::string_view above = path.substr(0, leaf), name = path.substr(leaf);
+  if (!memory || !memory->IsOf(above) || !HasOtherForm(name) || !memory->IsCurrent(above, freshness)) return false;
+  std::string equivalent;
+  error = memory->Find(name, equivalent);
+  if (error) return memory->IsCurrent(above, Freshness::kOfNow);  // it may have come meanwhile
+  found = above;
+  found += equivalent;
+  memory->NoteFound(path, found);
+  return true;
+}
+
 }  // namespace
+
+bool WasJustFound(const char* path, Freshness freshness, std::string& found) {
+  RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
+  return memory && memory->WasFound(path, freshness, found);
+}
 
 Error FindEquivalentName(int directory, std::string_view name, std::string& found) {
   return DirectorySearch(directory, {}).FindEquivalent(name, found);
 }
 
-Error FindEquivalentPath(const char* path, std::string& found) {
+Error FindEquivalentPath(const char* path, std::string& found, Freshness freshness) {
+  if (!path) return ENOENT;
+  Error remembered;
+  if (FindInMemory(path, freshness, found, remembered)) return remembered;
   // Most missing paths end here, before anything is allocated.
-  if (!path || !HasOtherForm(path)) return ENOENT;
+  if (!HasOtherForm(path)) return ENOENT;
   ResolvedPath resolved;
   if (const Error error = Resolve(path, resolved)) return error;
   if (!resolved.changed || resolved.missing) return ENOENT;

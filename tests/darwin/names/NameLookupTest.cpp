@@ -1,15 +1,20 @@
 #include "platform/darwin/names/NameLookup.h"
 
 #include <fcntl.h>
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <functional>
+#include <thread>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
 #include "platform/darwin/names/Normalization.h"
 #include "platform/darwin/paths/Changes.h"
 #include "platform/darwin/paths/Creating.h"
+#include "platform/darwin/paths/Status.h"
 #include "tests/support/Fixture.h"
 
 namespace quill::darwin {
@@ -109,6 +114,83 @@ TEST_F(NameLookup, ProbesWithoutReadingTheDirectory) {
     EXPECT_EQ(std::nullopt, EquivalentIn(Repeated("\u00E9", 30)));
     ASSERT_EQ(0, ::chmod(Root().c_str(), 0755));
   });
+}
+
+/// Names with many spellings, of which a listing delivers the first and the directory holds the last.
+std::string Composed(int number) { return Repeated("\u00E9", 7) + std::to_string(number); }
+std::string Mixed(int number) { return "\u00E9" + Repeated("e\u0301", 6) + std::to_string(number); }
+
+/// A directory whose last change is of an earlier tick of the clock than now.
+void LetTheClockTick() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
+
+/// How often the directory was opened since the last question.
+int TimesOpened(int watch) {
+  alignas(inotify_event) char events[4096];
+  const ssize_t size = ::read(watch, events, sizeof events);
+  return size > 0 ? static_cast<int>(static_cast<std::size_t>(size) / sizeof(inotify_event)) : 0;
+}
+
+TEST_F(NameLookup, ReadsADirectoryOnceForAllItsNames) {
+  constexpr int kNames = 300;
+  for (int number = 0; number < kNames; ++number) WriteFile(In(Mixed(number)), "");
+  LetTheClockTick();
+  const FileDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+  ASSERT_LE(0, ::inotify_add_watch(watch.get(), Root().c_str(), IN_OPEN | IN_ONLYDIR));
+  int opened = 0;
+  for (int number = 0; number < kNames; ++number) {
+    ItemStatus status;
+    EXPECT_EQ(0, GetStatus(In(Composed(number)).c_str(), FinalLink::kItself, status));
+    EXPECT_EQ(std::nullopt, EquivalentOf(In(Composed(kNames + number)).c_str()));
+    opened += TimesOpened(watch.get());
+  }
+  EXPECT_EQ(1, opened);
+}
+
+TEST_F(NameLookup, NeverAnswersFromAReadingThatIsOutOfDate) {
+  const std::string composed = Composed(1), mixed = Mixed(1), decomposed = FormD(Composed(1));
+  const auto make = [](const std::string& path) { return [path] { WriteFile(path, ""); }; };
+  const auto rename = [](const std::string& from, const std::string& to) {
+    return [from, to] { ASSERT_EQ(0, ::rename(from.c_str(), to.c_str())); };
+  };
+  ASSERT_EQ(0, ::chdir(Root().c_str()));
+  const struct {
+    std::function<void()> change;
+    std::string found;  // empty: nothing
+  } steps[] = {
+      {make("d/" + mixed), mixed},
+      {rename("d/" + mixed, "d/other"), ""},
+      {rename("d/other", "d/e\u0301" + composed.substr(2)), "e\u0301" + composed.substr(2)},
+      {make("d/" + decomposed), decomposed},
+      {make("d/" + composed), composed},
+      {[] { std::filesystem::rename("d", "old"); }, ""},
+      {[] { std::filesystem::create_directory("d"); }, ""},
+      {make("d/" + mixed), mixed},
+      {[&] { std::filesystem::remove("d/" + mixed); }, ""},
+      {[] { std::filesystem::remove_all("d"), std::filesystem::rename("old", "d"); }, composed},
+  };
+  std::filesystem::create_directory("d");
+  for (const auto& [change, found] : steps) {
+    ItemStatus asked, expected;
+    change();
+    const auto ask = [&] { return GetStatus(("d/" + composed).c_str(), FinalLink::kItself, asked); };
+    EXPECT_EQ(found.empty() ? ENOENT : 0, ask()) << found;
+    LetTheClockTick();
+    for (int question = 0; question < 2; ++question) {
+      EXPECT_EQ(found.empty() ? ENOENT : 0, ask()) << found;
+      if (found.empty()) continue;
+      ASSERT_EQ(0, GetStatusOf(AT_FDCWD, ("d/" + found).c_str(), FinalLink::kItself, expected));
+      EXPECT_EQ(expected.inode, asked.inode) << found;
+    }
+  }
+  std::filesystem::create_directory("quick");
+  for (int round = 0; round < 100; ++round) {  // many of them within one tick, with equal stamps
+    ItemStatus status;
+    EXPECT_EQ(ENOENT, GetStatus(("quick/" + composed).c_str(), FinalLink::kItself, status));
+    WriteFile("quick/" + mixed, "");
+    EXPECT_EQ(0, GetStatus(("quick/" + composed).c_str(), FinalLink::kItself, status));
+    std::filesystem::remove("quick/" + mixed);
+  }
+  ASSERT_EQ(0, ::chdir("/"));
 }
 
 TEST_F(NameLookup, TemporaryItemsAreMadeInADirectoryOfAnotherForm) {

@@ -2,11 +2,13 @@
 
 #include <fcntl.h>
 
+#include <cerrno>
 #include <string_view>
 
 #include "platform/darwin/descriptors/ItemStatus.h"
 #include "platform/darwin/names/PathText.h"
 #include "platform/darwin/user/UserDirectories.h"
+#include "platform/osx/Operation.h"
 
 namespace quill {
 namespace {
@@ -41,7 +43,11 @@ std::optional<std::string> StateDirectory(CoreFileManager& manager) {
 bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::string>& base,
                             QuillFileString& directory) {
   QuillFileString programDirectory, programName;
-  if (!base || !SplitProgramPath(programDirectory, programName)) return false;
+  const darwin::Error unknown = base ? SplitProgramPath(programDirectory, programName) : ENOENT;
+  if (unknown) {
+    Operation::HandUp(manager, unknown);
+    return false;
+  }
   QuillFileString result = PathFrom(*base);
   result.appendLeaf(programName);
   if (!manager.DirEnsure(result)) return false;
@@ -49,13 +55,13 @@ bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::s
   return true;
 }
 
-bool SplitProgramPath(QuillFileString& directory, QuillFileString& name) {
+darwin::Error SplitProgramPath(QuillFileString& directory, QuillFileString& name) {
   std::string program;
-  if (darwin::GetProgramPath(program)) return false;
+  if (const darwin::Error error = darwin::GetProgramPath(program)) return error;
   RemoveMarkOfDeletion(program);
   directory = PathFrom(std::string(darwin::ParentOf(program)));
   name = PathFrom(std::string(darwin::LeafOf(program)));
-  return true;
+  return {};
 }
 
 QuillFileString PathFrom(const std::string& text) {

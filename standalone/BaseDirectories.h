@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/CoreFileManager.h"
+#include "platform/darwin/descriptors/Error.h"
 
 namespace quill {
 
@@ -15,12 +16,12 @@ std::optional<std::string> DataDirectory(CoreFileManager& manager);
 std::optional<std::string> StateDirectory(CoreFileManager& manager);
 
 /// Gives the program's own directory in a base directory, and creates it if it is missing. \p directory is written on
-/// success.
+/// success. The running operation learns the cause of a failure.
 bool EnsureProgramDirectory(CoreFileManager& manager, const std::optional<std::string>& base,
                             QuillFileString& directory);
 
-/// Gives the directory and the name of the running program's file; false if they are not known.
-bool SplitProgramPath(QuillFileString& directory, QuillFileString& name);
+/// Gives the directory and the name of the running program's file.
+darwin::Error SplitProgramPath(QuillFileString& directory, QuillFileString& name);
 
 /// A path string of \p text.
 QuillFileString PathFrom(const std::string& text);

@@ -131,6 +131,38 @@ bool StandaloneFileManager::FileSetReadOnly(const QuillFileString& path, bool re
   return Run({*this, __func__, path}, path, [&](const char* text) { return darwin::SetReadOnly(text, readOnly); });
 }
 
+bool StandaloneFileManager::DirGetLogDir(QuillFileString& directory) {
+  Operation operation(*this, __func__);
+  return operation.Answer(CoreFileManager::DirGetLogDir(directory));
+}
+
+bool StandaloneFileManager::DirGetAppResourceDir(QuillFileString& directory) {
+  Operation operation(*this, __func__);
+  return operation.Answer(CoreFileManager::DirGetAppResourceDir(directory));
+}
+
+bool StandaloneFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileString& name,
+                                                                     QuillFileString& location) {
+  Operation operation(*this, __func__, name);
+  return operation.Answer(CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(name, location));
+}
+
+bool StandaloneFileManager::MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& path, const QuillFileString& source,
+                                                             const QuillFileString& referrer, bool isUnsafe) {
+  Operation operation(*this, __func__, path);
+  return operation.Answer(CoreFileManager::MarkDownloadedFileAsUnsafeOrSafe(path, source, referrer, isUnsafe));
+}
+
+bool StandaloneFileManager::ScanMediaFile(const QuillFileString& path) {
+  Operation operation(*this, __func__, path);
+  return operation.Answer(CoreFileManager::ScanMediaFile(path));
+}
+
+bool StandaloneFileManager::FileReopenStderr(const QuillFileString& path, bool truncate) {
+  Operation operation(*this, __func__, path);
+  return operation.Answer(CoreFileManager::FileReopenStderr(path, truncate));
+}
+
 bool StandaloneFileManager::FileGetTempPath(QuillFileString& path) {
   Operation operation(*this, __func__);
   QuillFileString place;

@@ -33,6 +33,15 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   bool FileSetModificationDate(const QuillFileString& path, double modified) override;
   bool FileSetReadOnly(const QuillFileString& path, bool readOnly) override;
 
+  // CoreFileManager's own bodies; only LastFailure is added.
+  bool DirGetLogDir(QuillFileString& directory) override;
+  bool DirGetAppResourceDir(QuillFileString& directory) override;
+  bool DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileString& name, QuillFileString& location) override;
+  bool MarkDownloadedFileAsUnsafeOrSafe(const QuillFileString& path, const QuillFileString& source,
+                                        const QuillFileString& referrer, bool isUnsafe) override;
+  bool ScanMediaFile(const QuillFileString& path) override;
+  bool FileReopenStderr(const QuillFileString& path, bool truncate) override;
+
   /// Creates a new file in the directory that DirGetTemp gives, and puts its path into \p path.
   bool FileGetTempPath(QuillFileString& path) override;
   /// $TMPDIR if it is absolute, else /tmp.

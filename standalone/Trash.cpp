@@ -13,6 +13,7 @@
 #include "platform/darwin/names/NameLookup.h"
 #include "platform/darwin/names/PathText.h"
 #include "platform/darwin/paths/Creating.h"
+#include "platform/darwin/paths/DirectoryChain.h"
 #include "platform/darwin/paths/Volumes.h"
 #include "platform/darwin/trees/TreePath.h"
 #include "platform/darwin/trees/Trees.h"
@@ -64,7 +65,7 @@ Error Prepare(const FileDescriptor& trash, TrashPlace& place) {
 Error PrepareHomeTrash(CoreFileManager& manager, TrashPlace& place) {
   const auto data = DataDirectory(manager);
   if (!data) return ENOENT;
-  if (!manager.DirEnsure(PathFrom(*data))) return EACCES;
+  if (const Error error = darwin::EnsureDirectoryChain(data->c_str())) return error;
   FileDescriptor above, trash;
   const auto open = [&](const char* path) { return OpenDirectory(AT_FDCWD, path, 0, above); };
   if (const Error error = darwin::OnPath(data->c_str(), open)) return error;

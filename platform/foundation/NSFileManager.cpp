@@ -76,9 +76,9 @@ bool NSFileManager::copyItemAtPath(const NSString* from, const NSString* to, Ret
   return Succeeded(darwin::CopyTree(from->fileSystemRepresentation(), to->fileSystemRepresentation()), error);
 }
 
-RetainPtr<NSString> NSFileManager::currentDirectoryPath() {
+RetainPtr<NSString> NSFileManager::currentDirectoryPath(RetainPtr<NSError>* error) {
   std::string path;
-  return darwin::GetCurrentDirectory(path) ? nullptr : NSString::stringWithFileSystemBytes(path);
+  return Succeeded(darwin::GetCurrentDirectory(path), error) ? NSString::stringWithFileSystemBytes(path) : nullptr;
 }
 
 RetainPtr<NSString> NSFileManager::destinationOfSymbolicLinkAtPath(const NSString* path) {

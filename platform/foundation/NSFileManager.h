@@ -39,8 +39,8 @@ class NSFileManager {
   /// Copies a file or a whole tree, all or nothing; never onto anything that exists.
   bool copyItemAtPath(const NSString* from, const NSString* to, RetainPtr<NSError>* error);
 
-  /// Null when there is none.
-  RetainPtr<NSString> currentDirectoryPath();
+  /// Null when there is none any more, or it is outside the process's root.
+  RetainPtr<NSString> currentDirectoryPath(RetainPtr<NSError>* error = nullptr);
   /// The link's text; null when it cannot be read.
   RetainPtr<NSString> destinationOfSymbolicLinkAtPath(const NSString* path);
 };

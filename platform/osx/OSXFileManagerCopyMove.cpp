@@ -46,14 +46,15 @@ bool OSXFileManager::_HandleClobber(OSXFileManager& manager, const QuillFileStri
 
 bool OSXFileManager::PrepareDestination(Operation& operation, const QuillFileString& source,
                                         const QuillFileString& destination, bool clobber) {
-  if (!FileExists(source)) return operation.FailUnobserved(kQuillErrNotFound, ENOENT);
+  if (!FileExists(source)) return operation.FailAsMissing(source);
   bool harms = false;
   const auto doubt =
       clobber ? AskWhetherClearingHarms(source.getUTF8(), destination.getUTF8(), harms) : darwin::Error();
   if (doubt || harms) return operation.FailUnobserved(kQuillErrCannotClearDestination, doubt);
-  // Replaces whatever a deletion recorded.
+  // The code replaces whatever a deletion recorded; its cause stays.
   if (!_HandleClobber(*this, destination, clobber)) {
-    return operation.FailUnobserved(kQuillErrCannotClearDestination, EEXIST);
+    return operation.FailUnobserved(kQuillErrCannotClearDestination,
+                                    darwin::FirstOf(operation.causeOfCalled(), EEXIST));
   }
   (void)DirEnsureEnclosingDir(destination);  // a directory that is still missing shows in the copy or move itself
   return true;

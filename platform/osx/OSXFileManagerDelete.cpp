@@ -67,7 +67,7 @@ bool OSXFileManager::DirDelete(const QuillFileString& directory) {
 bool OSXFileManager::DirDeleteWithContents(const QuillFileString& path) {
   TreeOperation operation(*this, __func__, path);
   if (!path.getUTF8()) return operation.FailWithoutText();
-  if (!FileExists(path)) return operation.FailUnobserved(kQuillErrNotFound, ENOENT);
+  if (!FileExists(path)) return operation.FailAsMissing(path);
   int code = kQuillErrNone;
   if (!OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), code)) {
     return operation.Fail(code, darwin::Error());  // a removal knows its cause from the tree

@@ -12,40 +12,46 @@
 #include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
+using foundation::NSError;
 using foundation::NSHomeDirectory;
 using foundation::NSSearchPathDirectory;
 using foundation::NSString;
+using foundation::RetainPtr;
 using quill::Operation;
 
 namespace {
 
 // Where the platform has no answer the result stays untouched.
-// The operation is a temporary of the table entry's body, because __func__ has to be the entry's name.
-bool Store(Operation&& operation, const NSString* directory, QuillFileString& result) {
+bool Store(Operation& operation, const NSString* directory, QuillFileString& result) {
   if (!directory) return operation.FailSilently(ENOENT);
   return OSXFileSystemUtils::SetQuillFileStringFromNSStringPath(directory, result, /*normalize=*/true);
 }
 
+// The operation is a temporary of the table entry's body, because __func__ has to be the entry's name.
 bool StoreSearchPath(Operation&& operation, NSSearchPathDirectory kind, QuillFileString& result) {
-  return Store(std::move(operation), foundation::NSSearchPathForDirectoryInUserDomain(kind).get(), result);
+  return Store(operation, foundation::NSSearchPathForDirectoryInUserDomain(kind).get(), result);
 }
 
 }  // namespace
 
 bool OSXFileManager::DirGetUserHomePath(QuillFileString& directory) {
-  return Store({*this, __func__}, NSHomeDirectory().get(), directory);
+  Operation operation(*this, __func__);
+  return Store(operation, NSHomeDirectory().get(), directory);
 }
 
 bool OSXFileManager::DirGetUser(QuillFileString& directory) {
-  return Store({*this, __func__}, NSHomeDirectory().get(), directory);
+  Operation operation(*this, __func__);
+  return Store(operation, NSHomeDirectory().get(), directory);
 }
 
 bool OSXFileManager::DirGetCurrent(QuillFileString& directory) {
-  // Null once the directory has been removed, or is outside the process's root. Programs that a session or service
-  // manager starts often run in "/", where no user keeps files, so the contract gives the home directory for it.
-  const auto current = fileManager->currentDirectoryPath();
-  const bool isRoot = current && current->view() == "/";
-  return Store({*this, __func__}, isRoot ? NSHomeDirectory().get() : current.get(), directory);
+  Operation operation(*this, __func__);
+  RetainPtr<NSError> error;
+  const auto current = fileManager->currentDirectoryPath(&error);
+  if (!current) return operation.FailSilently(error.get());
+  // Programs that a session or service manager starts often run in "/", where no user keeps files, so the contract
+  // gives the home directory for it.
+  return Store(operation, current->view() == "/" ? NSHomeDirectory().get() : current.get(), directory);
 }
 
 bool OSXFileManager::DirGetDesktop(QuillFileString& directory) {

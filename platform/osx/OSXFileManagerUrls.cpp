@@ -120,9 +120,11 @@ bool OSXFileManager::FileGetPathUrlPreVeranda(const QuillFileString& path, Quill
   Operation operation(*this, __func__, path);
   const auto text = NSString::stringWithUTF8String(path.getUTF8());
   if (!text) return FailFor(operation, path);
-  // Null when the path is relative and there is no current directory any more.
   const auto fileUrl = NSURL::fileURLWithPath(text->stringByExpandingTildeInPath().get());
-  if (!fileUrl) return FailFor(operation, path);
+  if (!fileUrl) {  // the path is relative, and there may be no current directory any more
+    RetainPtr<NSError> error;
+    return fileManager->currentDirectoryPath(&error) ? FailFor(operation, path) : operation.FailSilently(error.get());
+  }
   const NSString& whole = *fileUrl->absoluteString();
   const auto length = whole.view().size() - (HasSuperfluousSlash(whole) ? 1 : 0);
   url.setUTF8(whole.substringToIndex(length)->UTF8String());

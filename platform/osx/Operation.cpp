@@ -1,10 +1,12 @@
 #include "platform/osx/Operation.h"
 
 #include <atomic>
+#include <cerrno>
 #include <mutex>
 #include <new>
 #include <utility>
 
+#include "platform/darwin/paths/Status.h"
 #include "platform/osx/OSXFileSystemUtils.h"
 
 namespace quill {
@@ -81,6 +83,18 @@ bool Operation::FailSilently(darwin::Error cause) { return Note(cause); }
 bool Operation::FailSilently(const foundation::NSError* cause) { return Note(CauseOf(cause)); }
 
 bool Operation::FailAsCalled() { return Note(cause_); }
+
+bool Operation::FailAsMissing(const QuillFileString& path) {
+  darwin::ItemStatus status;
+  const darwin::Error reason = darwin::GetStatus(path.getUTF8(), darwin::FinalLink::kItself, status);
+  return FailUnobserved(kQuillErrNotFound, darwin::FirstOf(reason, ENOENT));
+}
+
+void Operation::HandUp(const CoreFileManager& manager, darwin::Error cause) noexcept {
+  for (Operation* running = innermost; running; running = running->outer_) {
+    if (&running->manager_ == &manager) running->cause_ = cause;
+  }
+}
 
 bool Operation::Note(darwin::Error cause) noexcept {
   // The first entry that failed is the cause. What the whole operation ends with may only be a consequence of it.

@@ -45,6 +45,13 @@ class Operation {
   bool FailWithoutText() { return FailSilently(darwin::Error()); }
   /// An operation that was called has failed, and has recorded what is to be recorded: its cause is this one's.
   bool FailAsCalled();
+  /// There is no item at \p path, or it cannot be asked for.
+  bool FailAsMissing(const QuillFileString& path);
+
+  /// Of the operation that was called last and failed; none if no one did.
+  darwin::Error causeOfCalled() const noexcept { return cause_; }
+  /// For the bodies of a manager that need not be an OSXFileManager: gives \p cause to the operation that runs them.
+  static void HandUp(const CoreFileManager& manager, darwin::Error cause) noexcept;
 
   /// Answers what a called operation has answered, null or false for its failure.
   template <typename Result>

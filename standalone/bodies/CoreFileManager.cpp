@@ -12,6 +12,7 @@
 #include "platform/darwin/paths/Creating.h"
 #include "platform/darwin/paths/ExtendedAttributes.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "platform/osx/Operation.h"
 #include "standalone/BaseDirectories.h"
 
 namespace darwin = quill::darwin;
@@ -23,10 +24,15 @@ namespace {
 constexpr char kOriginAttribute[] = "user.xdg.origin.url";
 constexpr char kReferrerAttribute[] = "user.xdg.referrer.url";
 
-/// Records the reason of a failure. True for success.
+bool SucceededSilently(CoreFileManager& manager, darwin::Error error) {
+  if (error) quill::Operation::HandUp(manager, error);
+  return !error;
+}
+
+/// Records the code of a failure. True for success.
 bool Succeeded(CoreFileManager& manager, darwin::Error error) {
   if (error) manager.SetLastError(OSXFileSystemUtils::_PosixErrToQuillErr(error.posix()));
-  return !error;
+  return SucceededSilently(manager, error);
 }
 
 /// Gives the path of \p leaf in \p directory if it is a directory.
@@ -81,7 +87,7 @@ bool CoreFileManager::DirGetQuillPlayerSandboxSafeTempLocation(const QuillFileSt
   if (leaf.empty()) return false;
   if (leaf == "." || leaf == "..") {
     SetLastError(kQuillErrIllegalPath);
-    return false;
+    return SucceededSilently(*this, EINVAL);
   }
   QuillFileString parent, result;
   if (!DirGetTemp(parent) || !Succeeded(*this, EnsurePrivatePlace(parent, result))) return false;
@@ -131,13 +137,13 @@ bool CoreFileManager::ScanMediaFile(const QuillFileString& path) {
   if (!path.getUTF8()) return false;
   if (FileExists(path)) return true;
   SetLastError(kQuillErrNotFound);
-  return false;
+  return SucceededSilently(*this, ENOENT);
 }
 
 // Looks beside the program first, so that a program that was moved with its resources finds its own.
 bool CoreFileManager::DirGetAppResourceDir(QuillFileString& directory) {
   QuillFileString beside, name, resources;
-  if (!quill::SplitProgramPath(beside, name)) return false;
+  if (!SucceededSilently(*this, quill::SplitProgramPath(beside, name))) return false;
   QuillFileString prefix = beside;
   if (prefix.trimLeaf(nullptr)) {
     prefix.appendLeaf("share");
@@ -146,7 +152,7 @@ bool CoreFileManager::DirGetAppResourceDir(QuillFileString& directory) {
   resources.setUTF8("resources");
   if (FindDirectoryIn(*this, beside, resources, directory)) return true;
 
-  return FindDirectoryInDataDirectories(*this, name, directory);
+  return FindDirectoryInDataDirectories(*this, name, directory) || SucceededSilently(*this, ENOENT);
 }
 
 bool CoreFileManager::RedirectedFilePath(const QuillFileString& /*path*/, QuillFileString& /*redirected*/) {
@@ -158,7 +164,7 @@ bool CoreFileManager::FileSetExecutable(const QuillFileString& /*path*/) { retur
 const char* CoreFileManager::GetNativePath(const char* path) { return path; }
 
 bool CoreFileManager::FileReopenStderr(const QuillFileString& path, bool truncate) {
-  return !darwin::ReopenStreamAt(path.getUTF8(), truncate ? "w" : "a", stderr);
+  return SucceededSilently(*this, darwin::ReopenStreamAt(path.getUTF8(), truncate ? "w" : "a", stderr));
 }
 
 bool CoreFileManager::DirEnsureEnclosingDir(const QuillFileString& path) {

@@ -196,6 +196,13 @@ TEST_F(HostTest, NotesWhatFailedBesideItsCode) {
   EXPECT_EQ("3007 recorded: DirIsEmpty f, ENOTDIR", Noted(manager.DirIsEmpty(f, answer)));
   EXPECT_EQ("3007 recorded: DirSetCurrent f, ENOTDIR", Noted(manager.DirSetCurrent(f)));
   EXPECT_EQ("3003 recorded: FileSetModificationDate none, ENOENT", Noted(manager.FileSetModificationDate(none, 0)));
+  EXPECT_EQ("3003 stored: FileOrDirCopy f/x y, ENOTDIR", Noted(manager.FileOrDirCopy(inFile, Path("y"), false)));
+  EXPECT_EQ("3003 stored: DirDeleteWithContents f/x, ENOTDIR", Noted(manager.DirDeleteWithContents(inFile)));
+  EXPECT_EQ("3003 recorded: ScanMediaFile none, ENOENT", Noted(manager.ScanMediaFile(none)));
+  EXPECT_EQ("3003 recorded: MarkDownloadedFileAsUnsafeOrSafe none, ENOENT",
+            Noted(manager.MarkDownloadedFileAsUnsafeOrSafe(none, none, none, true)));
+  FindFileInfo info;
+  EXPECT_EQ("nothing: FindFirst none, ENOENT", Noted(manager.FindFirst(none, info) != nullptr));
 
   EXPECT_FALSE(manager.FileDelete(tree));
   errno = ERANGE;
@@ -203,6 +210,26 @@ TEST_F(HostTest, NotesWhatFailedBesideItsCode) {
   EXPECT_EQ(ERANGE, errno);
   EXPECT_STREQ("FileDelete", manager.LastFailure().operation) << "a success changed the note";
   fs::current_path("/");
+}
+
+TEST_F(HostTest, NotesWhatRefusedAUser) {
+  QuillFileString url;
+  AsOrdinaryUser(Root(), [&] {
+    fs::create_directory(In("closed"));
+    fs::create_directory(In("gone"));
+    WriteFile(In("closed/f"), "");
+    WriteFile(In("f"), "");
+    ASSERT_EQ(0, ::chdir(Root().c_str()) | ::chmod("closed", 0555));
+    const QuillFileString f = Path("f"), taken = Path("closed/f"), x = Path("closed/x"), inside = Path("closed/f");
+    EXPECT_EQ("3001 recorded: DirEnsure closed/x, EACCES", Noted(manager.DirEnsure(x)));
+    EXPECT_EQ("3012 stored: FileOrDirCopy f closed/f, EACCES", Noted(manager.FileOrDirCopy(f, taken, true)));
+    EXPECT_EQ("3012 stored: FileOrDirMove f closed/f, EEXIST", Noted(manager.FileOrDirMove(f, taken, false)));
+    ASSERT_EQ(0, ::chmod("closed", 0));
+    EXPECT_EQ("3003 stored: FileOrDirCopy closed/f x, EACCES", Noted(manager.FileOrDirCopy(inside, Path("x"), false)));
+    ASSERT_EQ(0, ::chmod("closed", 0755) | ::chdir("gone") | ::rmdir("../gone"));
+    EXPECT_EQ("nothing: DirGetCurrent (none), ENOENT", Noted(manager.DirGetCurrent(url)));
+    EXPECT_EQ("nothing: FileGetPathUrlPreVeranda f, ENOENT", Noted(manager.FileGetPathUrlPreVeranda(f, url)));
+  });
 }
 
 TEST_F(HostTest, NotesTheEntryAtWhichATreeFailed) {
@@ -218,8 +245,9 @@ TEST_F(HostTest, SendsStandardErrorToAFile) {
   WriteFile(In("log"), "before ");
   const auto write = [this](bool truncate) {
     const bool isOpen = manager.FileReopenStderr(At("log"), truncate);
-    std::fputs("x", stderr);
-    std::_Exit(isOpen && std::fflush(stderr) == 0 ? 0 : 1);
+    std::fputs("x", stderr);  // written when the next one closes it
+    const bool isRefused = !manager.FileReopenStderr(At("log/x"), truncate);
+    std::_Exit(isOpen && isRefused && manager.LastFailure().posixError == ENOTDIR ? 0 : 1);
   };
   for (const auto& [truncate, expected] : {std::pair{false, "before x"}, {true, "x"}}) {
     EXPECT_EXIT(write(truncate), ::testing::ExitedWithCode(0), "");

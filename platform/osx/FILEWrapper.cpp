@@ -1,7 +1,6 @@
 #include "platform/osx/FILEWrapper.h"
 
 #include <cassert>
-#include <cstdio>
 #include <limits>
 
 #include "host/QuillErr.h"
@@ -27,7 +26,7 @@ void RemoveFileAt(const QuillFileString& path) noexcept {
     int unreported = kQuillErrNone;
     (void)OSXFileSystemUtils::_RemoveItemAtPath(PlatformString(path).get(), unreported);
   } catch (...) {
-    (void)std::remove(path.getUTF8());  // takes no memory
+    (void)darwin::Unlink(path.getUTF8());  // takes no memory
   }
 }
 

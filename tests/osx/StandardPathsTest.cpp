@@ -32,5 +32,23 @@ TEST_F(StandardPathsTest, StandardDirectoriesComeComposed) {
   fs::current_path("/");
 }
 
+TEST_F(StandardPathsTest, UserDirectoriesAreThoseOfTheDesktop) {
+  const ScopedVariable home("HOME", Root()), configuration("XDG_CONFIG_HOME", In("config")),
+      cache("XDG_CACHE_HOME", std::nullopt);
+  fs::create_directory(In("config"));
+  WriteFile(In("config/user-dirs.dirs"), "XDG_DOCUMENTS_DIR=\"$HOME/papers\"\nXDG_DOWNLOAD_DIR=\"/downloads\"\n");
+  const std::pair<bool (CoreFileManager::*)(QuillFileString&), std::string> rows[] = {
+      {&CoreFileManager::DirGetDocuments, In("papers")},
+      {&CoreFileManager::DirGetDownloads, "/downloads"},
+      {&CoreFileManager::DirGetDesktop, In("Desktop")},
+      {&CoreFileManager::DirGetCache, In(".cache")},
+  };
+  for (const auto& [find, expected] : rows) {
+    QuillFileString directory;
+    EXPECT_EQ("true, nothing", Outcome((manager.*find)(directory)));
+    EXPECT_EQ(expected, Text(directory));
+  }
+}
+
 }  // namespace
 }  // namespace quill_test

@@ -124,6 +124,22 @@ TEST_F(HostTest, MarksDownloadedFiles) {
   EXPECT_EQ("false, 3003 recorded", Outcome(manager.MarkDownloadedFileAsUnsafeOrSafe(At("none"), {}, {}, true)));
 }
 
+TEST_F(HostTest, ChangesNothingForWhatOnlyOtherSystemsHave) {
+  WriteFile(In("f"), "");
+  ASSERT_EQ(0, ::chmod(In("f").c_str(), 0640));
+  EXPECT_TRUE(manager.FileSetExecutable(At("f")));
+  EXPECT_EQ(0640u, ModeOf(In("f")));
+  const char* const native = "C:\\f";
+  EXPECT_EQ(native, manager.GetNativePath(native));
+  result = Path("before");
+  EXPECT_FALSE(manager.RedirectedFilePath(At("f"), result));
+  EXPECT_EQ("before", Text(result));
+  manager.OverrideWriteableAreaSecurity({});
+  EXPECT_FALSE(manager.IsProtectedModeIE());
+  EXPECT_EQ(nullptr, manager.GetBrokerHandleWrapper(0, At("f")));
+  EXPECT_EQ("nothing", manager.Reason());
+}
+
 TEST_F(HostTest, SetsDatesToTheMicrosecond) {
   WriteFile(In("f"), "");
   double created = 0, modified = 0;

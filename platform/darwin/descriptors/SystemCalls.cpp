@@ -192,6 +192,8 @@ Error Unlink(int directory, const char* name, int flags) noexcept {
   return Repeat([&] { return ::unlinkat(directory, name, flags); });
 }
 
+Error Unlink(const char* path) noexcept { return Unlink(AT_FDCWD, path); }
+
 Error Rename(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags) noexcept {
   return Repeat([&] {
     // Without flags the older call does the same, on kernels and in sandboxes, too, that do not have renameat2.

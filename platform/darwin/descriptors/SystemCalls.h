@@ -81,6 +81,8 @@ Error Link(int fromDirectory, const char* from, int toDirectory, const char* to,
 Error LinkOpenFile(int file, int toDirectory, const char* to) noexcept;
 /// \p flags is AT_REMOVEDIR for a directory.
 Error Unlink(int directory, const char* name, int flags = 0) noexcept;
+/// By a path, looked for as it stands.
+Error Unlink(const char* path) noexcept;
 /// \p flags as renameat2 takes them.
 Error Rename(int fromDirectory, const char* from, int toDirectory, const char* to, unsigned flags = 0) noexcept;
 /// Gives the X of \p pathTemplate other characters; -XXXXXX at its end, as mkstemp wants it.

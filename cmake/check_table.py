@@ -38,8 +38,8 @@ def require(holds, what):
 
 def check_header(header):
     """The operations in order. Every fifth entry is numbered."""
-    operations = re.findall(r"^  virtual [^;=~]*?\b(\w+)\(", re.sub(r"//.*", "", header), re.M)
-    entries = re.split(r"^  virtual ", header, flags=re.M)
+    operations = re.findall(r"^  (?:\[\[nodiscard\]\] )?virtual [^;=~]*?\b(\w+)\(", re.sub(r"//.*", "", header), re.M)
+    entries = re.split(r"^  (?:\[\[nodiscard\]\] )?virtual ", header, flags=re.M)
     for number, before in enumerate(entries, start=1):
         marker = re.search(r"// Entry (\d+)\.\n", before.rsplit(";", 1)[-1])
         require(not marker or int(marker[1]) == number, f"host/CoreFileManager.h: entry {number} is marked as {marker and marker[1]}; declare a new operation behind the last one, as compiled hosts know the entries by their order")

@@ -40,16 +40,16 @@ class QUILL_EXPORT CoreFileManager {
 
   /// Creates and opens a new file of its own that is removed when the file object is destroyed.
   /// Null, with nothing recorded, when FileGetTempPath refuses; otherwise fails as FileOpen does.
-  virtual IQuillFileReadWriteTemp* FileOpenTemp() = 0;
+  [[nodiscard]] virtual IQuillFileReadWriteTemp* FileOpenTemp() = 0;
 
   /// Opens a file for appending, creating it when it is missing. Records kQuillErrIO when it cannot be created,
   /// kQuillErrAccessDenied when it may not be written; null without a code when it cannot be positioned.
-  virtual IQuillFileAppendOnly* FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) = 0;
+  [[nodiscard]] virtual IQuillFileAppendOnly* FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) = 0;
 
   // Entry 5.
   /// Opens a file for reading. A missing path is tried once more with its ":" taken as "/". Records kQuillErrNotFound
   /// or kQuillErrAccessDenied; null without a code for a directory and for what cannot be positioned (FIFO, socket).
-  virtual IQuillFileReadOnly* FileOpenReadOnly(const QuillFileString& path) = 0;
+  [[nodiscard]] virtual IQuillFileReadOnly* FileOpenReadOnly(const QuillFileString& path) = 0;
 
   /// True when something exists at the path; a link whose target is missing does not exist. Records nothing.
   virtual bool FileExists(const QuillFileString& path) = 0;
@@ -62,7 +62,7 @@ class QUILL_EXPORT CoreFileManager {
 
   /// Renames \p path to \p newName: a bare name keeps the item in its directory, a path moves it there.
   /// Never replaces what exists at the target. Records nothing when either is empty.
-  virtual bool FileRename(const QuillFileString& newName, const QuillFileString& path) = 0;
+  [[nodiscard]] virtual bool FileRename(const QuillFileString& newName, const QuillFileString& path) = 0;
 
   // Entry 10.
   /// Gives both dates in milliseconds since 1970-01-01 00:00:00 UTC, with fractions; records kQuillErrNotFound.
@@ -74,7 +74,7 @@ class QUILL_EXPORT CoreFileManager {
 
   /// Starts a listing of a directory, one level deep and unsorted, and delivers its first entry. Null, with nothing
   /// recorded and \p info untouched, for an empty, missing or unreadable directory. Close the result with FindClose.
-  virtual QuillFileFindRef* FindFirst(const QuillFileString& directory, FindFileInfo& info) = 0;
+  [[nodiscard]] virtual QuillFileFindRef* FindFirst(const QuillFileString& directory, FindFileInfo& info) = 0;
 
   /// Delivers the next entry; false at the end, \p info untouched. \p handle must be open.
   virtual bool FindNext(QuillFileFindRef* handle, FindFileInfo& info) = 0;
@@ -177,7 +177,7 @@ class QUILL_EXPORT CoreFileManager {
 
   /// Opens a file with QuillOpenFlags. A directory records kQuillErrNotAFile; flags that ValidateFileOpenFlags refuses
   /// record nothing; otherwise as FileOpenReadOnly and FileOpenAppend.
-  virtual IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) = 0;
+  [[nodiscard]] virtual IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) = 0;
 
   /// Gives the user's home directory; records nothing.
   virtual bool DirGetUser(QuillFileString& directory) = 0;
@@ -205,16 +205,18 @@ class QUILL_EXPORT CoreFileManager {
   /// Copies a file or a whole tree; missing parents of \p destination are created. With \p clobber what exists at the
   /// destination is deleted first, and stays deleted when the copy then fails. Stores kQuillErrNotFound for a missing
   /// source and kQuillErrCannotClearDestination for a destination that is still occupied; records the rest.
-  virtual bool FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination, bool clobber) = 0;
+  [[nodiscard]] virtual bool FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination,
+                                           bool clobber) = 0;
 
   /// Moves a file or a whole tree; otherwise as FileOrDirCopy. The source is removed only when all of it has arrived.
-  virtual bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination, bool clobber) = 0;
+  [[nodiscard]] virtual bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination,
+                                           bool clobber) = 0;
 
   /// Moves an item to the trash of its volume and gives the path where it is now. Records the reason of a failure.
-  virtual bool FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) = 0;
+  [[nodiscard]] virtual bool FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) = 0;
 
   /// Starts a listing of the volumes, which is the root "/" alone. Never null.
-  virtual QuillFileFindRef* FindFirstRoot(FindFileInfo& info) = 0;
+  [[nodiscard]] virtual QuillFileFindRef* FindFirstRoot(FindFileInfo& info) = 0;
 
   /// Finds out whether the path's volume is mounted read-only; records the reason if that fails.
   virtual bool VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) = 0;

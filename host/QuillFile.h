@@ -77,22 +77,22 @@ class QUILL_EXPORT IQuillFileReadWriteTemp : public IQuillFileReadOnly {
  public:
   /// Cuts the file at the position, or extends it to there with zero bytes.
   /// Throws quill::foundation::NSException when the platform fails.
-  virtual bool Truncate() = 0;
+  [[nodiscard]] virtual bool Truncate() = 0;
 
   /// Writes all of \p count bytes at the position and advances; a gap behind the end is filled with zero bytes.
   /// On failure: false, the manager that opened the file records the code, and the position stays where it was;
   /// some of the bytes may be in the file.
-  virtual bool Write(const void* data, unsigned long count) = 0;
+  [[nodiscard]] virtual bool Write(const void* data, unsigned long count) = 0;
 
   /// Returns when the data is on the storage device. Throws quill::foundation::NSException when the platform fails.
-  virtual bool Flush() = 0;
+  [[nodiscard]] virtual bool Flush() = 0;
 };
 
 /// A file that can only grow.
 class QUILL_EXPORT IQuillFileAppendOnly {
  public:
   /// Writes all of \p count bytes at the end of the file, wherever that is by now. Fails as Write does.
-  virtual bool Append(const void* data, unsigned long count) = 0;
+  [[nodiscard]] virtual bool Append(const void* data, unsigned long count) = 0;
 
   /// Closes the file exactly as the destructor of IQuillFileReadOnly does.
   virtual ~IQuillFileAppendOnly();

@@ -13,8 +13,8 @@ class QUILL_EXPORT QuillFileBase : public IQuillFileReadWriteTemp, public IQuill
  public:
   ~QuillFileBase() override;
 
-  bool Write(const void* data, unsigned long count) override;
-  bool Append(const void* data, unsigned long count) override;
+  [[nodiscard]] bool Write(const void* data, unsigned long count) override;
+  [[nodiscard]] bool Append(const void* data, unsigned long count) override;
 
   /// Writes at the position, as Write, but lets a failure of the platform out as quill::foundation::NSException.
   virtual bool prvWrite(const void* data, unsigned long count) = 0;

@@ -28,7 +28,7 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   bool FileGetCanonicalPath(const QuillFileString& path, QuillFileString& canonical) override;
   bool FileIsHidden(const QuillFileString& path) override;
   bool DirGetAppData(QuillFileString& directory) override;
-  bool FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) override;
+  [[nodiscard]] bool FileOrDirMoveToTrash(const QuillFileString& path, QuillFileString& trashed) override;
   bool VolumeIsReadOnly(const QuillFileString& path, bool& readOnly) override;
   bool FileSetModificationDate(const QuillFileString& path, double modified) override;
   bool FileSetReadOnly(const QuillFileString& path, bool readOnly) override;
@@ -48,8 +48,8 @@ class QUILL_EXPORT StandaloneFileManager : public OSXFileManager {
   bool DirGetTemp(QuillFileString& directory) override;
 
   // If the temporary file cannot be opened after all, these remove it.
-  IQuillFileReadWriteTemp* FileOpenTemp() override;
-  IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
+  [[nodiscard]] IQuillFileReadWriteTemp* FileOpenTemp() override;
+  [[nodiscard]] IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
 
  private:
   /// The file that FileGetTempPath created last, while it is being opened.

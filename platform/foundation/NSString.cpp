@@ -89,16 +89,4 @@ RetainPtr<NSString> NSString::stringByAppendingPathComponent(std::string_view co
   return Joined(directory, isSeparated ? "/" : "", leaf);
 }
 
-// The leading "/" is a component of its own, so joining the components gives an absolute path again. Repeated
-// separators count once.
-std::vector<std::string_view> NSString::pathComponents() const {
-  std::vector<std::string_view> components;
-  if (hasPrefix("/")) components.push_back(view().substr(0, 1));
-  for (auto rest = WithoutLeadingSeparators(view()); !rest.empty();) {
-    components.push_back(rest.substr(0, rest.find('/')));
-    rest = WithoutLeadingSeparators(rest.substr(components.back().size()));
-  }
-  return components;
-}
-
 }  // namespace quill::foundation

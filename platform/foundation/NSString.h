@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <string_view>
-#include <vector>
 
 #include "platform/foundation/NSObject.h"
 
@@ -51,8 +50,6 @@ class QUILL_EXPORT NSString final : public NSObject {
 
   /// Joined by exactly one "/"; an empty string gives the component alone.
   RetainPtr<NSString> stringByAppendingPathComponent(std::string_view component) const;
-  /// The components without separators; an absolute path begins with "/". The views live as long as this string.
-  std::vector<std::string_view> pathComponents() const;
   /// A leading "~" or "~user" replaced by that home directory; any other path, and an unknown user, unchanged.
   RetainPtr<NSString> stringByExpandingTildeInPath() const;
 

@@ -36,8 +36,8 @@ class QUILL_EXPORT FILEWrapper : public QuillFileBase {
   bool Read(void* buffer, unsigned long count, unsigned long& bytesRead) override;
   QuillFileString& GetFileName() override;
   int GetLastError() override;
-  bool Truncate() override;
-  bool Flush() override;
+  [[nodiscard]] bool Truncate() override;
+  [[nodiscard]] bool Flush() override;
   bool prvWrite(const void* data, unsigned long count) override;
   bool prvAppend(const void* data, unsigned long count) override;
   void setAutoDelete(bool flag) override;

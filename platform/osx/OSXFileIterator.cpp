@@ -3,6 +3,7 @@
 #include "host/Ravel.h"
 #include "platform/foundation/NSDirectoryEnumerator.h"
 #include "platform/foundation/NSError.h"
+#include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 OSXFileIterator::OSXFileIterator() noexcept = default;
@@ -21,12 +22,14 @@ bool OSXFileIterator::Init(const QuillFileString& directory, foundation::RetainP
   return static_cast<bool>(enumerator);
 }
 
-// The end of a listing and a reading that breaks off are both "no more entries" to the host; this is the difference.
-darwin::Error OSXFileIterator::error() const noexcept { return enumerator->error(); }
-
 bool OSXFileIterator::GetNextItem(FindFileInfo* info) {
   const char* const name = enumerator->nextObject();
-  if (!name) return false;
+  if (!name) {
+    // The end of a listing and a reading that breaks off are both "no more entries" to the host; this is the
+    // difference.
+    if (const darwin::Error error = enumerator->error()) quill::Operation::HandUp(error);
+    return false;
+  }
   // Composed, whatever bytes are on the disk. Every operation finds the item by this text again.
   SetInFormC(name, info->path);
   // A link to a directory is one. A link whose target is missing counts as a file, and so does an entry that was

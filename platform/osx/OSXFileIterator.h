@@ -4,7 +4,6 @@
 #include <cstddef>
 
 #include "host/FindFile.h"
-#include "platform/darwin/descriptors/Error.h"
 #include "platform/foundation/NSObject.h"
 
 namespace quill::foundation {
@@ -12,18 +11,7 @@ class NSDirectoryEnumerator;
 class NSError;
 }  // namespace quill::foundation
 
-namespace quill {
-
-/// What a handle of this layer points to.
-class LayerIterator : public IFileIterator {
- public:
-  /// Why the listing has broken off; no error at its end.
-  virtual darwin::Error error() const noexcept { return {}; }
-};
-
-}  // namespace quill
-
-class OSXFileIterator final : public quill::LayerIterator {
+class OSXFileIterator final : public IFileIterator {
  public:
   OSXFileIterator() noexcept;
   ~OSXFileIterator() override;
@@ -33,15 +21,15 @@ class OSXFileIterator final : public quill::LayerIterator {
 
   /// False when the directory cannot be enumerated.
   bool Init(const QuillFileString& directory, quill::foundation::RetainPtr<quill::foundation::NSError>* reason);
+  /// False at the end, and when the listing breaks off; the running operation learns the cause of that.
   bool GetNextItem(FindFileInfo* info) override;
-  quill::darwin::Error error() const noexcept override;
 
  private:
   quill::foundation::RetainPtr<quill::foundation::NSDirectoryEnumerator> enumerator;
 };
 
 /// The root is delivered by FindFirstRoot itself; there is no further volume.
-class TrivialVolumeIterator final : public quill::LayerIterator {
+class TrivialVolumeIterator final : public IFileIterator {
  public:
   static void* operator new(std::size_t size);
   static void operator delete(void* memory) noexcept;

@@ -54,16 +54,16 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   /// Gives it back.
   static void operator delete(void* memory) noexcept;
 
-  IQuillFileReadWriteTemp* FileOpenTemp() override;
-  IQuillFileAppendOnly* FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) override;
-  IQuillFileReadOnly* FileOpenReadOnly(const QuillFileString& path) override;
+  [[nodiscard]] IQuillFileReadWriteTemp* FileOpenTemp() override;
+  [[nodiscard]] IQuillFileAppendOnly* FileOpenAppend(const QuillFileString& path, ETruncateOnOpen truncate) override;
+  [[nodiscard]] IQuillFileReadOnly* FileOpenReadOnly(const QuillFileString& path) override;
   bool FileExists(const QuillFileString& path) override;
   bool FileGetSize(const QuillFileString& path, long long& size) override;
   bool FileDelete(const QuillFileString& path) override;
-  bool FileRename(const QuillFileString& newName, const QuillFileString& path) override;
+  [[nodiscard]] bool FileRename(const QuillFileString& newName, const QuillFileString& path) override;
   bool FileGetDates(const QuillFileString& path, double& created, double& modified) override;
   int FileGetEffectivePermissions(const QuillFileString& path) override;
-  QuillFileFindRef* FindFirst(const QuillFileString& directory, FindFileInfo& info) override;
+  [[nodiscard]] QuillFileFindRef* FindFirst(const QuillFileString& directory, FindFileInfo& info) override;
   bool FindNext(QuillFileFindRef* handle, FindFileInfo& info) override;
   bool FindClose(QuillFileFindRef* handle) override;
   bool DirGetCurrent(QuillFileString& directory) override;
@@ -81,15 +81,17 @@ class QUILL_EXPORT OSXFileManager : public CoreFileManager {
   bool FileIsSymLink(const QuillFileString& path) override;
   bool FileCreateSymLink(const QuillFileString& target, const QuillFileString& link) override;
   bool FileReadSymLink(const QuillFileString& link, QuillFileString& target) override;
-  IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
+  [[nodiscard]] IQuillFileReadWriteTemp* FileOpen(const QuillFileString& path, unsigned int flags) override;
   bool DirGetUser(QuillFileString& directory) override;
   bool DirGetDesktop(QuillFileString& directory) override;
   bool DirGetDocuments(QuillFileString& directory) override;
   bool FileCreateTemp(QuillFileString& path) override;
   bool DirCreateTemp(QuillFileString& path) override;
-  bool FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination, bool clobber) override;
-  bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination, bool clobber) override;
-  QuillFileFindRef* FindFirstRoot(FindFileInfo& info) override;
+  [[nodiscard]] bool FileOrDirCopy(const QuillFileString& source, const QuillFileString& destination,
+                                   bool clobber) override;
+  [[nodiscard]] bool FileOrDirMove(const QuillFileString& source, const QuillFileString& destination,
+                                   bool clobber) override;
+  [[nodiscard]] QuillFileFindRef* FindFirstRoot(FindFileInfo& info) override;
   bool FileGetSpaceAvailable(const QuillFileString& path, double& freeBytes) override;
   int GetLastError() override;
   unsigned int FileGetCreator(const QuillFileString& path) override;

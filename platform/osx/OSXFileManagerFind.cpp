@@ -1,6 +1,7 @@
 // Listing a directory, and the volumes.
 
 #include <cassert>
+#include <cstddef>
 #include <memory>
 
 #include "platform/osx/OSXFileIterator.h"
@@ -8,6 +9,10 @@
 #include "platform/osx/PlatformString.h"
 
 using quill::Operation;
+
+// Compiled hosts give the structure and read its members.
+static_assert(sizeof(void*) != 8 || (offsetof(FindFileInfo, path) == 8 && sizeof(FindFileInfo) == 8 + sizeof(QuillFileString)),
+              "the layout of FindFileInfo is part of the binary interface");
 
 namespace {
 
@@ -30,7 +35,7 @@ QuillFileFindRef* OSXFileManager::FindFirst(const QuillFileString& directory, Fi
   }
   if (iterator->GetNextItem(&info)) return HandleFrom(iterator.release());
   // An empty directory is null too, but nothing has failed then and nothing is noted.
-  if (iterator->error()) (void)operation.FailSilently(iterator->error());
+  if (operation.causeOfCalled()) (void)operation.FailAsCalled();
   return nullptr;
 }
 
@@ -38,10 +43,8 @@ bool OSXFileManager::FindNext(QuillFileFindRef* handle, FindFileInfo& info) {
   assert(handle && "a listing that FindFirst or FindFirstRoot has begun");
   // The handle does not keep the path of its directory, so the note has none.
   Operation operation(*this, __func__);
-  // Every handle of this manager's is one of its own iterators.
-  auto* const iterator = static_cast<quill::LayerIterator*>(IteratorOf(handle));
-  if (iterator->GetNextItem(&info)) return true;
-  return iterator->error() ? operation.FailSilently(iterator->error()) : false;
+  if (IteratorOf(handle)->GetNextItem(&info)) return true;
+  return operation.causeOfCalled() ? operation.FailAsCalled() : false;
 }
 
 // Null is welcome: hosts close what FindFirst has given them without looking at it.

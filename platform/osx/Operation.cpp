@@ -123,6 +123,10 @@ bool Operation::Note(darwin::Error cause) noexcept {
   return false;
 }
 
+void Operation::HandUp(darwin::Error cause) noexcept {
+  if (innermost) innermost->cause_ = cause;
+}
+
 TreeOperation::TreeOperation(OSXFileManager& manager, const char* name, const QuillFileString& path) noexcept
     : Operation(manager, name, path), observer_(Choose(manager.treeObserver_)) {
   LearnFrom(failure_);

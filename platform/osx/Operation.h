@@ -52,6 +52,8 @@ class Operation {
   darwin::Error causeOfCalled() const noexcept { return cause_; }
   /// For the bodies of a manager that need not be an OSXFileManager: gives \p cause to the operation that runs them.
   static void HandUp(const CoreFileManager& manager, darwin::Error cause) noexcept;
+  /// For what belongs to no manager: to the innermost operation of this thread.
+  static void HandUp(darwin::Error cause) noexcept;
 
   /// Answers what a called operation has answered, null or false for its failure.
   template <typename Result>

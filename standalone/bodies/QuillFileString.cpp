@@ -2,6 +2,10 @@
 
 #include <cstring>
 
+// 3 pointers, the format, 96 characters inline, and what aligns them: compiled hosts hold strings by value.
+static_assert(sizeof(void*) != 8 || (sizeof(QuillFileString) == 128 && alignof(QuillFileString) == 8),
+              "the size of QuillFileString is part of the binary interface");
+
 namespace {
 
 constexpr char kSeparator = '/';

@@ -12,8 +12,6 @@ int calls = 0;
 
 // External linkage, as a program's own names have it.
 std::string LeafOf(const QuillFileString&) { return ++calls, "mine"; }
-bool FindBaseDirectory(CoreFileManager&, const char*, QuillFileString&) { return ++calls, false; }
-bool EnsureProgramDirectory(CoreFileManager&, const char*, QuillFileString&) { return ++calls, false; }
 bool SplitProgramPath(QuillFileString&, QuillFileString&) { return ++calls, false; }
 bool IsHiddenName(CoreFileManager&, const QuillFileString&) { return ++calls, true; }
 int MoveToTrash(CoreFileManager&, const char*, std::string&) { return ++calls, 1; }
@@ -26,6 +24,8 @@ int kDataDirectory = 1, kStateDirectory = 2;
 struct BaseDirectory {
   ~BaseDirectory() { ++calls; }
 };
+bool FindBaseDirectory(CoreFileManager&, const BaseDirectory&, QuillFileString&) { return ++calls, false; }
+bool EnsureProgramDirectory(CoreFileManager&, const BaseDirectory&, QuillFileString&) { return ++calls, false; }
 struct OperationFailure {
   ~OperationFailure() { ++calls; }
 };

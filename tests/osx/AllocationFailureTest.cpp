@@ -94,12 +94,12 @@ TEST_F(AllocationFailure, LeavesNothingBehind) {
   Starve("FileGetLSize", [&] { manager.FileGetLSize(composed, size); });
   Starve("FindFirst", [&] { List(manager, Path(Root())); });
   Starve("DirEnsure", [&] { manager.DirEnsure(at(longName + "2/" + longName)); });
-  Starve("FileOrDirCopy", [&] { manager.FileOrDirCopy(path, at("copy/" + longName), true); });
+  Starve("FileOrDirCopy", [&] { (void)manager.FileOrDirCopy(path, at("copy/" + longName), true); });
   Starve("FileOrDirMove", [&] {
     manager._FileCreate(other);
-    manager.FileOrDirMove(other, at("moved/" + longName), true);
+    (void)manager.FileOrDirMove(other, at("moved/" + longName), true);
   });
-  Starve("FileRename", [&] { manager.FileRename(Path("renamed" + longName), path); });
+  Starve("FileRename", [&] { (void)manager.FileRename(Path("renamed" + longName), path); });
   Starve("DirDeleteWithContents", [&] { manager.DirDeleteWithContents(at("copy")); });
   Starve("FileGetPathUrl", [&] { manager.FileGetPathUrl(path, result); });
   Starve("FileGetUrlPath", [&] { manager.FileGetUrlPath(Path(url), result); });

@@ -35,7 +35,12 @@ install(FILES "${PROJECT_BINARY_DIR}/quillfilesystem.pc"
   DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT development)
 
 if(QUILL_BUILD_TOOLS AND TARGET quillfs)
-  file(RELATIVE_PATH QUILL_BIN_TO_LIB "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
-  set_target_properties(quillfs PROPERTIES INSTALL_RPATH "$ORIGIN/${QUILL_BIN_TO_LIB}")
+  # Also as it is built: a path that is replaced when it is installed is padded with ":", and an empty part means the
+  # current directory, where anybody may have put a library.
+  set_target_properties(quillfs PROPERTIES BUILD_WITH_INSTALL_RPATH ON)
+  if(BUILD_SHARED_LIBS)
+    file(RELATIVE_PATH QUILL_BIN_TO_LIB "${CMAKE_INSTALL_FULL_BINDIR}" "${CMAKE_INSTALL_FULL_LIBDIR}")
+    set_target_properties(quillfs PROPERTIES INSTALL_RPATH "$ORIGIN/${QUILL_BIN_TO_LIB}")
+  endif()
   install(TARGETS quillfs RUNTIME COMPONENT tool)
 endif()

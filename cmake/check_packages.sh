@@ -37,6 +37,14 @@ check_symbols() {
   echo "Exported symbols: $(wc -l < "$list"), as listed."
 }
 
+# An empty part of such a path is the current directory, where anybody may have put a library.
+check_library_paths() {
+  local program
+  for program in build/*/tools/quillfs/quillfs; do
+    ! readelf --dynamic "$program" | grep -E '(RPATH|RUNPATH).*(\[:|::|:\]|\[\])' || { echo "$program: looks for libraries in the current directory"; return 1; }
+  done
+}
+
 check_reproducibility() {
   mkdir "$scratch/copy"
   git ls-files --cached --others --exclude-standard | xargs -d '\n' cp --parents --target-directory="$scratch/copy"
@@ -80,5 +88,6 @@ make_packages . "$scratch/first"
 cp "$scratch/first"/*.deb build/package/
 lintian --allow-root --fail-on error "$scratch/first"/*.deb
 check_symbols "$@"
+check_library_paths
 check_reproducibility
 check_binary_interface

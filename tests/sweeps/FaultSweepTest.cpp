@@ -94,7 +94,8 @@ void Sweep(Scene& scene, Findings& findings) {
   int seen = 0;
   const int calls = scene.CountCalls([&](const Tracee& subject) {
     ++seen;
-    if (subject.MayBeRepeated()) special.push_back({seen, EINTR});
+    // Any of them may wait for a network or for FUSE, where a signal interrupts it.
+    if (!subject.OnlyTakesMemory()) special.push_back({seen, EINTR});
     if (subject.Is("renameat2"))
       special.push_back({seen, EINVAL});  // as on a file system that cannot rename without replacing
   });

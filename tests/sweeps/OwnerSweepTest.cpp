@@ -197,7 +197,7 @@ class OwnerSweep : public SweepTest {
     // On the file system of the destination, so that it can be linked and renamed there.
     const std::string bait = (operation.crosses && !operation.returns ? Elsewhere() : Root()) + "/bait";
     const int calls = CountCalls(stage);
-    const int stride = IsFullSweep() || calls < 60 ? 1 : 4;
+    const int stride = IsFullSweep() || calls < 60 ? 1 : kTraps;
     for (const Attack attack : {Attack::kExchangeNewest, Attack::kPlantNext, Attack::kLease, Attack::kBombAttributes})
       for (int trap = 0; trap < TrapsFor(attack, operation); ++trap)
         for (int call = 1; call <= calls; ++call)

@@ -1,6 +1,7 @@
 // Ensuring a directory chain: what new levels get, and what is refused.
 
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -45,6 +46,18 @@ TEST_F(DirectoriesTest, EnsureHandsDownWhatItMayWhenTheRestIsRefused) {
     for (const char* name : {"empty/a", "empty/a/b"})
       EXPECT_EQ(fs::perms(01777), fs::status(In(name)).permissions()) << name;
   });
+}
+
+// The mask of an access list stands where the rights of the group do, and was handed down as these.
+TEST_F(DirectoriesTest, EnsureGivesTheGroupWhatTheAccessListLeavesIt) {
+  // A POSIX.1e list as Linux stores it: the owner rwx, uid 65534 rwx, the group -wx, the mask r-x, others nothing.
+  constexpr unsigned char kList[] = {2, 0,   0,   0,   1,   0,   7,  0, 255, 255, 255, 255, 2,   0,  7,
+                                     0, 254, 255, 0,   0,   4,   0,  3, 0,   255, 255, 255, 255, 16, 0,
+                                     5, 0,   255, 255, 255, 255, 32, 0, 0,   0,   255, 255, 255, 255};
+  if (::setxattr(In("empty").c_str(), "system.posix_acl_access", kList, sizeof kList, 0) != 0)
+    GTEST_SKIP() << "no access lists here";
+  EXPECT_EQ("true, nothing", Outcome(manager.DirEnsure(At("empty/a/b"))));
+  for (const char* name : {"empty/a", "empty/a/b"}) EXPECT_EQ(0710U, ModeOf(In(name))) << name;
 }
 
 TEST_F(DirectoriesTest, ManagersOfTwoThreadsShareNothing) {

@@ -4,13 +4,19 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "host/QuillErr.h"
 #include "platform/osx/OSXFileSystemUtils.h"
+#include "tests/support/Mount.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/support/Trees.h"
 #include "tests/sweeps/SweepTest.h"
 
 namespace quill_sweep {
 namespace {
+
+namespace fs = std::filesystem;
 
 struct Fault {
   int call;
@@ -30,8 +36,7 @@ struct Result {
 constexpr int kErrors[] = {EIO, ENOSPC, EACCES, EMFILE, ENOMEM};
 
 /// Runs the operation with the fault; false when it ended before that call.
-bool Run(const Scene& scene, const Fault& fault, Result& result) {
-  Tracee subject = scene.Start();
+bool Run(Tracee subject, const Fault& fault, Result& result) {
   if (!subject.RunTo(fault.call)) return false;
   result.where = "call " + std::to_string(fault.call) + " " + subject.Describe() + " " + strerrorname_np(fault.error) +
                  (fault.lasts ? " from then on" : " once");
@@ -84,7 +89,7 @@ void SweepOne(Scene& scene, const Fault& fault, Findings& findings) {
   if (!IsChosenCall(fault.call)) return;
   Result result;
   scene.Build();
-  if (!Run(scene, fault, result)) return;
+  if (!Run(scene.Start(), fault, result)) return;
   findings.CountPoint();
   Judge(scene, fault, result, findings);
 }
@@ -94,7 +99,8 @@ void Sweep(Scene& scene, Findings& findings) {
   int seen = 0;
   const int calls = scene.CountCalls([&](const Tracee& subject) {
     ++seen;
-    if (subject.MayBeRepeated()) special.push_back({seen, EINTR});
+    // Any of them may wait for a network or for FUSE, where a signal interrupts it.
+    if (!subject.OnlyTakesMemory()) special.push_back({seen, EINTR});
     if (subject.Is("renameat2"))
       special.push_back({seen, EINVAL});  // as on a file system that cannot rename without replacing
   });
@@ -109,9 +115,78 @@ void Sweep(Scene& scene, Findings& findings) {
   }
 }
 
+/// A file on a volume that has no trash yet, and a home trash on another one.
+class TrashScene {
+ public:
+  TrashScene(std::string volumeRoot, std::string dataDirectory)
+      : volume_(std::move(volumeRoot)), data_(std::move(dataDirectory)), item_(volume_ + "/item") {}
+
+  void Build() const {
+    quill_test::RemoveAll(data_);
+    for (const auto& entry : fs::directory_iterator(volume_)) quill_test::RemoveAll(entry.path());
+    quill_test::WriteFile(item_, "bytes");
+  }
+
+  Tracee Start() const { return {{QUILL_TREE_DRIVER, "--stop", "trash", item_}, Window::kBetweenStops}; }
+
+  /// "" when the item is in a trash with its record, or, after a failure, where it was and without one.
+  std::string WhatIsWrong(bool succeeded) const {
+    std::vector<fs::path> items, records;
+    for (const auto& root : {volume_, data_}) {
+      if (!fs::exists(root)) continue;
+      for (const auto& entry : fs::recursive_directory_iterator(root)) {
+        if (!entry.is_regular_file()) continue;
+        (entry.path().extension() == ".trashinfo" ? records : items).push_back(entry.path());
+      }
+    }
+    if (items.size() != 1 || quill_test::Contents(items[0]) != "bytes") return "the item was lost, or is there twice";
+    if (!succeeded) return items[0] != item_ ? "false, but the item is gone" : records.empty() ? "" : "a stray record";
+    const fs::path record = items[0].parent_path().parent_path() / "info/item.trashinfo";
+    return records == std::vector{record} ? "" : "true, but without its one record";
+  }
+
+ private:
+  const std::string volume_;
+  const std::string data_;
+  const std::string item_;
+};
+
+void JudgeTrash(const TrashScene& scene, const Fault& fault, Findings& findings) {
+  Result result;
+  scene.Build();
+  if (!IsChosenCall(fault.call) || !Run(scene.Start(), fault, result)) return;
+  findings.CountPoint();
+  const bool succeeded = result.outcome.status == 0;
+  findings.Require(result.outcome.signal == 0, result.where, "ended by signal");
+  findings.Require(result.leaked == 0, result.where, "left descriptors open");
+  findings.Require(succeeded || fault.error != EINTR, result.where, "one interruption ended it");
+  const std::string wrong = scene.WhatIsWrong(succeeded);
+  findings.Require(wrong.empty() || (fault.lasts && wrong == "a stray record"), result.where, wrong);
+}
+
 class FaultSweep : public SweepTest {};
 
 TEST_F(FaultSweep, EveryFailureIsTold) { ForEach({Verb::kCopy, Verb::kMove, Verb::kRemove, Verb::kEnsure}, Sweep); }
+
+TEST_F(FaultSweep, TrashLosesNothing) {
+  fs::create_directory(In("volume"));
+  const quill_test::Mount volume("tmpfs", In("volume"), "size=1m");
+  if (!volume) GTEST_SKIP() << volume.WhyNot();
+  const quill_test::ScopedVariable data("XDG_DATA_HOME", In("data"));
+  const TrashScene scene(In("volume"), In("data"));
+  Findings findings("trash");
+  scene.Build();
+  Tracee subject = scene.Start();
+  int calls = 0;
+  while (subject.Next()) ++calls;
+  EXPECT_EQ(0, subject.Finish().status) << "undisturbed";
+  for (int call = 1; call <= calls; ++call) {
+    for (const int error : {EINTR, EIO, ENOSPC, EACCES, EMFILE, ENOMEM}) {
+      JudgeTrash(scene, {call, error}, findings);
+      if (error != EINTR) JudgeTrash(scene, {call, error, /*lasts=*/true}, findings);
+    }
+  }
+}
 
 }  // namespace
 }  // namespace quill_sweep

@@ -1,21 +1,21 @@
-// Root works in directories that belong to another user, who may do there what the owner of a directory may: at each
-// system call she exchanges what was made last for something of hers, or plants something under the name that is about
-// to be made. She must get nothing by it: no rights, no bytes of others, no program that runs as root.
+// At each system call of an operation that root performs, the owner of its directories exchanges what was made last for
+// something of hers, plants something under the name that is about to be made, has a lease taken on a file of her tree,
+// or gives its items more attributes than can be listed or held. She must get nothing by it, and stop nothing.
 #include <gtest/gtest.h>
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
-#include <ctime>
+#include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
-#include <set>
-#include <tuple>
 
-#include "tests/support/Trees.h"
+#include "tests/support/Mount.h"
+#include "tests/support/ScopedVariable.h"
+#include "tests/sweeps/HostileOwner.h"
 #include "tests/sweeps/SweepTest.h"
 
 namespace quill_sweep {
@@ -23,158 +23,108 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr uid_t kAttacker = 65533;
-constexpr mode_t kSetIds = S_ISUID | S_ISGID;
+enum class Attack { kExchangeNewest, kPlantNext, kLease, kBombAttributes };
 
-/// What she puts in the place of an item of ours.
-enum class Trap { kHerDirectory, kLinkToDirectory, kLinkToProgram, kHerProgram, kRootsFile, kRootsDirectory };
-constexpr int kTraps = 6;
+constexpr OwnedOperation kOperations[] = {{"copy"},
+                                          {"clobber"},
+                                          {"copy", /*crosses=*/true},
+                                          {"copy", /*crosses=*/true, /*returns=*/true},
+                                          {"move", /*crosses=*/true},
+                                          {"move", /*crosses=*/true, /*returns=*/true},
+                                          {"move"},
+                                          {"remove"},
+                                          {"ensure"},
+                                          {"temporaries"},
+                                          {"trash"}};
 
-/// An item of root's that stood in her directory, which she may rename.
-bool IsRootsOwn(Trap trap) { return trap == Trap::kRootsFile || trap == Trap::kRootsDirectory; }
-enum class Attack { kExchangeNewest, kPlantNext };
+void GiveBack(int, siginfo_t* broken, void*) { (void)::fcntl(broken->si_fd, F_SETLEASE, F_UNLCK); }
 
-struct OwnedOperation {
-  const char* name;
-  bool crosses;
-};
-constexpr OwnedOperation kOperations[] = {{"copy", false},   {"clobber", false},    {"copy", true},
-                                          {"move", true},    {"move", false},       {"remove", false},
-                                          {"ensure", false}, {"temporaries", false}};
-
-void GiveAway(const std::string& path) { ASSERT_EQ(0, ::lchown(path.c_str(), kAttacker, kAttacker)) << path; }
-
-/// What root keeps for itself beside all this.
-class Bait {
+/// A lease on a file of her tree, until somebody wants to open that.
+class Lease {
  public:
-  explicit Bait(std::string path) : root(std::move(path)) {
-    fs::create_directories(root + "/empty");
-    std::ofstream(root + "/secret") << "BAIT";
-    std::ofstream(root + "/program") << "BAIT";
-    (void)::chmod((root + "/secret").c_str(), 0600);
-    (void)::chmod((root + "/program").c_str(), 04755);
-    (void)::chmod((root + "/empty").c_str(), 0700);
-    (void)::chmod(root.c_str(), 0700);
-    WaitForTheNextTick();
-    before_ = Describe(root);
-    secret_ = ::open((root + "/secret").c_str(), O_RDONLY | O_CLOEXEC);
-    empty_ = ::open((root + "/empty").c_str(), O_RDONLY | O_CLOEXEC);
+  Lease() {
+    struct sigaction action {};
+    action.sa_sigaction = GiveBack;
+    action.sa_flags = SA_SIGINFO | SA_RESTART;
+    EXPECT_EQ(0, ::sigaction(SIGIO, &action, &before_));
   }
-  ~Bait() {
-    ::close(secret_);
-    ::close(empty_);
-    quill_test::RemoveAll(root);
+  Lease(const Lease&) = delete;
+  Lease& operator=(const Lease&) = delete;
+  ~Lease() {
+    if (leased_ >= 0) ::close(leased_);
+    (void)::sigaction(SIGIO, &before_, nullptr);
   }
 
-  std::string WhatChanged(Trap trap) const {
-    if (RightsOf(secret_) != "600 0" || RightsOf(empty_) != "700 0")
-      return "rights were given: " + RightsOf(secret_) + ", " + RightsOf(empty_);
-    if (IsRootsOwn(trap)) return "";
-    const std::string difference = Difference(before_, Describe(root), Scope::kIdentity);
-    return difference.empty() ? "" : "the bait changed:" + difference;
+  /// False while the file is open, or when it is gone.
+  bool Take(const std::string& path) {
+    leased_ = ::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (leased_ < 0) return false;
+    // With a signal of its own choice the handler learns the descriptor (fcntl(2), F_SETSIG).
+    return ::fcntl(leased_, F_SETSIG, SIGIO) == 0 && ::fcntl(leased_, F_SETLEASE, F_WRLCK) == 0;
   }
-
-  const std::string root;
 
  private:
-  /// What root makes in the same tick of the clock as the operation begins cannot be told from what that makes.
-  void WaitForTheNextTick() const {
-    struct stat made {};
-    timespec now{};
-    ASSERT_EQ(0, ::stat((root + "/empty").c_str(), &made));
-    do {
-      ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &now));
-    } while (std::tie(now.tv_sec, now.tv_nsec) <= std::tie(made.st_mtim.tv_sec, made.st_mtim.tv_nsec));
-  }
-
-  static std::string RightsOf(int descriptor) {
-    struct stat status {};
-    EXPECT_EQ(0, ::fstat(descriptor, &status));
-    char text[32];
-    std::snprintf(text, sizeof text, "%o %u", status.st_mode & 07777, status.st_uid);
-    return text;
-  }
-
-  Snapshot before_;
-  int secret_ = -1;
-  int empty_ = -1;
+  struct sigaction before_ {};
+  int leased_ = -1;
 };
 
-class Stage {
+/// As many names as the file system takes, up to more than can be listed (64 KiB). False when the item is gone.
+bool BombAttributes(const std::string& path) {
+  for (int number = 100; number < 400; ++number) {
+    const std::string name = "user." + std::string(240, 'n') + std::to_string(number);
+    if (::lsetxattr(path.c_str(), name.c_str(), "", 0, 0) != 0) return errno != ENOENT;
+  }
+  return true;
+}
+
+class Attacker {
  public:
-  Stage(const OwnedOperation& operation, const std::string& here, const std::string& elsewhere)
-      : operation_(operation),
-        from_(here + "/hers"),
-        to_((operation.crosses ? elsewhere : here) + "/also-hers"),
-        spare_(to_ + "-spare") {}
-  ~Stage() { Clear(); }
+  Attacker(const Stage& stage, const Bait& bait) : stage_(stage), bait_(bait), seen_(stage.Names()) {}
 
-  void Build() {
-    Clear();
-    fs::create_directories(from_ + "/source/directory");
-    fs::create_directories(to_);
-    std::ofstream(from_ + "/source/directory/file") << "file";
-    std::ofstream(from_ + "/source/program") << "hers";
-    fs::create_symlink("program", from_ + "/source/link");
-    (void)::mkfifo((from_ + "/source/fifo").c_str(), 0644);
-    for (const auto& entry : fs::recursive_directory_iterator(from_)) GiveAway(entry.path());
-    (void)::chmod((from_ + "/source/program").c_str(), 04755);
-    GiveAway(from_);
-    GiveAway(to_);
-    if (std::string(operation_.name) == "clobber") fs::create_directories(to_ + "/result/old");
-    seen_ = Names();
+  /// False when there is nothing to attack yet, or no longer.
+  bool Do(Attack attack, Trap trap, const Tracee& subject) {
+    switch (attack) {
+      case Attack::kExchangeNewest:
+        return ExchangeNewest(trap);
+      case Attack::kPlantNext:
+        return PlantNext(trap, subject);
+      case Attack::kLease:
+        return lease_.Take(stage_.source + "/directory/file");
+      case Attack::kBombAttributes:
+        return BombAttributes(stage_.source + "/directory") && BombAttributes(stage_.source + "/program");
+    }
+    return false;
   }
 
-  Tracee Start() const {
-    const std::string verb = operation_.name;
-    std::vector<std::string> words{QUILL_TREE_DRIVER, "--stop", verb};
-    if (verb == "ensure") words.push_back(to_ + "/one/two/three");
-    if (verb == "remove") words.push_back(from_ + "/source");
-    if (verb == "temporaries") words.insert(words.end(), {to_, "1"});
-    if (words.size() == 3) words.insert(words.end(), {from_ + "/source", to_ + "/result"});
-    return {words, Window::kBetweenStops};
+ private:
+  bool ExchangeNewest(Trap trap) const {
+    const std::string newest = Newest();
+    const bool isBesideTheBait = !stage_.operation.crosses || newest.starts_with(stage_.to);
+    if (newest.empty() || (IsRootsOwn(trap) && !isBesideTheBait)) return false;
+    const std::string spare = fs::path(newest).parent_path() / "spare";
+    MakeTrap(spare, trap, bait_);
+    return Exchange(newest, spare);
   }
 
-  /// False when there is nothing to attack yet.
-  bool Do(Attack attack, Trap trap, const Tracee& subject, const Bait& bait) {
-    if (attack == Attack::kExchangeNewest) return ExchangeNewest(trap, bait);
+  std::string Newest() const {
+    std::map<std::pair<time_t, long>, std::string> made;
+    for (const auto& path : stage_.Names()) {
+      struct stat status {};
+      if (!seen_.contains(path) && ::lstat(path.c_str(), &status) == 0)
+        made[{status.st_ctim.tv_sec, status.st_ctim.tv_nsec}] = path;
+    }
+    return made.empty() ? "" : made.rbegin()->second;
+  }
+
+  bool PlantNext(Trap trap, const Tracee& subject) const {
     // A link to a directory that stands in the way of a chain is a part of the path, as everywhere.
-    if (trap == Trap::kLinkToDirectory && std::string(operation_.name) == "ensure") return false;
+    if (trap == Trap::kLinkToDirectory && stage_.operation.Is("ensure")) return false;
     const fs::path name = fs::path(subject.Path()).filename();
     if (name.empty() || !MayCreate(subject)) return false;
-    const fs::path place = fs::path(to_) / name;
+    const fs::path place = fs::path(stage_.to) / name;
     if (fs::exists(fs::symlink_status(place))) return false;
-    MakeTrap(place, trap, bait);
+    MakeTrap(place, trap, bait_);
     return true;
-  }
-
-  /// "" when she owns no more than before.
-  std::string WhatSheGot(Trap trap) const {
-    for (const auto& root : {from_, to_, spare_}) {
-      if (!IsRootsOwn(trap) && HoldsBait(root)) return "bytes of the bait below " + root;
-      if (!fs::is_directory(fs::symlink_status(root))) continue;
-      for (const auto& entry : fs::recursive_directory_iterator(root)) {
-        struct stat status {};
-        const bool isRoots = ::lstat(entry.path().c_str(), &status) == 0 && status.st_uid == 0;
-        if (isRoots && S_ISREG(status.st_mode) && (status.st_mode & kSetIds) != 0)
-          return "a set-id program of root's: " + entry.path().string();
-        if (isRoots && !S_ISLNK(status.st_mode) && IsHersByName(entry.path()))
-          return "root took over " + entry.path().string();
-      }
-    }
-    return "";
-  }
-
- private:
-  void Clear() const {
-    for (const auto& made : {from_, to_, spare_}) quill_test::RemoveAll(made);
-  }
-
-  std::set<std::string> Names() const {
-    std::set<std::string> names;
-    for (const auto& entry : fs::directory_iterator(to_)) names.insert(entry.path());
-    for (const auto& entry : fs::directory_iterator(from_)) names.insert(entry.path());
-    return names;
   }
 
   static bool MayCreate(const Tracee& subject) {
@@ -183,101 +133,90 @@ class Stage {
     return false;
   }
 
-  /// Everything of hers in a trap has this in its name.
-  static bool IsHersByName(const fs::path& path) { return path.filename() == "kept"; }
-
-  static void MakeTrap(const fs::path& place, Trap trap, const Bait& bait) {
-    switch (trap) {
-      case Trap::kHerDirectory:
-        fs::create_directory(place);
-        std::ofstream(place / "kept") << "kept";
-        GiveAway(place / "kept");
-        (void)::chmod(place.c_str(), 0777);
-        break;
-      case Trap::kLinkToDirectory:
-        fs::create_symlink(bait.root + "/empty", place);
-        break;
-      case Trap::kLinkToProgram:
-        fs::create_symlink(bait.root + "/program", place);
-        break;
-      case Trap::kHerProgram:
-        std::ofstream(place) << "hers";
-        (void)::chmod(place.c_str(), 0777);
-        break;
-      case Trap::kRootsFile:
-        return fs::create_hard_link(bait.root + "/secret", place);
-      case Trap::kRootsDirectory:
-        return fs::rename(bait.root + "/empty", place);
-    }
-    GiveAway(place);
-    if (trap == Trap::kHerProgram) (void)::chmod(place.c_str(), 04777);
-  }
-
-  bool ExchangeNewest(Trap trap, const Bait& bait) {
-    for (const auto& path : Names()) {
-      if (seen_.contains(path)) continue;
-      MakeTrap(spare_, trap, bait);
-      return Exchange(path, spare_);
-    }
-    return false;
-  }
-
-  const OwnedOperation operation_;
-  const std::string from_;
-  const std::string to_;
-  const std::string spare_;
-  std::set<std::string> seen_;
+  const Stage& stage_;
+  const Bait& bait_;
+  const std::set<std::string> seen_;
+  Lease lease_;
 };
 
-void AttackAt(int call, Attack attack, Trap trap, Stage& stage, const std::string& baitPath, Findings& findings) {
+Tracee Start(const Stage& stage) {
+  const OwnedOperation& operation = stage.operation;
+  std::vector<std::string> words{QUILL_TREE_DRIVER, "--stop", operation.verb};
+  if (operation.Is("ensure")) words.push_back(stage.to + "/one/two/three");
+  if (operation.Is("trash")) words.push_back(stage.to + "/roots");
+  if (operation.Is("temporaries")) words.insert(words.end(), {stage.to, "1"});
+  if (operation.HasSource()) words.push_back(stage.source);
+  if (operation.HasSource() && !operation.Is("remove")) words.push_back(stage.to + "/result");
+  return {words, Window::kBetweenStops};
+}
+
+/// A lease only makes others wait. Attributes that cannot be kept are left out; but a move leaves what changes after it
+/// was copied.
+bool MustSucceed(Attack attack, const OwnedOperation& operation) {
+  return attack == Attack::kLease || (attack == Attack::kBombAttributes && !operation.Is("move"));
+}
+
+void AttackAt(int call, Attack attack, Trap trap, const Stage& stage, const std::string& baitPath, Findings& findings) {
   const Bait bait(baitPath);
   stage.Build();
-  Tracee subject = stage.Start();
+  Attacker attacker(stage, bait);
+  Tracee subject = Start(stage);
   if (!subject.RunTo(call)) return;
   const std::string where = "call " + std::to_string(call) + " " + subject.Describe() + ", attack " +
                             std::to_string(static_cast<int>(attack)) + " with trap " +
                             std::to_string(static_cast<int>(trap));
-  if (!stage.Do(attack, trap, subject, bait)) return;
+  if (!attacker.Do(attack, trap, subject)) return;
   const Outcome outcome = subject.Finish();
   findings.CountPoint();
   findings.Require(outcome.signal == 0, where, "ended by signal " + std::to_string(outcome.signal));
+  findings.Require(outcome.status == 0 || !MustSucceed(attack, stage.operation), where, "failed, " + outcome.output);
   findings.Add(where, bait.WhatChanged(trap));
   findings.Add(where, stage.WhatSheGot(trap));
 }
 
-int CountCalls(Stage& stage) {
+int CountCalls(const Stage& stage) {
   stage.Build();
-  Tracee subject = stage.Start();
+  Tracee subject = Start(stage);
   int calls = 0;
   while (subject.Next()) ++calls;
   EXPECT_EQ(0, subject.Finish().status) << "undisturbed";
   return calls;
 }
 
+/// What is made of the bait itself must be on its file system, and the trash's volume is one of its own.
+int TrapsFor(Attack attack, const OwnedOperation& operation) {
+  if (attack == Attack::kLease || attack == Attack::kBombAttributes) return operation.HasSource() ? 1 : 0;
+  return operation.Is("trash") ? static_cast<int>(Trap::kRootsFile) : kTraps;
+}
+
 class OwnerSweep : public SweepTest {
  protected:
-  /// On the file system of the destination, so that it can be linked and renamed there.
-  std::string BaitPath(const OwnedOperation& operation) const {
-    return operation.crosses ? Elsewhere() + "/bait" : In("bait");
+  void Sweep(const OwnedOperation& operation) const {
+    Findings findings(operation.Title());
+    const Stage stage(operation, Root(), Elsewhere());
+    // On the file system of the destination, so that it can be linked and renamed there.
+    const std::string bait = (operation.crosses && !operation.returns ? Elsewhere() : Root()) + "/bait";
+    const int calls = CountCalls(stage);
+    const int stride = IsFullSweep() || calls < 60 ? 1 : kTraps;
+    for (const Attack attack : {Attack::kExchangeNewest, Attack::kPlantNext, Attack::kLease, Attack::kBombAttributes})
+      for (int trap = 0; trap < TrapsFor(attack, operation); ++trap)
+        for (int call = 1; call <= calls; ++call)
+          if (IsChosenCall(call) && (call + trap) % stride == 0)
+            AttackAt(call, attack, static_cast<Trap>(trap), stage, bait, findings);
   }
 };
 
 TEST_F(OwnerSweep, GetsNothing) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root works with another's rights at stake";
+  fs::create_directory(In("volume"));
+  const quill_test::Mount volume("tmpfs", In("volume"), "size=1m");
+  const quill_test::ScopedVariable data("XDG_DATA_HOME", In("data"));
   for (const auto& operation : kOperations) {
-    if (operation.crosses && Elsewhere().empty()) {
-      std::cout << "SKIPPED " << operation.name << " to another file system: there is but one" << std::endl;
-      continue;
-    }
-    Findings findings(std::string(operation.name) + (operation.crosses ? " to another file system" : ""));
-    Stage stage(operation, Root(), Elsewhere());
-    const int calls = CountCalls(stage);
-    const int stride = IsFullSweep() ? 1 : 3;
-    for (const Attack attack : {Attack::kExchangeNewest, Attack::kPlantNext})
-      for (int trap = 0; trap < kTraps; ++trap)
-        for (int call = 1; call <= calls; ++call)
-          if (IsChosenCall(call) && (call + trap) % stride == 0)
-            AttackAt(call, attack, static_cast<Trap>(trap), stage, BaitPath(operation), findings);
+    const std::string lacks = operation.crosses && Elsewhere().empty() ? "there is but one file system"
+                              : operation.Is("trash") && !volume       ? volume.WhyNot()
+                                                                       : "";
+    if (lacks.empty()) Sweep(operation);
+    if (!lacks.empty()) std::cout << "SKIPPED " << operation.Title() << ": " << lacks << std::endl;
   }
 }
 

@@ -2,13 +2,11 @@
 // fast as it can.
 #include <gtest/gtest.h>
 
-#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 
 #include "tests/sweeps/SweepTest.h"
@@ -21,13 +19,6 @@ using std::chrono::steady_clock;
 // Never a directory and one inside it at once, or the storm itself would follow the link.
 const std::vector<std::string> kVictims[] = {{""}, {"/nested", "/empty", "/locked"}, {"/nested/deep"}};
 
-// Lets the storm use any processor, so that it can run at the same time as the operation.
-void RunAnywhere() {
-  cpu_set_t processors;
-  std::memset(&processors, 0xff, sizeof processors);
-  (void)::sched_setaffinity(0, sizeof processors, &processors);
-}
-
 /// Exchanges the victims for links until it is destroyed.
 class Storm {
  public:
@@ -37,7 +28,7 @@ class Storm {
       std::filesystem::create_symlink(scene.bait + victim, pairs.back().second);
     }
     process = ::fork();
-    if (process == 0) RunAnywhere();
+    if (process == 0) RunBeside();
     for (std::size_t i = 0; process == 0; ++i) {
       const auto& [victim, link] = pairs[i / 2 % pairs.size()];
       (void)Exchange(victim, link);

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <string_view>
 
@@ -51,6 +52,13 @@ bool Exchange(const std::string& one, const std::string& other) {
   const std::string between = other + "-between";
   return ::rename(one.c_str(), between.c_str()) == 0 && ::rename(other.c_str(), one.c_str()) == 0 &&
          ::rename(between.c_str(), other.c_str()) == 0;
+}
+
+void RunBeside() {
+  cpu_set_t processors;
+  std::memset(&processors, 0xff, sizeof processors);
+  CPU_CLR(static_cast<unsigned>(::sched_getcpu()), &processors);
+  (void)::sched_setaffinity(0, sizeof processors, &processors);  // refused where there is but one
 }
 
 void Findings::Add(const std::string& where, const std::string& what) {

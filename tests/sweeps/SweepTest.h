@@ -19,6 +19,9 @@ bool IsChosenCall(int call);
 /// Exchanges the names of two items; false if that fails.
 bool Exchange(const std::string& one, const std::string& other);
 
+/// Takes this process to another processor, so that it runs at the same time as the one it was forked from.
+void RunBeside();
+
 /// Counts points and collects findings. The destructor prints the figures and fails the test if there were findings.
 class Findings {
  public:

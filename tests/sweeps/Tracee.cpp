@@ -35,11 +35,6 @@ constexpr std::pair<long, const char*> kNames[] = {
     NAMED(lgetxattr),  NAMED(llistxattr), NAMED(lseek),     NAMED(ioctl),      NAMED(mmap)};
 #undef NAMED
 
-// POSIX allows signals to interrupt these, and repeating them is safe.
-constexpr long kMayBeRepeated[] = {SYS_open,      SYS_openat,    SYS_read,  SYS_write,     SYS_copy_file_range,
-                                   SYS_ftruncate, SYS_fallocate, SYS_fsync, SYS_fdatasync, SYS_fchmod,
-                                   SYS_fchown,    SYS_close};
-
 // Calls that cannot fail in a correct program, calls by which it ends or stops itself, and brk, which reports a failure
 // by returning the old end.
 constexpr long kCannotFail[] = {
@@ -169,8 +164,6 @@ std::string Tracee::Describe() const {
   const std::string path = Path();
   return NameOf(number) + (path.empty() ? "" : "(\"" + path + "\")");
 }
-
-bool Tracee::MayBeRepeated() const { return Contains(kMayBeRepeated, number); }
 
 bool Tracee::Is(const char* name) const { return NameOf(number) == name; }
 

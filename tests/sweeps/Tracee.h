@@ -38,8 +38,6 @@ class Tracee {
   std::string Describe() const;
   std::string Path() const;
   bool Is(const char* name) const;
-  /// POSIX allows a signal to interrupt it, and repeating it is safe.
-  bool MayBeRepeated() const;
   /// It makes data durable or closes a descriptor that data was written through, so its failure is a lost write.
   bool EndsWriting() const;
   /// It can only fail if memory runs out.

@@ -2,7 +2,7 @@
 // only that operation. Exits with 0 for true and 1 for false, and prints the code, the number of descriptors left open
 // and what a copy could not preserve.
 //
-//   TreeDriver [--stop] copy|clobber|move|replace FROM TO | remove|ensure PATH
+//   TreeDriver [--stop] copy|clobber|move|replace FROM TO | remove|ensure|trash PATH
 //   TreeDriver temporaries DIRECTORY COUNT      prints the path of each file and directory that it makes
 #include <csignal>
 #include <cstdio>
@@ -38,6 +38,11 @@ bool MakeTemporaries(quill::StandaloneFileManager& manager, const Words& words) 
   return true;
 }
 
+bool MoveToTrash(quill::StandaloneFileManager& manager, const Words& words) {
+  QuillFileString trashed;
+  return manager.FileOrDirMoveToTrash(Path(words[0]), trashed);
+}
+
 const std::map<std::string, Operation> kOperations = {
     {"copy", [](auto& host, auto& at) { return host.FileOrDirCopy(Path(at[0]), Path(at[1]), /*clobber=*/false); }},
     {"clobber", [](auto& host, auto& at) { return host.FileOrDirCopy(Path(at[0]), Path(at[1]), /*clobber=*/true); }},
@@ -46,6 +51,7 @@ const std::map<std::string, Operation> kOperations = {
     {"remove", [](auto& host, auto& at) { return host.DirDeleteWithContents(Path(at[0])); }},
     {"ensure", [](auto& host, auto& at) { return host.DirEnsure(Path(at[0])); }},
     {"temporaries", MakeTemporaries},
+    {"trash", MoveToTrash},
 };
 
 }  // namespace

@@ -2,6 +2,7 @@
 """Several processes at once: races.py QUILLFS DRIVER [case]..."""
 
 import os
+import stat
 import subprocess
 
 from stage import DRIVER, IS_FULL, Stage, main
@@ -19,10 +20,14 @@ class Races(Stage):
 
     def test_ensure(self):
         parent = self.make_directory("parent")
-        for number in range(50 if IS_FULL else 10):
-            chain = os.path.join(parent, str(number), *("chain",) * 30)
-            self.at_once("ensure", chain)
-            self.assertTrue(os.path.isdir(chain))
+        for number in range(300 if IS_FULL else 12):
+            mode = (0o755, 0o2775, 0o1777)[number % 3]
+            os.chmod(parent, mode)
+            top = os.path.join(parent, str(number))
+            self.at_once("ensure", os.path.join(top, *("chain",) * 29))
+            levels = [path for path, _, _ in os.walk(top)]
+            self.assertEqual(30, len(levels), "strays beside the chain")
+            self.assertEqual({mode}, {stat.S_IMODE(os.stat(level).st_mode) for level in levels})
 
     def test_temporaries(self):
         for umask in (0o022, 0o777):

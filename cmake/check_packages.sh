@@ -40,7 +40,8 @@ check_symbols() {
 # An empty part of such a path is the current directory, where anybody may have put a library.
 check_library_paths() {
   local program
-  for program in build/*/tools/quillfs/quillfs; do
+  for program in build/{debug,package}/tools/quillfs/quillfs; do
+    [[ -f $program ]] || continue
     ! readelf --dynamic "$program" | grep -E '(RPATH|RUNPATH).*(\[:|::|:\]|\[\])' || { echo "$program: looks for libraries in the current directory"; return 1; }
   done
 }

@@ -1,7 +1,7 @@
 // The order matters. The owner comes first, as changing it takes away set-user-id bits and capabilities, and as these
-// bits are only given to an item that has been seen to belong to the right owner; then the
-// attributes, while the item is still closed to everybody else; then the permissions, which open it; and the times
-// last, as everything before them changes these.
+// bits are only given to an item that has been seen to belong to the right owner. Then come the attributes, while the
+// item is still closed to everybody else; then the permissions, which open it; and last the times, which everything
+// before them changes.
 #include "platform/darwin/trees/Metadata.h"
 
 #include <linux/limits.h>

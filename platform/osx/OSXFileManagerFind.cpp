@@ -11,7 +11,8 @@
 using quill::Operation;
 
 // Compiled hosts give the structure and read its members.
-static_assert(sizeof(void*) != 8 || (offsetof(FindFileInfo, path) == 8 && sizeof(FindFileInfo) == 8 + sizeof(QuillFileString)),
+static_assert(sizeof(void*) != 8 ||
+                  (offsetof(FindFileInfo, path) == 8 && sizeof(FindFileInfo) == 8 + sizeof(QuillFileString)),
               "the layout of FindFileInfo is part of the binary interface");
 
 namespace {

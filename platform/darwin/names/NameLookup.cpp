@@ -6,6 +6,7 @@
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/names/DirectoryMemory.h"
 #include "platform/darwin/names/EquivalentForms.h"
 #include "platform/darwin/names/Normalization.h"
 
@@ -26,20 +27,54 @@ class DirectorySearch {
   Error ProbeName(std::string_view name) const { return Probe(directory_, prefix_ + std::string(name)); }
 
   Error FindEquivalent(std::string_view name, std::string& found) const {
-    EquivalentForms forms = EquivalentFormsOf(name);
-    for (std::string& form : forms.others) {
-      const Error error = ProbeName(form);
-      if (!error) found = std::move(form);
-      // Success ends the search, and so does any error that another spelling would meet as well.
-      if (!MayStandUnderAnotherName(error)) return error;
-    }
-    // Reading the directory finds every spelling, and costs as much as it has entries.
-    return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(FormC(name), found) : ENOENT;
+    if (!HasOtherForm(name)) return ENOENT;
+    const std::string composed = FormC(name);
+    const Error error = composed == name ? ENOENT : ProbeName(composed);
+    if (!error) found = composed;
+    // Success ends the search, and so does any error that another spelling would meet as well.
+    if (!MayStandUnderAnotherName(error)) return error;
+    DirectoryMemory* const memory = DirectoryMemory::OfThread();
+    const NameIndex* const names = memory ? memory->Recall(directory_, prefix_) : nullptr;
+    return names ? FindIn(*names, name, found) : TrySpellings(name, composed, found);
   }
 
  private:
+  static Error FindIn(const NameIndex& names, std::string_view name, std::string& found) {
+    const char* const equivalent = names.Find(name);
+    if (!equivalent) return ENOENT;
+    found = equivalent;
+    return {};
+  }
+
+  Error TrySpellings(std::string_view name, const std::string& composed, std::string& found) const {
+    EquivalentForms forms = EquivalentFormsOf(name);
+    for (std::string& form : forms.others) {
+      if (form == composed) continue;
+      const Error error = ProbeName(form);
+      if (!error) found = std::move(form);
+      if (!error && found != FormD(name)) PrepareForMore();
+      if (!MayStandUnderAnotherName(error)) return error;
+    }
+    // Reading the directory finds every spelling, and costs as much as it has entries.
+    return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(name, composed, found) : ENOENT;
+  }
+
+  /// Where many names are neither in Form C nor in Form D, one reading is cheaper than trying the spellings of each.
+  void PrepareForMore() const {
+    DirectoryMemory* const memory = DirectoryMemory::OfThreadOrNew();
+    if (memory && memory->ShouldReadAfterFinding(prefix_)) {
+      (void)memory->Read(directory_, prefix_);  // this name has been found without it
+    }
+  }
+
+  Error ReadFor(std::string_view name, const std::string& composed, std::string& found) const {
+    DirectoryMemory* const memory = DirectoryMemory::OfThreadOrNew();
+    const NameIndex* const names = memory ? memory->Read(directory_, prefix_) : nullptr;
+    return names ? FindIn(*names, name, found) : ReadOnceFor(composed, found);
+  }
+
   /// The first entry in byte order whose Form C is \p composed.
-  Error ReadFor(const std::string& composed, std::string& found) const {
+  Error ReadOnceFor(const std::string& composed, std::string& found) const {
     FileDescriptor descriptor;
     const char* const path = prefix_.empty() ? "." : prefix_.c_str();
     // Without permission to read the directory, only the forms that were tried can be found.
@@ -151,8 +186,24 @@ Error FindEquivalentPath(const char* path, std::string& found) {
   return {};
 }
 
+bool FindRememberedPath(std::string_view path, std::string& found) {
+  DirectoryMemory* const memory = DirectoryMemory::OfThread();
+  const std::size_t leaf = path.rfind('/') + 1;  // 0 without a slash
+  const NameIndex* const names = memory ? memory->Suppose(path.substr(0, leaf)) : nullptr;
+  const std::string_view name = path.substr(leaf);
+  if (!names || IsASCII(name)) return false;
+  const char* const equivalent = names->Find(name);
+  // What should be there as given is asked for as given. So is what may be there in ASCII, which would come first.
+  if (!equivalent || equivalent == name || IsASCII(FormC(name))) return false;
+  std::string prefix(path.substr(0, leaf));
+  if (memory->Recall(AT_FDCWD, prefix) != names) return false;
+  found = std::move(prefix) + equivalent;
+  return true;
+}
+
 Error FindPathForCreation(const char* path, std::string& found) {
   if (!path) return EFAULT;
+  if (FindRememberedPath(path, found)) return {};
   ResolvedPath resolved;
   if (const Error error = Resolve(path, resolved)) return error;
   found.swap(resolved.path);

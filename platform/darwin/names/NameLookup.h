@@ -25,6 +25,10 @@ Error FindEquivalentName(int directory, std::string_view name, std::string& foun
 /// nothing, or if a component is missing in every form.
 Error FindEquivalentPath(const char* path, std::string& found);
 
+/// Gives the equivalent of a path whose last component is known not to exist as given (names/DirectoryMemory.h). Costs
+/// one call if it seems to be known, and no call else.
+bool FindRememberedPath(std::string_view path, std::string& found);
+
 /// Gives \p path for an item that is to be created. Components (the last one included) that exist only in another form
 /// are replaced, so that a creation meets the item that it would meet on an Apple file system. From the first component
 /// that is missing in every form, the path is left as it is. Costs no call if no component can have another form, and
@@ -39,9 +43,13 @@ constexpr bool MayStandUnderAnotherName(Error error) noexcept { return error == 
 template <typename Call>
 Error OnPath(const char* path, Call call) {
   if (!path) return EFAULT;
+  std::string equivalent;
+  if (FindRememberedPath(path, equivalent)) {
+    const Error error = call(equivalent.c_str());
+    if (!MayStandUnderAnotherName(error)) return error;
+  }
   const Error error = call(path);
   if (!MayStandUnderAnotherName(error)) return error;
-  std::string equivalent;
   if (const Error missing = FindEquivalentPath(path, equivalent)) return missing == ENOENT ? error : missing;
   return call(equivalent.c_str());
 }

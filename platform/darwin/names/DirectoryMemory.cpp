@@ -81,11 +81,16 @@ DirectoryMemory* DirectoryMemory::OfThreadOrNew() {
   return isKept ? made.release() : nullptr;
 }
 
-const NameIndex* DirectoryMemory::Suppose(std::string_view prefix) const noexcept {
-  for (const Directory& directory : directories_) {
-    if (directory.prefix == prefix) return &directory.names;
-  }
-  return nullptr;
+DirectoryMemory::Directory* DirectoryMemory::Suppose(std::string_view prefix) noexcept {
+  const auto isThis = [&](const Directory& directory) { return directory.prefix == prefix; };
+  const auto known = std::find_if(directories_.begin(), directories_.end(), isThis);
+  return known == directories_.end() ? nullptr : &*known;
+}
+
+bool DirectoryMemory::Confirm(const Directory& supposed) {
+  ItemStatus status;
+  const Error error = GetStatusOf(AT_FDCWD, PathOf(supposed.prefix), FinalLink::kTarget, status);
+  return !error && Unchanged(status) == &supposed;
 }
 
 DirectoryMemory::Directory* DirectoryMemory::Unchanged(const ItemStatus& status) {
@@ -97,16 +102,16 @@ DirectoryMemory::Directory* DirectoryMemory::Unchanged(const ItemStatus& status)
   return &directories_.front();
 }
 
-const NameIndex* DirectoryMemory::Recall(int directory, const std::string& prefix) {
+NameIndex* DirectoryMemory::Recall(int directory, const std::string& prefix) {
   // By a descriptor it may be any of them. By a path it is one that was read by this path, or it is looked for anew.
   if (directories_.empty() || (directory == AT_FDCWD && !Suppose(prefix))) return nullptr;
   ItemStatus status;
   if (GetStatusOf(directory, PathOf(prefix), FinalLink::kTarget, status)) return nullptr;
-  const Directory* const known = Unchanged(status);
+  Directory* const known = Unchanged(status);
   return known ? &known->names : nullptr;
 }
 
-const NameIndex* DirectoryMemory::Read(int directory, const std::string& prefix) {
+NameIndex* DirectoryMemory::Read(int directory, const std::string& prefix) {
   FileDescriptor descriptor;
   if (Open(directory, PathOf(prefix), O_RDONLY | O_DIRECTORY, descriptor)) return nullptr;
   Directory read{prefix, {}, {}};
@@ -124,7 +129,7 @@ const NameIndex* DirectoryMemory::Read(int directory, const std::string& prefix)
   return ReadNames(reader, read.names) ? Keep(std::move(read)) : nullptr;
 }
 
-const NameIndex* DirectoryMemory::Keep(Directory&& read) {
+NameIndex* DirectoryMemory::Keep(Directory&& read) {
   if (read.prefix == searched_) worthReading_ = std::max(kFindsWorthReading, read.names.Count());
   directories_.push_front(std::move(read));
   std::size_t memory = 0;

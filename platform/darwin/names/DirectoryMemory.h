@@ -21,8 +21,8 @@
 
 namespace quill::darwin {
 
-// A directory is named by a prefix (empty, or ending with a slash) relative to a descriptor or AT_FDCWD. The names that
-// are given back are valid until the next call.
+// A directory is named by a prefix (empty, or ending with a slash) relative to a descriptor or AT_FDCWD. What is given
+// back is valid until the next call.
 class DirectoryMemory {
  public:
   /// Null before it is needed for the first time.
@@ -30,26 +30,28 @@ class DirectoryMemory {
   /// Makes it, if necessary. Null if the system can keep nothing more for a thread.
   static DirectoryMemory* OfThreadOrNew();
 
-  /// What was read by this prefix; it may have changed since. Asks nothing.
-  const NameIndex* Suppose(std::string_view prefix) const noexcept;
-  /// The names of the directory as it is; null if it is not remembered. Asks only about a directory that may be.
-  const NameIndex* Recall(int directory, const std::string& prefix);
-  /// Reads the directory, unless it is remembered. Null if it cannot be read, or must not be remembered.
-  const NameIndex* Read(int directory, const std::string& prefix);
-
-  /// Counts a name that was found by trying one spelling after the other. True if the directory had better be read.
-  bool ShouldReadAfterFinding(const std::string& prefix);
-
- private:
   struct Directory {
     std::string prefix;
     ItemStatus status;
     NameIndex names;
   };
 
+  /// What was read by this prefix; null if nothing was. Asks nothing, so the directory may have changed since.
+  Directory* Suppose(std::string_view prefix) noexcept;
+  /// Asks whether its prefix leads to that directory as it was read. Forgets it if it has changed.
+  bool Confirm(const Directory& supposed);
+  /// The names of the directory as it is; null if it is not remembered. Asks only about a directory that may be.
+  NameIndex* Recall(int directory, const std::string& prefix);
+  /// Reads the directory, unless it is remembered. Null if it cannot be read, or must not be remembered.
+  NameIndex* Read(int directory, const std::string& prefix);
+
+  /// Counts a name that was found by trying one spelling after the other. True if the directory had better be read.
+  bool ShouldReadAfterFinding(const std::string& prefix);
+
+ private:
   /// Forgets the directory if it has changed.
   Directory* Unchanged(const ItemStatus& status);
-  const NameIndex* Keep(Directory&& read);
+  NameIndex* Keep(Directory&& read);
 
   /// The one that was used last comes first.
   std::list<Directory> directories_;

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <span>
 
 #include "platform/darwin/names/Normalization.h"
 
@@ -31,21 +30,33 @@ void NameIndex::Sort() {
   entries_.shrink_to_fit();
 }
 
-const char* NameIndex::Find(std::string_view name) const {
-  const std::string composed = FormC(name);
-  const auto isBefore = [&](const Entry& entry) { return composed.compare(TextAt(entry.composed)) > 0; };
-  const auto isEqual = [&](const Entry& entry) { return composed == TextAt(entry.composed); };
-  const auto first = std::partition_point(entries_.begin(), entries_.end(), isBefore);
-  const std::span twins(first, std::find_if_not(first, entries_.end(), isEqual));
-  if (twins.empty()) return nullptr;
-  if (twins.size() > 1) {
-    for (const std::string& preferred : {std::string(name), composed, FormD(name)}) {
-      const auto is = [&](const Entry& twin) { return preferred == TextAt(twin.name); };
-      const auto found = std::find_if(twins.begin(), twins.end(), is);
-      if (found != twins.end()) return TextAt(found->name);
-    }
+bool NameIndex::HasFormC(std::size_t entry, std::string_view composed) const noexcept {
+  return entry < entries_.size() && composed == TextAt(entries_[entry].composed);
+}
+
+std::span<const NameIndex::Entry> NameIndex::Twins(std::string_view composed) {
+  if (!HasFormC(first_, composed)) first_ = end_;
+  if (!HasFormC(first_, composed)) {
+    const auto isBefore = [&](const Entry& entry) { return TextAt(entry.composed) < composed; };
+    const auto first = std::partition_point(entries_.begin(), entries_.end(), isBefore);
+    first_ = static_cast<std::size_t>(first - entries_.begin());
   }
-  return TextAt(twins.front().name);
+  for (end_ = first_; HasFormC(end_, composed);) ++end_;
+  return {entries_.begin() + static_cast<std::ptrdiff_t>(first_), end_ - first_};
+}
+
+NameIndex::Found NameIndex::Find(std::string_view name) {
+  const bool isInFormC = HasFormC(first_, name) || HasFormC(end_, name);
+  const std::string composed = isInFormC ? std::string(name) : FormC(name);
+  const std::span<const Entry> twins = Twins(composed);
+  if (twins.empty()) return {};
+  if (twins.size() == 1) return At(twins.front());
+  for (const std::string& preferred : {std::string(name), composed, FormD(name)}) {
+    const auto isPreferred = [&](const Entry& twin) { return preferred == TextAt(twin.name); };
+    const auto found = std::find_if(twins.begin(), twins.end(), isPreferred);
+    if (found != twins.end()) return At(*found);
+  }
+  return At(twins.front());
 }
 
 }  // namespace quill::darwin

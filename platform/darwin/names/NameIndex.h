@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,13 +16,19 @@ namespace quill::darwin {
 
 class NameIndex {
  public:
+  /// Both null if there is no such name.
+  struct Found {
+    const char* name = nullptr;
+    const char* composed = nullptr;
+  };
+
   void Add(std::string_view name);
   /// Comes after the last Add, and before the first Find.
   void Sort();
 
   /// The name itself if it is in the index; else, of those with the same Form C, that Form C, then its Form D, then the
-  /// first in byte order. Null if there is none. Valid as long as the index.
-  const char* Find(std::string_view name) const;
+  /// first in byte order. Valid as long as the index.
+  Found Find(std::string_view name);
 
   /// In bytes.
   std::size_t Size() const noexcept { return text_.size() + entries_.size() * sizeof(Entry); }
@@ -35,10 +42,17 @@ class NameIndex {
   };
 
   std::uint32_t Append(std::string_view spelling);
+  Found At(const Entry& entry) const noexcept { return {TextAt(entry.name), TextAt(entry.composed)}; }
   const char* TextAt(std::uint32_t position) const noexcept { return text_.data() + position; }
+  bool HasFormC(std::size_t entry, std::string_view composed) const noexcept;
+  /// All with that Form C, in byte order.
+  std::span<const Entry> Twins(std::string_view composed);
 
   std::string text_;
   std::vector<Entry> entries_;
+  /// The names that were found last: mostly these are asked for again, or the next.
+  std::size_t first_ = 0;
+  std::size_t end_ = 0;
 };
 
 }  // namespace quill::darwin

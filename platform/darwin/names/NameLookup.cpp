@@ -3,6 +3,7 @@
 #include <fcntl.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
@@ -34,13 +35,13 @@ class DirectorySearch {
     // Success ends the search, and so does any error that another spelling would meet as well.
     if (!MayStandUnderAnotherName(error)) return error;
     DirectoryMemory* const memory = DirectoryMemory::OfThread();
-    const NameIndex* const names = memory ? memory->Recall(directory_, prefix_) : nullptr;
+    NameIndex* const names = memory ? memory->Recall(directory_, prefix_) : nullptr;
     return names ? FindIn(*names, name, found) : TrySpellings(name, composed, found);
   }
 
  private:
-  static Error FindIn(const NameIndex& names, std::string_view name, std::string& found) {
-    const char* const equivalent = names.Find(name);
+  static Error FindIn(NameIndex& names, std::string_view name, std::string& found) {
+    const char* const equivalent = names.Find(name).name;
     if (!equivalent) return ENOENT;
     found = equivalent;
     return {};
@@ -69,7 +70,7 @@ class DirectorySearch {
 
   Error ReadFor(std::string_view name, const std::string& composed, std::string& found) const {
     DirectoryMemory* const memory = DirectoryMemory::OfThreadOrNew();
-    const NameIndex* const names = memory ? memory->Read(directory_, prefix_) : nullptr;
+    NameIndex* const names = memory ? memory->Read(directory_, prefix_) : nullptr;
     return names ? FindIn(*names, name, found) : ReadOnceFor(composed, found);
   }
 
@@ -189,15 +190,15 @@ Error FindEquivalentPath(const char* path, std::string& found) {
 bool FindRememberedPath(std::string_view path, std::string& found) {
   DirectoryMemory* const memory = DirectoryMemory::OfThread();
   const std::size_t leaf = path.rfind('/') + 1;  // 0 without a slash
-  const NameIndex* const names = memory ? memory->Suppose(path.substr(0, leaf)) : nullptr;
+  DirectoryMemory::Directory* const directory = memory ? memory->Suppose(path.substr(0, leaf)) : nullptr;
   const std::string_view name = path.substr(leaf);
-  if (!names || IsASCII(name)) return false;
-  const char* const equivalent = names->Find(name);
+  if (!directory || IsASCII(name)) return false;
+  const auto [equivalent, composed] = directory->names.Find(name);
   // What should be there as given is asked for as given. So is what may be there in ASCII, which would come first.
-  if (!equivalent || equivalent == name || IsASCII(FormC(name))) return false;
-  std::string prefix(path.substr(0, leaf));
-  if (memory->Recall(AT_FDCWD, prefix) != names) return false;
-  found = std::move(prefix) + equivalent;
+  if (!equivalent || equivalent == name || IsASCII(composed)) return false;
+  if (!memory->Confirm(*directory)) return false;
+  found.reserve(leaf + std::strlen(equivalent));
+  found.assign(path, 0, leaf).append(equivalent);
   return true;
 }
 

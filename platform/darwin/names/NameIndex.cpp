@@ -31,30 +31,40 @@ void NameIndex::Sort() {
 }
 
 bool NameIndex::HasFormC(std::size_t entry, std::string_view composed) const noexcept {
-  return entry < entries_.size() && composed == TextAt(entries_[entry].composed);
+  if (entry >= entries_.size()) return false;
+  const char* const text = TextAt(entries_[entry].composed);
+  return std::strncmp(text, composed.data(), composed.size()) == 0 && text[composed.size()] == '\0';
+}
+
+void NameIndex::Search(std::string_view composed) {
+  const auto isBefore = [&](const Entry& entry) { return TextAt(entry.composed) < composed; };
+  const auto isTwin = [&](const Entry& entry) { return TextAt(entry.composed) == composed; };
+  const auto first = std::partition_point(entries_.begin(), entries_.end(), isBefore);
+  first_ = static_cast<std::size_t>(first - entries_.begin());
+  end_ = static_cast<std::size_t>(std::partition_point(first, entries_.end(), isTwin) - entries_.begin());
 }
 
 std::span<const NameIndex::Entry> NameIndex::Twins(std::string_view composed) {
-  if (!HasFormC(first_, composed)) first_ = end_;
-  if (!HasFormC(first_, composed)) {
-    const auto isBefore = [&](const Entry& entry) { return TextAt(entry.composed) < composed; };
-    const auto first = std::partition_point(entries_.begin(), entries_.end(), isBefore);
-    first_ = static_cast<std::size_t>(first - entries_.begin());
+  const bool isLast = first_ < end_ && HasFormC(first_, composed);
+  if (!isLast && HasFormC(end_, composed) && !HasFormC(end_ + 1, composed)) {
+    first_ = end_++;
+  } else if (!isLast) {
+    Search(composed);
   }
-  for (end_ = first_; HasFormC(end_, composed);) ++end_;
-  return {entries_.begin() + static_cast<std::ptrdiff_t>(first_), end_ - first_};
+  return std::span(entries_).subspan(first_, end_ - first_);
 }
 
 NameIndex::Found NameIndex::Find(std::string_view name) {
   const bool isInFormC = HasFormC(first_, name) || HasFormC(end_, name);
-  const std::string composed = isInFormC ? std::string(name) : FormC(name);
+  const std::string otherwise = isInFormC ? std::string() : FormC(name);
+  const std::string_view composed = isInFormC ? name : otherwise;
   const std::span<const Entry> twins = Twins(composed);
   if (twins.empty()) return {};
   if (twins.size() == 1) return At(twins.front());
-  for (const std::string& preferred : {std::string(name), composed, FormD(name)}) {
-    const auto isPreferred = [&](const Entry& twin) { return preferred == TextAt(twin.name); };
-    const auto found = std::find_if(twins.begin(), twins.end(), isPreferred);
-    if (found != twins.end()) return At(*found);
+  for (const std::string& preferred : {std::string(name), std::string(composed), FormD(name)}) {
+    const auto isBefore = [&](const Entry& twin) { return TextAt(twin.name) < preferred; };
+    const auto twin = std::partition_point(twins.begin(), twins.end(), isBefore);
+    if (twin != twins.end() && TextAt(twin->name) == preferred) return At(*twin);
   }
   return At(twins.front());
 }

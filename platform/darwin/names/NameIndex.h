@@ -45,6 +45,7 @@ class NameIndex {
   Found At(const Entry& entry) const noexcept { return {TextAt(entry.name), TextAt(entry.composed)}; }
   const char* TextAt(std::uint32_t position) const noexcept { return text_.data() + position; }
   bool HasFormC(std::size_t entry, std::string_view composed) const noexcept;
+  void Search(std::string_view composed);
   /// All with that Form C, in byte order.
   std::span<const Entry> Twins(std::string_view composed);
 

@@ -4,9 +4,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <random>
+#include <set>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
+#include "platform/darwin/descriptors/NewDirectory.h"
 #include "platform/darwin/names/Normalization.h"
 #include "platform/darwin/paths/Changes.h"
 #include "platform/darwin/paths/Creating.h"
@@ -62,6 +66,87 @@ TEST_F(NameLookup, PrefersExactBytesThenFormCThenFormDThenByteOrder) {
       std::filesystem::remove(In(name));
     }
     EXPECT_EQ(std::nullopt, EquivalentIn(asked));
+  }
+}
+
+/// The spellings of a name that is ASCII in Form C, of one that has few, and of one that has many.
+std::vector<std::string> SpellingsOfThreeNames() {
+  std::vector<std::string> names{"K", "\u212A"};
+  for (const std::string& rest : {std::string(), Repeated("\u00E9", 7)}) {
+    for (const char* first : {"\u1EC7", "e\u0323\u0302", "e\u0302\u0323", "\u1EB9\u0302", "\u00EA\u0323"}) {
+      names.push_back(first + (first[0] == 'e' ? FormD(rest) : rest));
+    }
+  }
+  return names;
+}
+
+/// What the path of \p asked leads to in a directory that holds \p names; empty for nothing.
+std::string Expected(const std::set<std::string>& names, const std::string& asked) {
+  for (const std::string& preferred : {asked, FormC(asked), FormD(asked)}) {
+    if (names.contains(preferred)) return preferred;
+  }
+  const auto twin = std::find_if(names.begin(), names.end(), [&](auto& name) { return FormC(name) == FormC(asked); });
+  return twin == names.end() ? "" : *twin;
+}
+
+/// Returns when what changes next has a later stamp than what has changed so far.
+void AwaitNextStamp() {
+  std::timespec now{}, next{};
+  ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &now));
+  do {
+    ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &next));
+  } while (!IsEarlier(now, next));
+}
+
+// A thread remembers the names that it has read. Two directories change and change places meanwhile.
+TEST_F(NameLookup, SeesEveryChangeOfWhatItRemembers) {
+  const std::vector<std::string> spellings = SpellingsOfThreeNames();
+  std::set<std::string> names, otherNames;
+  std::filesystem::create_directories(In("here"));
+  std::filesystem::create_directories(In("there"));
+  std::minstd_rand random(1);
+  for (int step = 0; step < 500 && !HasFailure(); ++step) {
+    const std::string& name = spellings[random() % spellings.size()];
+    const std::string& other = spellings[random() % spellings.size()];
+    const auto change = random() % 8;
+    if (change == 0) {
+      ASSERT_EQ(0, ::renameat2(AT_FDCWD, In("here").c_str(), AT_FDCWD, In("there").c_str(), RENAME_EXCHANGE));
+      names.swap(otherNames);
+    } else if (names.erase(name) == 0) {
+      WriteFile(In("here/" + name), "");
+      names.insert(name);
+    } else if (change == 1) {
+      std::filesystem::rename(In("here/" + name), In("here/" + other));
+      names.insert(other);
+    } else {
+      std::filesystem::remove(In("here/" + name));
+    }
+    if (random() % 2 == 0) AwaitNextStamp();
+    const FileDescriptor directory(::open(In("here").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    for (const std::string& asked : spellings) {
+      const std::string expected = Expected(names, asked);
+      EXPECT_EQ(In("here/" + (expected.empty() ? asked : expected)), PlaceFor(In("here/" + asked).c_str())) << step;
+      std::string reached, found;
+      (void)OnPath(In("here/" + asked).c_str(), [&](const char* path) -> Error {
+        const bool isThere = std::filesystem::exists(path);
+        if (isThere) reached = path;
+        return isThere ? 0 : ENOENT;
+      });
+      EXPECT_EQ(expected.empty() ? "" : In("here/" + expected), reached) << step;
+      if (names.contains(asked)) continue;
+      EXPECT_EQ(expected.empty() ? ENOENT : 0, FindEquivalentName(directory.get(), asked, found)) << step;
+      EXPECT_EQ(expected, found) << step;
+    }
+  }
+}
+
+TEST(Stamps, MayBeOfAnyMomentThatTheyStandFor) {
+  const struct {
+    std::timespec stamp;
+    bool mayBeSince;
+  } rows[] = {{{9, 500}, true}, {{9, 501}, true}, {{9, 499}, false}, {{9, 0}, true}, {{8, 0}, false}, {{10, 0}, true}};
+  for (const auto& [stamp, expected] : rows) {
+    EXPECT_EQ(expected, MayBeSince(stamp, {9, 500})) << stamp.tv_sec << "." << stamp.tv_nsec;
   }
 }
 

@@ -89,7 +89,7 @@ DirectoryMemory::Directory* DirectoryMemory::Suppose(std::string_view prefix) no
 
 bool DirectoryMemory::Confirm(const Directory& supposed) {
   ItemStatus status;
-  const Error error = GetStatusOf(AT_FDCWD, PathOf(supposed.prefix), FinalLink::kTarget, status);
+  const Error error = GetStatusOf(AT_FDCWD, PathOf(*supposed.prefix), FinalLink::kTarget, status);
   return !error && Unchanged(status) == &supposed;
 }
 
@@ -114,12 +114,13 @@ NameIndex* DirectoryMemory::Recall(int directory, const std::string& prefix) {
 NameIndex* DirectoryMemory::Read(int directory, const std::string& prefix) {
   FileDescriptor descriptor;
   if (Open(directory, PathOf(prefix), O_RDONLY | O_DIRECTORY, descriptor)) return nullptr;
-  Directory read{prefix, {}, {}};
+  Directory read;
+  if (directory == AT_FDCWD) read.prefix = prefix;
   // In this order: a change that the reading may miss is then not earlier than the beginning.
   const std::timespec beginning = TimeOfNewItems();
   if (GetStatus(descriptor.get(), read.status)) return nullptr;
   if (Directory* const known = Unchanged(read.status)) {
-    known->prefix = prefix;
+    if (read.prefix) known->prefix = std::move(read.prefix);
     return &known->names;
   }
   if (MayBeSince(read.status.changed, beginning) || read.status.isEncrypted || !HasTrueStamps(descriptor.get())) {

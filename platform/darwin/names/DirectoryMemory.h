@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <list>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -31,7 +32,8 @@ class DirectoryMemory {
   static DirectoryMemory* OfThreadOrNew();
 
   struct Directory {
-    std::string prefix;
+    /// None if it has only been read by a descriptor.
+    std::optional<std::string> prefix;
     ItemStatus status;
     NameIndex names;
   };

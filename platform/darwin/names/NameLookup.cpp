@@ -61,8 +61,9 @@ class DirectorySearch {
   }
 
   /// Where many names are neither in Form C nor in Form D, one reading is cheaper than trying the spellings of each.
+  /// Only operations on trees ask by a descriptor, which do much more for each name.
   void PrepareForMore() const {
-    DirectoryMemory* const memory = DirectoryMemory::OfThreadOrNew();
+    DirectoryMemory* const memory = directory_ == AT_FDCWD ? DirectoryMemory::OfThreadOrNew() : nullptr;
     if (memory && memory->ShouldReadAfterFinding(prefix_)) {
       (void)memory->Read(directory_, prefix_);  // this name has been found without it
     }

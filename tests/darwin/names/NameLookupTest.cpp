@@ -71,7 +71,7 @@ TEST_F(NameLookup, PrefersExactBytesThenFormCThenFormDThenByteOrder) {
 
 /// The spellings of a name that is ASCII in Form C, of one that has few, and of one that has many.
 std::vector<std::string> SpellingsOfThreeNames() {
-  std::vector<std::string> names{"K", "\u212A"};
+  std::vector<std::string> names{"KK", "K\u212A", "\u212AK"};
   for (const std::string& rest : {std::string(), Repeated("\u00E9", 7)}) {
     for (const char* first : {"\u1EC7", "e\u0323\u0302", "e\u0302\u0323", "\u1EB9\u0302", "\u00EA\u0323"}) {
       names.push_back(first + (first[0] == 'e' ? FormD(rest) : rest));
@@ -113,6 +113,7 @@ TEST_F(NameLookup, SeesEveryChangeOfWhatItRemembers) {
       ASSERT_EQ(0, ::renameat2(AT_FDCWD, In("here").c_str(), AT_FDCWD, In("there").c_str(), RENAME_EXCHANGE));
       names.swap(otherNames);
     } else if (names.erase(name) == 0) {
+      if (names.size() > 3) continue;
       WriteFile(In("here/" + name), "");
       names.insert(name);
     } else if (change == 1) {
@@ -123,7 +124,8 @@ TEST_F(NameLookup, SeesEveryChangeOfWhatItRemembers) {
     }
     if (random() % 2 == 0) AwaitNextStamp();
     const FileDescriptor directory(::open(In("here").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    for (const std::string& asked : spellings) {
+    for (std::size_t i = 0; i < 2 * spellings.size(); ++i) {  // unread, and read
+      const std::string& asked = spellings[i % spellings.size()];
       const std::string expected = Expected(names, asked);
       EXPECT_EQ(In("here/" + (expected.empty() ? asked : expected)), PlaceFor(In("here/" + asked).c_str())) << step;
       std::string reached, found;

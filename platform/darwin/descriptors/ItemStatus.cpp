@@ -55,6 +55,16 @@ bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept {
   return std::tie(left.tv_sec, left.tv_nsec) < std::tie(right.tv_sec, right.tv_nsec);
 }
 
+bool IsSameTime(const std::timespec& one, const std::timespec& other) noexcept {
+  return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+}
+
+bool MayChangeUnseen(const ItemStatus& status, const std::timespec& moment) noexcept {
+  constexpr std::time_t kCoarsest = 2;  // seconds, on FAT
+  if (status.changed.tv_nsec == 0) return status.changed.tv_sec > moment.tv_sec - kCoarsest;
+  return !IsEarlier(status.changed, moment);
+}
+
 Error GetStatus(int descriptor, ItemStatus& status) noexcept { return Get(descriptor, "", AT_EMPTY_PATH, status); }
 
 Error GetStatusOf(int directory, const char* name, FinalLink finalLink, ItemStatus& status) noexcept {

@@ -51,6 +51,11 @@ struct ItemStatus {
 };
 
 bool IsEarlier(const std::timespec& left, const std::timespec& right) noexcept;
+bool IsSameTime(const std::timespec& one, const std::timespec& other) noexcept;
+
+/// Whether a change after \p moment could leave \p status as it is, because its last change is so close to that moment
+/// that the stamps of both would be the same. \p moment is by the clock of the item's file system (TimeOfNewItems).
+bool MayChangeUnseen(const ItemStatus& status, const std::timespec& moment) noexcept;
 
 /// Of an open item, also one that is open for lookup alone.
 Error GetStatus(int descriptor, ItemStatus& status) noexcept;

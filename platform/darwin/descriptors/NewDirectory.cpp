@@ -57,13 +57,10 @@ std::timespec TimeOfNewItems() noexcept {
 }
 
 // Some file systems keep whole seconds: such a stamp may belong to any moment of its second.
-bool MayBeSince(const std::timespec& stamp, const std::timespec& beginning) noexcept {
-  constexpr long kLastNanosecond = 999'999'999;
-  return !IsEarlier({stamp.tv_sec, stamp.tv_nsec == 0 ? kLastNanosecond : stamp.tv_nsec}, beginning);
-}
-
 bool IsMadeSince(const ItemStatus& status, const std::timespec& beginning) noexcept {
-  return MayBeSince(status.Created(), beginning);
+  constexpr long kLastNanosecond = 999'999'999;
+  const std::timespec made = status.Created();
+  return !IsEarlier({made.tv_sec, made.tv_nsec == 0 ? kLastNanosecond : made.tv_nsec}, beginning);
 }
 
 }  // namespace quill::darwin

@@ -24,9 +24,6 @@ Error ChooseHiddenName(std::string& name);
 /// What is made from now on is not older, by the clock of local file systems.
 std::timespec TimeOfNewItems() noexcept;
 
-/// Whether a stamp may be of that time or later.
-bool MayBeSince(const std::timespec& stamp, const std::timespec& beginning) noexcept;
-
 /// False as well for a new item of a server whose clock lags.
 bool IsMadeSince(const ItemStatus& status, const std::timespec& beginning) noexcept;
 

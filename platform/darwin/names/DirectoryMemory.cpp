@@ -49,13 +49,6 @@ bool ReadNames(DirectoryReader& reader, NameIndex& names) {
   return !reader.error();
 }
 
-bool HasSameStamps(const ItemStatus& one, const ItemStatus& other) {
-  const auto areSame = [](const std::timespec& a, const std::timespec& b) {
-    return !IsEarlier(a, b) && !IsEarlier(b, a);
-  };
-  return areSame(one.changed, other.changed) && areSame(one.modified, other.modified);
-}
-
 /// Not a thread_local object: registering its destructor ends the program when memory runs out.
 const std::optional<pthread_key_t>& Key() noexcept {
   static const auto key = []() -> std::optional<pthread_key_t> {
@@ -97,7 +90,7 @@ DirectoryMemory::Directory* DirectoryMemory::Unchanged(const ItemStatus& status)
   const auto isSame = [&](const Directory& directory) { return directory.status.IsSameAs(status); };
   const auto known = std::find_if(directories_.begin(), directories_.end(), isSame);
   if (known == directories_.end()) return nullptr;
-  if (!HasSameStamps(known->status, status)) return directories_.erase(known), nullptr;
+  if (!IsSameTime(known->status.changed, status.changed)) return directories_.erase(known), nullptr;
   directories_.splice(directories_.begin(), directories_, known);
   return &directories_.front();
 }
@@ -123,7 +116,7 @@ NameIndex* DirectoryMemory::Read(int directory, const std::string& prefix) {
     if (read.prefix) known->prefix = std::move(read.prefix);
     return &known->names;
   }
-  if (MayBeSince(read.status.changed, beginning) || read.status.isEncrypted || !HasTrueStamps(descriptor.get())) {
+  if (MayChangeUnseen(read.status, beginning) || read.status.isEncrypted || !HasTrueStamps(descriptor.get())) {
     return nullptr;
   }
   DirectoryReader reader(std::move(descriptor));

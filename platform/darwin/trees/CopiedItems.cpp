@@ -4,23 +4,12 @@
 #include <tuple>
 
 namespace quill::darwin {
-namespace {
-
-bool IsSameTime(const std::timespec& one, const std::timespec& other) noexcept {
-  return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
-}
-
-}  // namespace
-
 bool CopiedItems::IsBefore(const Item& left, const Item& right) noexcept {
   return std::tie(left.device, left.inode) < std::tie(right.device, right.inode);
 }
 
 bool CopiedItems::IsRecent(const ItemStatus& item) const noexcept {
-  constexpr std::time_t kCoarsest = 2;  // seconds, on FAT
-  if (!item.IsFile()) return false;     // what a link or a node is never changes
-  if (item.changed.tv_nsec == 0) return item.changed.tv_sec > begin_.tv_sec - kCoarsest;
-  return !IsEarlier(item.changed, begin_);
+  return item.IsFile() && MayChangeUnseen(item, begin_);  // what a link or a node is never changes
 }
 
 void CopiedItems::Add(const ItemStatus& item) {

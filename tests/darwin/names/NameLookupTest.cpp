@@ -10,10 +10,10 @@
 #include <set>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
-#include "platform/darwin/descriptors/NewDirectory.h"
 #include "platform/darwin/names/Normalization.h"
 #include "platform/darwin/paths/Changes.h"
 #include "platform/darwin/paths/Creating.h"
+#include "platform/darwin/paths/Status.h"
 #include "tests/support/Fixture.h"
 
 namespace quill::darwin {
@@ -128,27 +128,16 @@ TEST_F(NameLookup, SeesEveryChangeOfWhatItRemembers) {
       const std::string& asked = spellings[i % spellings.size()];
       const std::string expected = Expected(names, asked);
       EXPECT_EQ(In("here/" + (expected.empty() ? asked : expected)), PlaceFor(In("here/" + asked).c_str())) << step;
-      std::string reached, found;
-      (void)OnPath(In("here/" + asked).c_str(), [&](const char* path) -> Error {
-        const bool isThere = std::filesystem::exists(path);
-        if (isThere) reached = path;
-        return isThere ? 0 : ENOENT;
-      });
-      EXPECT_EQ(expected.empty() ? "" : In("here/" + expected), reached) << step;
+      ItemStatus reached, item;
+      const Error missing = expected.empty() ? ENOENT : 0;
+      EXPECT_EQ(missing, GetStatus(In("here/" + asked).c_str(), FinalLink::kItself, reached)) << step;
+      EXPECT_EQ(missing, GetStatusOf(directory.get(), expected.c_str(), FinalLink::kItself, item)) << step;
+      EXPECT_EQ(item.inode, reached.inode) << step;
       if (names.contains(asked)) continue;
-      EXPECT_EQ(expected.empty() ? ENOENT : 0, FindEquivalentName(directory.get(), asked, found)) << step;
+      std::string found;
+      EXPECT_EQ(missing, FindEquivalentName(directory.get(), asked, found)) << step;
       EXPECT_EQ(expected, found) << step;
     }
-  }
-}
-
-TEST(Stamps, MayBeOfAnyMomentThatTheyStandFor) {
-  const struct {
-    std::timespec stamp;
-    bool mayBeSince;
-  } rows[] = {{{9, 500}, true}, {{9, 501}, true}, {{9, 499}, false}, {{9, 0}, true}, {{8, 0}, false}, {{10, 0}, true}};
-  for (const auto& [stamp, expected] : rows) {
-    EXPECT_EQ(expected, MayBeSince(stamp, {9, 500})) << stamp.tv_sec << "." << stamp.tv_nsec;
   }
 }
 

@@ -137,7 +137,7 @@ class LetterWithMarks {
   /// Reads the marks at \p position, and moves past them. False if there are other ones, or too many.
   bool Read(std::string_view text, std::size_t& position) {
     if (position == 0 || !IsASCII(text[position - 1])) return false;
-    letter_ = text[position - 1];
+    letter_ = static_cast<unsigned char>(text[position - 1]);
     while (position < text.size() && MayBeginMark(text[position])) {
       if (!Insert(NextCharacter(text, position))) return false;
     }

@@ -8,10 +8,12 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "host/QuillFileBase.h"
 #include "platform/foundation/NSString.h"
@@ -51,6 +53,8 @@ constexpr unsigned long kStated = 999999;
 struct Budget {
   unsigned long calls;
   unsigned long allocations;
+  /// How often a directory may be read on; that depends on the file system, so it only tells few from many.
+  unsigned long lists = kStated;
 };
 
 void Mark(const char* text) { (void)::write(-1, text, std::strlen(text)); }
@@ -66,7 +70,8 @@ template <typename Operation>
 void Count(const char* name, unsigned long items, Budget budget, Operation operation) {
   operation();
   char text[160];
-  std::snprintf(text, sizeof text, "begin|%s|%lu|%lu|%lu", name, items, budget.calls, budget.allocations);
+  std::snprintf(text, sizeof text, "begin|%s|%lu|%lu|%lu|%lu", name, items, budget.calls, budget.allocations,
+                budget.lists);
   Mark(text);
   const unsigned long before = allocations;
   operation();
@@ -84,6 +89,29 @@ QuillFileString PathString(const fs::path& path) {
 
 void MakeFile(const fs::path& path, std::size_t size) { std::ofstream(path) << std::string(size, 'q'); }
 
+/// A directory on a file system of this machine, where there is one.
+struct InMemory {
+  explicit InMemory(const fs::path& otherwise) {
+    const fs::path memory = "/dev/shm";
+    path = (fs::is_directory(memory) ? memory : otherwise) / ("quill-cost." + std::to_string(::getpid()));
+    fs::create_directory(path);
+  }
+  InMemory(const InMemory&) = delete;
+  InMemory& operator=(const InMemory&) = delete;
+  ~InMemory() { fs::remove_all(path); }
+
+  /// Returns when the next change will have another stamp.
+  void Settle() const {
+    struct stat status;
+    std::timespec now{};
+    do {
+      Require(::stat(path.c_str(), &status) == 0 && ::clock_gettime(CLOCK_REALTIME_COARSE, &now) == 0, "the clock");
+    } while (std::pair(now.tv_sec, now.tv_nsec) <= std::pair(status.st_ctim.tv_sec, status.st_ctim.tv_nsec));
+  }
+
+  fs::path path;
+};
+
 using ReadOnly = std::unique_ptr<IQuillFileReadOnly>;
 using ReadWrite = std::unique_ptr<IQuillFileReadWriteTemp>;
 
@@ -99,6 +127,7 @@ class Driver {
     FileObject();
     Writing();
     Listing();
+    ListingInNeitherForm();
     Directories();
     Trees();
   }
@@ -190,6 +219,38 @@ class Driver {
     Count("list files", kEntries, {kFixed, kFixedHeap}, [&] { Require(List(ofFiles) == kEntries, "a listing"); });
     Count("list links", kEntries, {kEntries + kFixed, kFixedHeap},
           [&] { Require(List(ofLinks) == kEntries, "a listing"); });
+  }
+
+  /// Names that have to be searched for, twice each: one reading of the directory serves all
+  /// of them.
+  void ListingInNeitherForm() {
+    constexpr unsigned long kFixed = 16;
+    for (const auto& [operation, letters] :
+         {std::pair("ask about names of a few spellings", 1), std::pair("ask about names of many spellings", 8)}) {
+      const InMemory directory(base);
+      for (unsigned long entry = 0; entry < kEntries; ++entry) {
+        std::string name = std::to_string(entry);
+        for (int letter = 0; letter < letters; ++letter) name += "e\u0302\u0323";
+        MakeFile(directory.path / name, 1);
+      }
+      directory.Settle();
+      Count(operation, kEntries, {4 * kEntries + kFixed, kStated, kFixed}, [&] { AskAboutEntries(directory.path); });
+      if (letters == 1) continue;
+      const auto missing = PathString(directory.path / "\u1ec7\u1ec7\u1ec7\u1ec7\u1ec7\u1ec7\u1ec7\u1ec7");
+      Count("existence, missing name of many spellings", 1, {3, kStated, 0},
+            [&] { Require(!manager.FileExists(missing), "a missing file"); });
+    }
+  }
+
+  void AskAboutEntries(const fs::path& directory) {
+    FindFileInfo info;
+    QuillFileFindRef* const handle = manager.FindFirst(PathString(directory), info);
+    for (bool more = handle; more; more = manager.FindNext(handle, info)) {
+      const auto entry = PathString(directory / info.path.getUTF8());
+      long long size = 0;
+      Require(!manager.FileIsDir(entry) && manager.FileGetSize(entry, size) && size == 1, "FileGetSize");
+    }
+    (void)manager.FindClose(handle);
   }
 
   void Directories() {

@@ -28,7 +28,7 @@ awk '
   }
   /^write\(-1, "end/ {
     split($0, end, /[|"]/)
-    over = calls > begin[5] || end[3] > begin[6] + 0
+    over = calls > begin[5] || end[3] > begin[6] + 0 || lists > begin[7] + 0
     printf "%-42s %6d %5d of %3s %6d %5d of %3s%s\n", operation, begin[4], calls, limit(begin[5]), lists, end[3],
       limit(begin[6]), over ? "  EXCEEDED" : ""
     if (over) { broken = 1; print made }

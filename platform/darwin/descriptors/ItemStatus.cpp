@@ -30,6 +30,7 @@ ItemStatus Translated(const struct statx& found) noexcept {
   status.links = found.stx_nlink;
   status.deviceNumber = makedev(found.stx_rdev_major, found.stx_rdev_minor);
   status.isMountRoot = (found.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0;
+  status.isEncrypted = (found.stx_attributes & STATX_ATTR_ENCRYPTED) != 0;
   // 0 before Linux 5.8: kernels clear the fields that they do not know.
   status.mount = found.stx_mnt_id;
   return status;

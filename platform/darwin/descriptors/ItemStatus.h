@@ -34,6 +34,8 @@ struct ItemStatus {
   /// The device that a device node stands for.
   dev_t deviceNumber = 0;
   bool isMountRoot = false;
+  /// The names in such a directory are only readable while its key is at hand.
+  bool isEncrypted = false;
   /// Of the mount through which the item was reached.
   std::uint64_t mount = 0;
 

@@ -3,10 +3,11 @@
 #include <fcntl.h>
 
 #include <algorithm>
-#include <utility>
+#include <cstring>
 
 #include "platform/darwin/descriptors/DirectoryReader.h"
 #include "platform/darwin/descriptors/SystemCalls.h"
+#include "platform/darwin/names/DirectoryMemory.h"
 #include "platform/darwin/names/EquivalentForms.h"
 #include "platform/darwin/names/Normalization.h"
 
@@ -27,49 +28,71 @@ class DirectorySearch {
   Error ProbeName(std::string_view name) const { return Probe(directory_, prefix_ + std::string(name)); }
 
   Error FindEquivalent(std::string_view name, std::string& found) const {
-    EquivalentForms forms = EquivalentFormsOf(name);
-    for (std::string& form : forms.others) {
-      const Error error = ProbeName(form);
-      if (!error) found = std::move(form);
-      // Success ends the search, and so does any error that another spelling would meet as well.
-      if (!MayStandUnderAnotherName(error)) return error;
-    }
-    // Reading the directory finds every spelling, and costs as much as it has entries.
-    return forms.extent == EquivalentForms::Extent::kMany ? FindInEntries(name, found) : ENOENT;
+    if (!HasOtherForm(name)) return ENOENT;
+    const std::string composed = FormC(name);
+    const Error error = composed == name ? ENOENT : ProbeName(composed);
+    if (!error) found = composed;
+    // Success ends the search, and so does any error that another spelling would meet as well.
+    if (!MayStandUnderAnotherName(error)) return error;
+    DirectoryMemory* const memory = DirectoryMemory::OfThread();
+    NameIndex* const names = memory ? memory->Recall(directory_, prefix_) : nullptr;
+    return names ? FindIn(*names, name, found) : TrySpellings(name, composed, found);
   }
 
  private:
-  Error FindInEntries(std::string_view name, std::string& found) const {
-    const bool isByPath = directory_ == AT_FDCWD;
-    RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
-    if (isByPath && memory && memory->IsCurrent(prefix_, Freshness::kOfNow)) return memory->Find(name, found);
+  static Error FindIn(NameIndex& names, std::string_view name, std::string& found) {
+    const char* const equivalent = names.Find(name).name;
+    if (!equivalent) return ENOENT;
+    found = equivalent;
+    return {};
+  }
+
+  Error TrySpellings(std::string_view name, const std::string& composed, std::string& found) const {
+    EquivalentForms forms = EquivalentFormsOf(name);
+    for (std::string& form : forms.others) {
+      if (form == composed) continue;
+      const Error error = ProbeName(form);
+      if (!error) found = std::move(form);
+      if (!error && found != FormD(name)) PrepareForMore();
+      if (!MayStandUnderAnotherName(error)) return error;
+    }
+    // Reading the directory finds every spelling, and costs as much as it has entries.
+    return forms.extent == EquivalentForms::Extent::kMany ? ReadFor(name, composed, found) : ENOENT;
+  }
+
+  /// Where many names are neither in Form C nor in Form D, one reading is cheaper than trying the spellings of each.
+  /// Only operations on trees ask by a descriptor, which do much more for each name.
+  void PrepareForMore() const {
+    DirectoryMemory* const memory = directory_ == AT_FDCWD ? DirectoryMemory::OfThreadOrNew() : nullptr;
+    if (memory && memory->ShouldReadAfterFinding(prefix_)) {
+      (void)memory->Read(directory_, prefix_);  // this name has been found without it
+    }
+  }
+
+  Error ReadFor(std::string_view name, const std::string& composed, std::string& found) const {
+    DirectoryMemory* const memory = DirectoryMemory::OfThreadOrNew();
+    NameIndex* const names = memory ? memory->Read(directory_, prefix_) : nullptr;
+    return names ? FindIn(*names, name, found) : ReadOnceFor(composed, found);
+  }
+
+  /// The first entry in byte order whose Form C is \p composed.
+  Error ReadOnceFor(const std::string& composed, std::string& found) const {
     FileDescriptor descriptor;
     const char* const path = prefix_.empty() ? "." : prefix_.c_str();
     // Without permission to read the directory, only the forms that were tried can be found.
     if (const Error error = Open(directory_, path, O_RDONLY | O_DIRECTORY, descriptor)) {
       return error == EACCES ? ENOENT : error;
     }
-    RememberedDirectory reading(prefix_, descriptor.get());
-    const Error error = Read(std::move(descriptor), FormC(name), found, reading);
-    if (isByPath) RememberedDirectory::Remember(std::move(reading));
-    return error;
-  }
-
-  /// Finds the first entry in byte order whose Form C is \p composed.
-  static Error Read(FileDescriptor directory, const std::string& composed, std::string& found,
-                    RememberedDirectory& reading) {
-    DirectoryReader reader(std::move(directory));
+    DirectoryReader reader(std::move(descriptor));
     std::string first;
     while (const DirectoryReader::Entry* entry = reader.Next()) {
       const std::string_view name = entry->name;
-      const std::string form = FormC(name);
-      reading.Add(name, form);
       // An ASCII name is its own Form C, which has been tried already.
-      if (form == composed && !IsASCII(name) && (first.empty() || name < first)) first = name;
+      if (IsASCII(name) || (!first.empty() && name >= first)) continue;
+      if (FormC(name) == composed) first = name;
     }
     // A name that was not read may be the right one, so "not found" would be a guess.
     if (reader.error()) return reader.error();
-    reading.Finish();
     if (first.empty()) return ENOENT;
     found.swap(first);
     return {};
@@ -149,38 +172,15 @@ Error Resolve(std::string_view path, ResolvedPath& resolved) {
   return {};
 }
 
-/// Whether the thread remembers the directory of \p path, and so what a search would give: \p found or \p error.
-bool FindInMemory(std::string_view path, Freshness freshness, std::string& found, Error& error) {
-  RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
-  const std::size_t leaf = path.rfind('/') + 1;  // 0 without a slash
-  const std::string_view above = path.substr(0, leaf), name = path.substr(leaf);
-  if (!memory || !memory->IsOf(above) || !HasOtherForm(name) || !memory->IsCurrent(above, freshness)) return false;
-  std::string equivalent;
-  error = memory->Find(name, equivalent);
-  if (error) return memory->IsCurrent(above, Freshness::kOfNow);  // it may have come meanwhile
-  found = above;
-  found += equivalent;
-  memory->NoteFound(path, found);
-  return true;
-}
-
 }  // namespace
-
-bool WasJustFound(const char* path, Freshness freshness, std::string& found) {
-  RememberedDirectory* const memory = RememberedDirectory::OfThisThread();
-  return memory && memory->WasFound(path, freshness, found);
-}
 
 Error FindEquivalentName(int directory, std::string_view name, std::string& found) {
   return DirectorySearch(directory, {}).FindEquivalent(name, found);
 }
 
-Error FindEquivalentPath(const char* path, std::string& found, Freshness freshness) {
-  if (!path) return ENOENT;
-  Error remembered;
-  if (FindInMemory(path, freshness, found, remembered)) return remembered;
+Error FindEquivalentPath(const char* path, std::string& found) {
   // Most missing paths end here, before anything is allocated.
-  if (!HasOtherForm(path)) return ENOENT;
+  if (!path || !HasOtherForm(path)) return ENOENT;
   ResolvedPath resolved;
   if (const Error error = Resolve(path, resolved)) return error;
   if (!resolved.changed || resolved.missing) return ENOENT;
@@ -188,8 +188,24 @@ Error FindEquivalentPath(const char* path, std::string& found, Freshness freshne
   return {};
 }
 
+bool FindRememberedPath(std::string_view path, std::string& found) {
+  DirectoryMemory* const memory = DirectoryMemory::OfThread();
+  const std::size_t leaf = path.rfind('/') + 1;  // 0 without a slash
+  DirectoryMemory::Directory* const directory = memory ? memory->Suppose(path.substr(0, leaf)) : nullptr;
+  const std::string_view name = path.substr(leaf);
+  if (!directory || IsASCII(name)) return false;
+  const auto [equivalent, composed] = directory->names.Find(name);
+  // What should be there as given is asked for as given. So is what may be there in ASCII, which would come first.
+  if (!equivalent || equivalent == name || IsASCII(composed)) return false;
+  if (!memory->Confirm(*directory)) return false;
+  found.reserve(leaf + std::strlen(equivalent));
+  found.assign(path, 0, leaf).append(equivalent);
+  return true;
+}
+
 Error FindPathForCreation(const char* path, std::string& found) {
   if (!path) return EFAULT;
+  if (FindRememberedPath(path, found)) return {};
   ResolvedPath resolved;
   if (const Error error = Resolve(path, resolved)) return error;
   found.swap(resolved.path);

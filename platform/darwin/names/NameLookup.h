@@ -13,7 +13,6 @@
 #include <string_view>
 
 #include "platform/darwin/descriptors/Error.h"
-#include "platform/darwin/names/RememberedDirectory.h"
 
 namespace quill::darwin {
 
@@ -24,7 +23,11 @@ Error FindEquivalentName(int directory, std::string_view name, std::string& foun
 
 /// Gives \p path with every component that exists only in another form replaced by that form. ENOENT if that changes
 /// nothing, or if a component is missing in every form.
-Error FindEquivalentPath(const char* path, std::string& found, Freshness freshness = Freshness::kOfNow);
+Error FindEquivalentPath(const char* path, std::string& found);
+
+/// Gives the equivalent of a path whose last component is known not to exist as given (names/DirectoryMemory.h). Costs
+/// one call if it seems to be known, and no call else.
+bool FindRememberedPath(std::string_view path, std::string& found);
 
 /// Gives \p path for an item that is to be created. Components (the last one included) that exist only in another form
 /// are replaced, so that a creation meets the item that it would meet on an Apple file system. From the first component
@@ -35,28 +38,20 @@ Error FindPathForCreation(const char* path, std::string& found);
 /// True if the item may still exist under another form of its name.
 constexpr bool MayStandUnderAnotherName(Error error) noexcept { return error == ENOENT || error == ENAMETOOLONG; }
 
-/// Whether the last search on this thread found \p found for \p path, and another one would. Mostly costs no call: it
-/// is for the further questions about an item of a listing.
-bool WasJustFound(const char* path, Freshness freshness, std::string& found);
-
 /// Makes \p call, which takes a path and returns an Error, on the path of an existing item, and again on the equivalent
 /// path if the item is missing. EFAULT for null. If the search fails, returns its error, since the item may be there.
 template <typename Call>
-Error OnPath(const char* path, Call call, Freshness freshness = Freshness::kOfNow) {
+Error OnPath(const char* path, Call call) {
   if (!path) return EFAULT;
   std::string equivalent;
-  if (WasJustFound(path, freshness, equivalent)) {
+  if (FindRememberedPath(path, equivalent)) {
     const Error error = call(equivalent.c_str());
     if (!MayStandUnderAnotherName(error)) return error;
-    freshness = Freshness::kOfNow;
   }
   const Error error = call(path);
   if (!MayStandUnderAnotherName(error)) return error;
-  if (const Error missing = FindEquivalentPath(path, equivalent, freshness)) return missing == ENOENT ? error : missing;
-  const Error result = call(equivalent.c_str());
-  // What was there in this tick may have another name by now.
-  const bool mayBeElsewhere = freshness == Freshness::kOfThisTick && MayStandUnderAnotherName(result);
-  return mayBeElsewhere ? OnPath(path, call, Freshness::kOfNow) : result;
+  if (const Error missing = FindEquivalentPath(path, equivalent)) return missing == ENOENT ? error : missing;
+  return call(equivalent.c_str());
 }
 
 /// The same for the path of an item that is to be created.

@@ -9,8 +9,7 @@ namespace quill::darwin {
 
 // Nothing is asked beforehand: each question is made on the path as given, and only "missing" leads to a search.
 Error GetStatus(const char* path, FinalLink finalLink, ItemStatus& status) {
-  const auto ask = [&](const char* name) { return GetStatusOf(AT_FDCWD, name, finalLink, status); };
-  return OnPath(path, ask, Freshness::kOfThisTick);
+  return OnPath(path, [&](const char* name) { return GetStatusOf(AT_FDCWD, name, finalLink, status); });
 }
 
 Error IsDirectory(const char* path, bool& isDirectory) {

@@ -1,14 +1,13 @@
 #include "platform/darwin/names/NameLookup.h"
 
 #include <fcntl.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <filesystem>
-#include <functional>
-#include <thread>
+#include <random>
+#include <set>
 
 #include "platform/darwin/descriptors/FileDescriptor.h"
 #include "platform/darwin/names/Normalization.h"
@@ -70,6 +69,78 @@ TEST_F(NameLookup, PrefersExactBytesThenFormCThenFormDThenByteOrder) {
   }
 }
 
+/// The spellings of a name that is ASCII in Form C, of one that has few, and of one that has many.
+std::vector<std::string> SpellingsOfThreeNames() {
+  std::vector<std::string> names{"KK", "K\u212A", "\u212AK"};
+  for (const std::string& rest : {std::string(), Repeated("\u00E9", 7)}) {
+    for (const char* first : {"\u1EC7", "e\u0323\u0302", "e\u0302\u0323", "\u1EB9\u0302", "\u00EA\u0323"}) {
+      names.push_back(first + (first[0] == 'e' ? FormD(rest) : rest));
+    }
+  }
+  return names;
+}
+
+/// What the path of \p asked leads to in a directory that holds \p names; empty for nothing.
+std::string Expected(const std::set<std::string>& names, const std::string& asked) {
+  for (const std::string& preferred : {asked, FormC(asked), FormD(asked)}) {
+    if (names.contains(preferred)) return preferred;
+  }
+  const auto twin = std::find_if(names.begin(), names.end(), [&](auto& name) { return FormC(name) == FormC(asked); });
+  return twin == names.end() ? "" : *twin;
+}
+
+/// Returns when what changes next has a later stamp than what has changed so far.
+void AwaitNextStamp() {
+  std::timespec now{}, next{};
+  ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &now));
+  do {
+    ASSERT_EQ(0, ::clock_gettime(CLOCK_REALTIME_COARSE, &next));
+  } while (!IsEarlier(now, next));
+}
+
+// A thread remembers the names that it has read. Two directories change and change places meanwhile.
+TEST_F(NameLookup, SeesEveryChangeOfWhatItRemembers) {
+  const std::vector<std::string> spellings = SpellingsOfThreeNames();
+  std::set<std::string> names, otherNames;
+  std::filesystem::create_directories(In("here"));
+  std::filesystem::create_directories(In("there"));
+  std::minstd_rand random(1);
+  for (int step = 0; step < 500 && !HasFailure(); ++step) {
+    const std::string& name = spellings[random() % spellings.size()];
+    const std::string& other = spellings[random() % spellings.size()];
+    const auto change = random() % 8;
+    if (change == 0) {
+      ASSERT_EQ(0, ::renameat2(AT_FDCWD, In("here").c_str(), AT_FDCWD, In("there").c_str(), RENAME_EXCHANGE));
+      names.swap(otherNames);
+    } else if (names.erase(name) == 0) {
+      if (names.size() > 3) continue;
+      WriteFile(In("here/" + name), "");
+      names.insert(name);
+    } else if (change == 1) {
+      std::filesystem::rename(In("here/" + name), In("here/" + other));
+      names.insert(other);
+    } else {
+      std::filesystem::remove(In("here/" + name));
+    }
+    if (random() % 2 == 0) AwaitNextStamp();
+    const FileDescriptor directory(::open(In("here").c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    for (std::size_t i = 0; i < 2 * spellings.size(); ++i) {  // unread, and read
+      const std::string& asked = spellings[i % spellings.size()];
+      const std::string expected = Expected(names, asked);
+      EXPECT_EQ(In("here/" + (expected.empty() ? asked : expected)), PlaceFor(In("here/" + asked).c_str())) << step;
+      ItemStatus reached, item;
+      const Error missing = expected.empty() ? ENOENT : 0;
+      EXPECT_EQ(missing, GetStatus(In("here/" + asked).c_str(), FinalLink::kItself, reached)) << step;
+      EXPECT_EQ(missing, GetStatusOf(directory.get(), expected.c_str(), FinalLink::kItself, item)) << step;
+      EXPECT_EQ(item.inode, reached.inode) << step;
+      if (names.contains(asked)) continue;
+      std::string found;
+      EXPECT_EQ(missing, FindEquivalentName(directory.get(), asked, found)) << step;
+      EXPECT_EQ(expected, found) << step;
+    }
+  }
+}
+
 TEST_F(NameLookup, ResolvesPathsComponentByComponent) {
   std::filesystem::create_directories(In("e\u0301/plain/\u212A"));
   std::filesystem::create_directories(In("\u00F6"));
@@ -114,83 +185,6 @@ TEST_F(NameLookup, ProbesWithoutReadingTheDirectory) {
     EXPECT_EQ(std::nullopt, EquivalentIn(Repeated("\u00E9", 30)));
     ASSERT_EQ(0, ::chmod(Root().c_str(), 0755));
   });
-}
-
-/// Names with many spellings, of which a listing delivers the first and the directory holds the last.
-std::string Composed(int number) { return Repeated("\u00E9", 7) + std::to_string(number); }
-std::string Mixed(int number) { return "\u00E9" + Repeated("e\u0301", 6) + std::to_string(number); }
-
-/// A directory whose last change is of an earlier tick of the clock than now.
-void LetTheClockTick() { std::this_thread::sleep_for(std::chrono::milliseconds(50)); }
-
-/// How often the directory was opened since the last question.
-int TimesOpened(int watch) {
-  alignas(inotify_event) char events[4096];
-  const ssize_t size = ::read(watch, events, sizeof events);
-  return size > 0 ? static_cast<int>(static_cast<std::size_t>(size) / sizeof(inotify_event)) : 0;
-}
-
-TEST_F(NameLookup, ReadsADirectoryOnceForAllItsNames) {
-  constexpr int kNames = 300;
-  for (int number = 0; number < kNames; ++number) WriteFile(In(Mixed(number)), "");
-  LetTheClockTick();
-  const FileDescriptor watch(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-  ASSERT_LE(0, ::inotify_add_watch(watch.get(), Root().c_str(), IN_OPEN | IN_ONLYDIR));
-  int opened = 0;
-  for (int number = 0; number < kNames; ++number) {
-    ItemStatus status;
-    EXPECT_EQ(0, GetStatus(In(Composed(number)).c_str(), FinalLink::kItself, status));
-    EXPECT_EQ(std::nullopt, EquivalentOf(In(Composed(kNames + number)).c_str()));
-    opened += TimesOpened(watch.get());
-  }
-  EXPECT_EQ(1, opened);
-}
-
-TEST_F(NameLookup, NeverAnswersFromAReadingThatIsOutOfDate) {
-  const std::string composed = Composed(1), mixed = Mixed(1), decomposed = FormD(Composed(1));
-  const auto make = [](const std::string& path) { return [path] { WriteFile(path, ""); }; };
-  const auto rename = [](const std::string& from, const std::string& to) {
-    return [from, to] { ASSERT_EQ(0, ::rename(from.c_str(), to.c_str())); };
-  };
-  ASSERT_EQ(0, ::chdir(Root().c_str()));
-  const struct {
-    std::function<void()> change;
-    std::string found;  // empty: nothing
-  } steps[] = {
-      {make("d/" + mixed), mixed},
-      {rename("d/" + mixed, "d/other"), ""},
-      {rename("d/other", "d/e\u0301" + composed.substr(2)), "e\u0301" + composed.substr(2)},
-      {make("d/" + decomposed), decomposed},
-      {make("d/" + composed), composed},
-      {[] { std::filesystem::rename("d", "old"); }, ""},
-      {[] { std::filesystem::create_directory("d"); }, ""},
-      {make("d/" + mixed), mixed},
-      {[&] { std::filesystem::remove("d/" + mixed); }, ""},
-      {[] { std::filesystem::remove_all("d"), std::filesystem::rename("old", "d"); }, composed},
-  };
-  std::filesystem::create_directory("d");
-  for (const auto& [change, found] : steps) {
-    ItemStatus asked, expected;
-    change();
-    const auto ask = [&] { return GetStatus(("d/" + composed).c_str(), FinalLink::kItself, asked); };
-    EXPECT_EQ(found.empty() ? ENOENT : 0, ask()) << found;
-    LetTheClockTick();
-    for (int question = 0; question < 2; ++question) {
-      EXPECT_EQ(found.empty() ? ENOENT : 0, ask()) << found;
-      if (found.empty()) continue;
-      ASSERT_EQ(0, GetStatusOf(AT_FDCWD, ("d/" + found).c_str(), FinalLink::kItself, expected));
-      EXPECT_EQ(expected.inode, asked.inode) << found;
-    }
-  }
-  std::filesystem::create_directory("quick");
-  for (int round = 0; round < 100; ++round) {  // many of them within one tick, with equal stamps
-    ItemStatus status;
-    EXPECT_EQ(ENOENT, GetStatus(("quick/" + composed).c_str(), FinalLink::kItself, status));
-    WriteFile("quick/" + mixed, "");
-    EXPECT_EQ(0, GetStatus(("quick/" + composed).c_str(), FinalLink::kItself, status));
-    std::filesystem::remove("quick/" + mixed);
-  }
-  ASSERT_EQ(0, ::chdir("/"));
 }
 
 TEST_F(NameLookup, TemporaryItemsAreMadeInADirectoryOfAnotherForm) {

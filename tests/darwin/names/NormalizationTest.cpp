@@ -89,6 +89,21 @@ TEST(Normalization, KeepsBytesThatAreNotUTF8) {
   for (const auto& [text, composed, decomposed] : rows) ExpectForms(text, composed, decomposed);
 }
 
+TEST(Normalization, ComposesLettersWithTheirMarks) {
+  const struct {
+    std::string text, composed, decomposed;
+  } rows[] = {
+      {"xe\u0302\u0323y", "x\u1EC7y", "xe\u0323\u0302y"},  // in the other order
+      {"e\u0302\u0302\u0323", "\u1EC7\u0302", "e\u0323\u0302\u0302"},
+      {"q\u0301\u0302", "q\u0301\u0302", "q\u0301\u0302"},
+      {"e\u030D\u0301", "e\u030D\u0301", "e\u030D\u0301"},  // the first is in the way of the second
+      {"e\u0316\u0316\u0316\u0316\u0301", "\u00E9\u0316\u0316\u0316\u0316", "e\u0316\u0316\u0316\u0316\u0301"},
+      {"e\u034F\u0301", "e\u034F\u0301", "e\u034F\u0301"},
+      {"a\u0340u\u0344", "\u00E0\u01D8", "a\u0300u\u0308\u0301"},  // marks that stand for others
+  };
+  for (const auto& [text, composed, decomposed] : rows) ExpectForms(text, composed, decomposed);
+}
+
 std::string Repeated(std::string_view text, std::size_t count) {
   std::string result;
   while (count-- > 0) result += text;

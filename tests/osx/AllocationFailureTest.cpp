@@ -50,6 +50,23 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::pair<const char*, bool (CoreFileManager::*)(QuillFileString&)> kPlaces[] = {
+    {"DirGetLogDir", &CoreFileManager::DirGetLogDir},
+    {"DirGetCurrent", &CoreFileManager::DirGetCurrent},
+    {"DirGetDownloads", &CoreFileManager::DirGetDownloads},
+    {"DirGetUserHomePath", &CoreFileManager::DirGetUserHomePath},
+    {"DirGetUser", &CoreFileManager::DirGetUser},
+    {"DirGetDesktop", &CoreFileManager::DirGetDesktop},
+    {"DirGetDocuments", &CoreFileManager::DirGetDocuments},
+    {"DirGetAppData", &CoreFileManager::DirGetAppData},
+    {"DirGetAppResourceDir", &CoreFileManager::DirGetAppResourceDir},
+    {"DirGetCache", &CoreFileManager::DirGetCache},
+    {"DirGetTemp", &CoreFileManager::DirGetTemp},
+    {"FileCreateTemp", &CoreFileManager::FileCreateTemp},
+    {"DirCreateTemp", &CoreFileManager::DirCreateTemp},
+    {"FileGetTempPath", &CoreFileManager::FileGetTempPath},
+};
+
 class AllocationFailure : public DirectoryTest {
  protected:
   /// Runs the operation with room for 0, 1, 2 ... allocations until it needs no more, each time after \p prepare; then
@@ -88,9 +105,88 @@ class AllocationFailure : public DirectoryTest {
     }
   }
 
-  // Neither fits into a string's own buffer.
+  QuillFileString Other() const { return Path(In("stage/new/") + longName); }
+
+  using Subject = const QuillFileString&;
+  using Operation = std::pair<const char*, std::function<void(Subject, QuillFileString&)>>;
+
+  std::vector<Operation> Questions() {
+    return {
+        {"FileExists", [&](Subject p, QuillFileString&) { (void)manager.FileExists(p); }},
+        {"FileGetSize", [&](Subject p, QuillFileString&) { (void)manager.FileGetSize(p, size); }},
+        {"FileGetLSize", [&](Subject p, QuillFileString&) { (void)manager.FileGetLSize(p, longSize); }},
+        {"FileGetDates", [&](Subject p, QuillFileString&) { (void)manager.FileGetDates(p, freeBytes, totalBytes); }},
+        {"FileGetEffectivePermissions",
+         [&](Subject p, QuillFileString&) { (void)manager.FileGetEffectivePermissions(p); }},
+        {"FindFirst", [&](Subject p, QuillFileString&) { List(manager, p); }},
+        {"DirIsEmpty", [&](Subject p, QuillFileString&) { (void)manager.DirIsEmpty(p, answer); }},
+        {"DirSetCurrent",
+         [&](Subject p, QuillFileString&) { (void)manager.DirSetCurrent(p), manager.DirSetCurrent(Path("/")); }},
+        {"GetDownloadedStatus", [&](Subject p, QuillFileString&) { (void)manager.GetDownloadedStatus(p); }},
+        {"ScanMediaFile", [&](Subject p, QuillFileString&) { (void)manager.ScanMediaFile(p); }},
+        {"FileIsDir", [&](Subject p, QuillFileString&) { (void)manager.FileIsDir(p); }},
+        {"FileGetDiskSpace",
+         [&](Subject p, QuillFileString&) { (void)manager.FileGetDiskSpace(p, freeBytes, totalBytes); }},
+        {"FileGetSpaceAvailable",
+         [&](Subject p, QuillFileString&) { (void)manager.FileGetSpaceAvailable(p, freeBytes); }},
+        {"FileGetPathUrl", [&](Subject p, QuillFileString& result) { (void)manager.FileGetPathUrl(p, result); }},
+        {"FileGetPathUrlPreVeranda",
+         [&](Subject p, QuillFileString& result) { (void)manager.FileGetPathUrlPreVeranda(p, result); }},
+        {"FileGetUrlPath", [&](Subject p, QuillFileString& result) { (void)manager.FileGetUrlPath(p, result); }},
+        {"FileGetUrlPathPreVeranda",
+         [&](Subject p, QuillFileString& result) { (void)manager.FileGetUrlPathPreVeranda(p, result); }},
+        {"FileGetCanonicalPath",
+         [&](Subject p, QuillFileString& result) { (void)manager.FileGetCanonicalPath(p, result); }},
+        {"FileIsHidden", [&](Subject p, QuillFileString&) { (void)manager.FileIsHidden(p); }},
+        {"FileIsSymLink", [&](Subject p, QuillFileString&) { (void)manager.FileIsSymLink(p); }},
+        {"FileReadSymLink", [&](Subject p, QuillFileString& result) { (void)manager.FileReadSymLink(p, result); }},
+        {"VolumeIsReadOnly", [&](Subject p, QuillFileString&) { (void)manager.VolumeIsReadOnly(p, answer); }},
+        {"FileGetCreator", [&](Subject p, QuillFileString&) { (void)manager.FileGetCreator(p); }},
+    };
+  }
+
+  std::vector<Operation> Changes() {
+    return {
+        {"FileDelete", [&](Subject p, QuillFileString&) { (void)manager.FileDelete(p); }},
+        {"FileRename", [&](Subject p, QuillFileString&) { (void)manager.FileRename(text, p); }},
+        {"the private place",
+         [&](Subject p, QuillFileString& result) {
+           (void)manager.DirGetQuillPlayerSandboxSafeTempLocation(p, result);
+         }},
+        {"DirEnsure", [&](Subject p, QuillFileString&) { (void)manager.DirEnsure(p); }},
+        {"DirEnsureEnclosingDir", [&](Subject p, QuillFileString&) { (void)manager.DirEnsureEnclosingDir(p); }},
+        {"DirDelete", [&](Subject p, QuillFileString&) { (void)manager.DirDelete(p); }},
+        {"DirDeleteWithContents", [&](Subject p, QuillFileString&) { (void)manager.DirDeleteWithContents(p); }},
+        {"MarkDownloaded",
+         [&](Subject p, QuillFileString&) { (void)manager.MarkDownloadedFileAsUnsafeOrSafe(p, text, text, true); }},
+        {"FileCreateSymLink", [&](Subject p, QuillFileString&) { (void)manager.FileCreateSymLink(text, p); }},
+        {"FileOrDirCopy", [&](Subject p, QuillFileString&) { (void)manager.FileOrDirCopy(p, Other(), true); }},
+        {"FileOrDirCopy onto",
+         [&](Subject p, QuillFileString&) { (void)manager.FileOrDirCopy(Path("/dev/null"), p, true); }},
+        {"FileOrDirMove", [&](Subject p, QuillFileString&) { (void)manager.FileOrDirMove(p, Other(), true); }},
+        {"FileOrDirMoveToTrash",
+         [&](Subject p, QuillFileString& result) { (void)manager.FileOrDirMoveToTrash(p, result); }},
+        {"FileSetModificationDate", [&](Subject p, QuillFileString&) { (void)manager.FileSetModificationDate(p, 0); }},
+        {"FileSetReadOnly", [&](Subject p, QuillFileString&) { (void)manager.FileSetReadOnly(p, true); }},
+        {"FileCreateTempInDir",
+         [&](Subject p, QuillFileString& result) { (void)manager.FileCreateTempInDir(p, result); }},
+        {"DirCreateTempInDir",
+         [&](Subject p, QuillFileString& result) { (void)manager.DirCreateTempInDir(p, result); }},
+        {"_FileCreate", [&](Subject p, QuillFileString&) { (void)manager._FileCreate(p); }},
+        {"LastFailure", [&](Subject p, QuillFileString&) { (void)manager.FileDelete(p), (void)manager.LastFailure(); }},
+    };
+  }
+
+  // Does not fit into a string's own buffer.
   const std::string longName = std::string(100, 'x');
   quill::StandaloneFileManager manager;
+
+ private:
+  const QuillFileString text = Path(longName);
+  double freeBytes = 0, totalBytes = 0;
+  long long size = 0;
+  unsigned long long longSize = 0;
+  bool answer = false;
 };
 
 TEST_F(AllocationFailure, LeavesNothingOfAFileObject) {
@@ -128,7 +224,7 @@ TEST_F(AllocationFailure, LeavesNothingOfAFileObject) {
 
 TEST_F(AllocationFailure, LeavesNothingOfAnyOperation) {
   const ScopedVariable home("HOME", In("home")), temporary("TMPDIR", In("home"));
-  const std::string stage = In(longName);
+  const std::string stage = In("stage");
   const auto prepare = [&] {
     fs::remove_all(stage);
     fs::remove_all(In("home"));
@@ -139,88 +235,6 @@ TEST_F(AllocationFailure, LeavesNothingOfAnyOperation) {
     WriteFile(stage + "/e\xcc\x81", "x");
     fs::create_symlink("tree", stage + "/link");
     fs::create_symlink("nowhere", stage + "/dangling");
-  };
-  const QuillFileString other = Path(stage + "/new/" + longName), name = Path(longName);
-  double freeBytes = 0, totalBytes = 0;
-  long long size = 0;
-  unsigned long long longSize = 0;
-  bool answer = false;
-  FindFileInfo info;
-  using Subject = const QuillFileString&;
-  using Operation = std::pair<const char*, std::function<void(Subject, QuillFileString&)>>;
-  const Operation questions[] = {
-      {"FileExists", [&](Subject p, QuillFileString&) { (void)manager.FileExists(p); }},
-      {"FileGetSize", [&](Subject p, QuillFileString&) { (void)manager.FileGetSize(p, size); }},
-      {"FileGetLSize", [&](Subject p, QuillFileString&) { (void)manager.FileGetLSize(p, longSize); }},
-      {"FileGetDates", [&](Subject p, QuillFileString&) { (void)manager.FileGetDates(p, freeBytes, totalBytes); }},
-      {"FileGetEffectivePermissions",
-       [&](Subject p, QuillFileString&) { (void)manager.FileGetEffectivePermissions(p); }},
-      {"FindFirst", [&](Subject p, QuillFileString&) { List(manager, p); }},
-      {"DirIsEmpty", [&](Subject p, QuillFileString&) { (void)manager.DirIsEmpty(p, answer); }},
-      {"DirSetCurrent",
-       [&](Subject p, QuillFileString&) { (void)manager.DirSetCurrent(p), manager.DirSetCurrent(Path("/")); }},
-      {"GetDownloadedStatus", [&](Subject p, QuillFileString&) { (void)manager.GetDownloadedStatus(p); }},
-      {"ScanMediaFile", [&](Subject p, QuillFileString&) { (void)manager.ScanMediaFile(p); }},
-      {"FileIsDir", [&](Subject p, QuillFileString&) { (void)manager.FileIsDir(p); }},
-      {"FileGetDiskSpace",
-       [&](Subject p, QuillFileString&) { (void)manager.FileGetDiskSpace(p, freeBytes, totalBytes); }},
-      {"FileGetSpaceAvailable",
-       [&](Subject p, QuillFileString&) { (void)manager.FileGetSpaceAvailable(p, freeBytes); }},
-      {"FileGetPathUrl", [&](Subject p, QuillFileString& result) { (void)manager.FileGetPathUrl(p, result); }},
-      {"FileGetPathUrlPreVeranda",
-       [&](Subject p, QuillFileString& result) { (void)manager.FileGetPathUrlPreVeranda(p, result); }},
-      {"FileGetUrlPath", [&](Subject p, QuillFileString& result) { (void)manager.FileGetUrlPath(p, result); }},
-      {"FileGetUrlPathPreVeranda",
-       [&](Subject p, QuillFileString& result) { (void)manager.FileGetUrlPathPreVeranda(p, result); }},
-      {"FileGetCanonicalPath",
-       [&](Subject p, QuillFileString& result) { (void)manager.FileGetCanonicalPath(p, result); }},
-      {"FileIsHidden", [&](Subject p, QuillFileString&) { (void)manager.FileIsHidden(p); }},
-      {"FileIsSymLink", [&](Subject p, QuillFileString&) { (void)manager.FileIsSymLink(p); }},
-      {"FileReadSymLink", [&](Subject p, QuillFileString& result) { (void)manager.FileReadSymLink(p, result); }},
-      {"VolumeIsReadOnly", [&](Subject p, QuillFileString&) { (void)manager.VolumeIsReadOnly(p, answer); }},
-      {"FileGetCreator", [&](Subject p, QuillFileString&) { (void)manager.FileGetCreator(p); }},
-  };
-  const Operation changes[] = {
-      {"FileDelete", [&](Subject p, QuillFileString&) { (void)manager.FileDelete(p); }},
-      {"FileRename", [&](Subject p, QuillFileString&) { (void)manager.FileRename(name, p); }},
-      {"the private place",
-       [&](Subject p, QuillFileString& result) { (void)manager.DirGetQuillPlayerSandboxSafeTempLocation(p, result); }},
-      {"DirEnsure", [&](Subject p, QuillFileString&) { (void)manager.DirEnsure(p); }},
-      {"DirEnsureEnclosingDir", [&](Subject p, QuillFileString&) { (void)manager.DirEnsureEnclosingDir(p); }},
-      {"DirDelete", [&](Subject p, QuillFileString&) { (void)manager.DirDelete(p); }},
-      {"DirDeleteWithContents", [&](Subject p, QuillFileString&) { (void)manager.DirDeleteWithContents(p); }},
-      {"MarkDownloaded",
-       [&](Subject p, QuillFileString&) { (void)manager.MarkDownloadedFileAsUnsafeOrSafe(p, name, name, true); }},
-      {"FileCreateSymLink", [&](Subject p, QuillFileString&) { (void)manager.FileCreateSymLink(name, p); }},
-      {"FileOrDirCopy", [&](Subject p, QuillFileString&) { (void)manager.FileOrDirCopy(p, other, true); }},
-      {"FileOrDirCopy onto",
-       [&](Subject p, QuillFileString&) { (void)manager.FileOrDirCopy(Path("/dev/null"), p, true); }},
-      {"FileOrDirMove", [&](Subject p, QuillFileString&) { (void)manager.FileOrDirMove(p, other, true); }},
-      {"FileOrDirMoveToTrash",
-       [&](Subject p, QuillFileString& result) { (void)manager.FileOrDirMoveToTrash(p, result); }},
-      {"FileSetModificationDate", [&](Subject p, QuillFileString&) { (void)manager.FileSetModificationDate(p, 0); }},
-      {"FileSetReadOnly", [&](Subject p, QuillFileString&) { (void)manager.FileSetReadOnly(p, true); }},
-      {"FileCreateTempInDir",
-       [&](Subject p, QuillFileString& result) { (void)manager.FileCreateTempInDir(p, result); }},
-      {"DirCreateTempInDir", [&](Subject p, QuillFileString& result) { (void)manager.DirCreateTempInDir(p, result); }},
-      {"_FileCreate", [&](Subject p, QuillFileString&) { (void)manager._FileCreate(p); }},
-      {"LastFailure", [&](Subject p, QuillFileString&) { (void)manager.FileDelete(p), (void)manager.LastFailure(); }},
-  };
-  const std::pair<const char*, bool (CoreFileManager::*)(QuillFileString&)> places[] = {
-      {"DirGetLogDir", &CoreFileManager::DirGetLogDir},
-      {"DirGetCurrent", &CoreFileManager::DirGetCurrent},
-      {"DirGetDownloads", &CoreFileManager::DirGetDownloads},
-      {"DirGetUserHomePath", &CoreFileManager::DirGetUserHomePath},
-      {"DirGetUser", &CoreFileManager::DirGetUser},
-      {"DirGetDesktop", &CoreFileManager::DirGetDesktop},
-      {"DirGetDocuments", &CoreFileManager::DirGetDocuments},
-      {"DirGetAppData", &CoreFileManager::DirGetAppData},
-      {"DirGetAppResourceDir", &CoreFileManager::DirGetAppResourceDir},
-      {"DirGetCache", &CoreFileManager::DirGetCache},
-      {"DirGetTemp", &CoreFileManager::DirGetTemp},
-      {"FileCreateTemp", &CoreFileManager::FileCreateTemp},
-      {"DirCreateTemp", &CoreFileManager::DirCreateTemp},
-      {"FileGetTempPath", &CoreFileManager::FileGetTempPath},
   };
   const auto starve = [&](const Operation& operation, const std::string& path, const std::function<void()>& before) {
     const QuillFileString subject = Path(stage + "/" + path);
@@ -233,12 +247,12 @@ TEST_F(AllocationFailure, LeavesNothingOfAnyOperation) {
   };
   prepare();
   for (const char* path : {"tree", "link", "dangling", "\xc3\xa9", "none/\xc3\xa9/c"}) {
-    for (const auto& question : questions) starve(question, path, [] {});
+    for (const auto& question : Questions()) starve(question, path, [] {});
   }
   for (const char* path : {"tree", "dangling", "none/\xc3\xa9/c"}) {
-    for (const auto& change : changes) starve(change, path, prepare);
+    for (const auto& change : Changes()) starve(change, path, prepare);
   }
-  for (const auto& [label, find] : places) {
+  for (const auto& [label, find] : kPlaces) {
     const auto run = [&, call = find] {
       QuillFileString result;
       (void)(manager.*call)(result);

@@ -10,11 +10,13 @@
 #include <string_view>
 
 #include "platform/foundation/NSCharacterSet.h"
+#include "platform/foundation/NSFileManager.h"
 #include "platform/foundation/NSURL.h"
 #include "platform/osx/Operation.h"
 #include "platform/osx/PlatformString.h"
 
 using foundation::NSCharacterSet;
+using foundation::NSError;
 using foundation::NSString;
 using foundation::NSURL;
 using foundation::RetainPtr;

@@ -23,6 +23,11 @@ namespace {
 // operation of the first.
 thread_local Operation* innermost = nullptr;
 
+/// Null when no operation has failed yet. Another thread may be making it.
+FailureLog* Existing(FailureLog* const& place) noexcept {
+  return std::atomic_ref<FailureLog*>(const_cast<FailureLog*&>(place)).load(std::memory_order_acquire);
+}
+
 /// Made when it is first needed; null without memory.
 FailureLog* Obtain(FailureLog*& place) noexcept {
   const std::atomic_ref<FailureLog*> log(place);
@@ -143,13 +148,15 @@ TreeOperation::TreeOperation(OSXFileManager& manager, const char* name, const Qu
 OSXFileManager::~OSXFileManager() { delete failures_; }
 
 quill::OperationFailure OSXFileManager::LastFailure() const {
-  if (!failures_) return {};
-  const std::lock_guard lock(failures_->mutex);
-  return failures_->last;
+  quill::FailureLog* const log = quill::Existing(failures_);
+  if (!log) return {};
+  const std::lock_guard lock(log->mutex);
+  return log->last;
 }
 
 void OSXFileManager::ForgetFailure() noexcept {
-  if (!failures_) return;
-  const std::lock_guard lock(failures_->mutex);
-  failures_->last = {};
+  quill::FailureLog* const log = quill::Existing(failures_);
+  if (!log) return;
+  const std::lock_guard lock(log->mutex);
+  log->last = {};
 }

@@ -17,7 +17,8 @@ bool wasRefused = false;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: the compiler would see memory of malloc in an operator delete.
+[[gnu::noinline]] void* operator new(std::size_t size) {
   if (allocationsLeft == 0) {
     wasRefused = true;
     if (isRefusedOnce) allocationsLeft = -1;
@@ -38,7 +39,7 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   }
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
   if (memory) --living;
   std::free(memory);
 }

@@ -60,6 +60,15 @@ class FileObjectTest : public ManagerTest {
     EXPECT_EQ(4, Position(*file));
     EXPECT_TRUE(file->Write("tail", 4) && file->Truncate());  // it acts where it says it stands
     EXPECT_EQ("headtail", Contents(In("f")));
+    const std::unique_ptr<IQuillFileReadWriteTemp> appending(manager.FileOpen(At("f"), 0x03));
+    auto& append = static_cast<QuillFileBase&>(*appending);
+    long long position = 0;
+    ASSERT_TRUE(appending->Seek(2, kQuillFileSeekBegin, position));
+    EXPECT_FALSE(append.Append(megabytes.data(), megabytes.size()));
+    EXPECT_EQ(2, Position(*appending));
+    EXPECT_TRUE(appending->Write("XX", 2));
+    EXPECT_EQ("heXXtail", Contents(In("f")).substr(0, 8));
+    manager.Forget();
   }
 };
 
@@ -99,6 +108,36 @@ TEST_F(FileObjectTest, SeesWhatOthersDoOnlyAfterItsOwnWrite) {
   std::filesystem::resize_file(In("f"), 20);
   EXPECT_TRUE(file->Write("x", 1));
   EXPECT_EQ(20, SizeOf(*file));
+}
+
+TEST_F(FileObjectTest, NeverCutsWhatOthersHaveWrittenBehindItsEnd) {
+  WriteFile(In("f"), "0123456789");
+  const std::unique_ptr<IQuillFileReadWriteTemp> file(manager.FileOpen(At("f"), 0x03));
+  const std::string longer(1000, 'o');
+  WriteFile(In("f"), longer);
+  long long position = 0;
+  EXPECT_TRUE(file->Seek(20, kQuillFileSeekBegin, position) && file->Write("x", 1));
+  std::string expected = longer;
+  expected[20] = 'x';
+  EXPECT_EQ(expected, Contents(In("f")));
+}
+
+TEST_F(FileObjectTest, RemovesAFileButNoDirectoryThatHasItsPath) {
+  namespace fs = std::filesystem;
+  for (const bool isDirectory : {false, true}) {
+    std::unique_ptr<IQuillFileReadWriteTemp> file(manager.FileOpen(At("f"), 0x33));
+    static_cast<QuillFileBase&>(*file).setAutoDelete(true);
+    fs::rename(In("f"), In("moved"));
+    if (isDirectory) {
+      fs::create_directories(In("f/sub"));
+    } else {
+      WriteFile(In("f"), "another");
+    }
+    file.reset();
+    EXPECT_EQ(isDirectory, fs::exists(In("f/sub")));
+    EXPECT_EQ(isDirectory, fs::exists(In("f")));
+    EXPECT_TRUE(fs::exists(In("moved")));
+  }
 }
 
 TEST_F(FileObjectTest, ReportsAFailedReadAndRecovers) {

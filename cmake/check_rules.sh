@@ -115,7 +115,7 @@ print_share_of_comments() {
   local folder
   for folder in $darwin/{descriptors,names,paths,trees,user} platform/foundation platform/osx standalone tools; do
     files "$folder" | grep '\.cpp$' | xargs cat | awk -v folder="$folder" '
-      /^[[:space:]]*\/\// { comments++ }
+      /(^[[:space:]]*|[;{}),][[:space:]]+)\/\/[\/ ]/ { comments++ }
       /[^[:space:]]/ { lines++ }
       END { printf "%s %.0f %%, ", folder, 100 * comments / lines }'
   done | sed 's/^/Comments: /; s/, $/.\n/'

@@ -1,3 +1,5 @@
+// What the user typed, as the commands want it. Text that is not wholly a number or a date is refused: half of a date
+// would set another one.
 #include "tools/quillfs/Arguments.h"
 
 #include <time.h>

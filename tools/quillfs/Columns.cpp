@@ -1,3 +1,4 @@
+// As ls does: names run down the columns, each column is as wide as its widest name, and there are as few rows as fit.
 #include "tools/quillfs/Columns.h"
 
 #include <algorithm>

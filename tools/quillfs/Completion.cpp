@@ -1,3 +1,4 @@
+// The scripts are written from the table of commands, so that they offer what this very program knows.
 #include "tools/quillfs/Completion.h"
 
 #include <sstream>

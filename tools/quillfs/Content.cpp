@@ -1,4 +1,7 @@
 // Commands that read and write the bytes of files.
+//
+// All of it goes through file objects in pieces of kChunkSize, so that a file of any size takes the same memory. What
+// cannot be written to standard output ends the reading.
 #include <unistd.h>
 #include <cerrno>
 

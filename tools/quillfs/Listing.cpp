@@ -1,4 +1,7 @@
 // Commands that list directories and volumes.
+//
+// Entries are collected and sorted, or shown as they come (-U), when even a directory of millions takes no memory. How
+// they look is decided once, by the options and by what standard output is: columns are for eyes, lines for programs.
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -30,6 +33,7 @@ Style StyleOf(const Arguments& arguments, const Output& output) {
   return wantsLines ? Style::kLines : Style::kColumns;
 }
 
+/// Some terminals, as serial lines, do not know it and answer 0.
 int TerminalWidth() {
   struct ::winsize size {};
   return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualWidth;
@@ -72,6 +76,7 @@ class Lister {
   std::string ColoredName(const Entry& entry) const {
     std::string shown = session_.output.Shown(entry.name);
     if (!session_.output.HasColor()) return shown;
+    // A listing follows links to tell the kind, so whether it is one is asked apart.
     if (session_.manager.FileIsSymLink(PathOfEntry(entry))) return "\033[36m" + shown + "\033[0m";
     return entry.isDirectory ? "\033[1;34m" + shown + "\033[0m" : shown;
   }
@@ -82,12 +87,14 @@ class Lister {
     const bool isLink = session_.manager.FileIsSymLink(path);
     long long bytes = 0;
     double created = 0, modified = 0;
+    // The size of a directory says nothing about what is in it.
     const bool hasSize = !entry.isDirectory && session_.manager.FileGetSize(path, bytes);
     const std::string size = hasSize ? std::to_string(bytes) : "-";
     const std::string date = session_.manager.FileGetDates(path, created, modified) ? DateText(modified) : "-";
 
     std::string line = isLink ? "link" : entry.isDirectory ? "dir " : "file";
     line.append(kSizeWidth - std::min(size.size(), kSizeWidth), ' ').append(size).append("  ").append(date);
+    // The longest date has 29 characters, so that names begin in one column.
     line.append(date.size() < 29 ? 29 - date.size() : 0, ' ').append("  ").append(ColoredName(entry));
     QuillFileString target;
     if (isLink && session_.manager.FileReadSymLink(path, target))
@@ -119,7 +126,7 @@ template <typename Visit>
 int ForEachEntry(quill::StandaloneFileManager& manager, QuillFileFindRef* handle, FindFileInfo& info, Visit visit) {
   do {
     visit(Entry{std::string(TextOf(info.path)), info.type == kQuillFileTypeDirectory});
-    manager.ForgetFailure();
+    manager.ForgetFailure();  // of the questions about this entry: what is noted next is the listing's own
   } while (manager.FindNext(handle, info));
   const int brokeOff = manager.LastFailure().posixError;
   manager.FindClose(handle);

@@ -1,3 +1,5 @@
+// The manual page, written from the table of commands as well. Text of ours is escaped for roff; only the head and the
+// tail are roff already.
 #include "tools/quillfs/Manual.h"
 
 #include <cctype>

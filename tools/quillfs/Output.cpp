@@ -1,3 +1,5 @@
+// Standard output, which may be a terminal, a pipe whose reader has gone, or a full disk. The first failure is kept and
+// reported once, at the end.
 #include "tools/quillfs/Output.h"
 
 #include <unistd.h>
@@ -12,6 +14,7 @@
 
 namespace {
 
+/// no-color.org: any text in the variable refuses colour.
 bool MayColor() {
   const char* refused = std::getenv("NO_COLOR");
   const char* terminal = std::getenv("TERM");

@@ -1,4 +1,5 @@
-// Commands about directories that have a meaning for the user, the program or the process.
+// Commands about directories that have a meaning for the user, the program or the process. One table names them, from
+// which "dirs" prints all.
 #include "tools/quillfs/Command.h"
 
 namespace {

@@ -1,3 +1,5 @@
+// The observer of a running operation. It is called after each entry and every few megabytes, which is where Ctrl-C is
+// obeyed and the line on the terminal renewed.
 #include "tools/quillfs/Progress.h"
 
 #include <unistd.h>

@@ -1,3 +1,5 @@
+// A message has the subject, the code's words and number, and the system's reason where the code covers several. It is
+// made of the last failure alone, so every command begins with Begin, which forgets the one before.
 #include "tools/quillfs/Session.h"
 
 #include <cerrno>
@@ -42,6 +44,7 @@ std::string_view TextOf(const QuillFileString& path) {
   return path.getUTF8() ? std::string_view(path.getUTF8()) : std::string_view();
 }
 
+// The manager keeps a code until another one replaces it; successes leave it.
 void Session::Begin() {
   manager.SetLastError(kQuillErrNone);
   manager.ForgetFailure();

@@ -1,3 +1,4 @@
+// For a word that was mistyped: the known word that the fewest single mistakes lead to, if they are few.
 #include "tools/quillfs/Suggestion.h"
 
 #include <algorithm>

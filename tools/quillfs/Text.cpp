@@ -1,3 +1,5 @@
+// How names look on a terminal: a name may hold any bytes, and those that could move the cursor, change colours or hide
+// other text are shown as escapes.
 #include "tools/quillfs/Text.h"
 
 #include <wchar.h>

@@ -1,4 +1,7 @@
 // Commands that create, copy, move and remove items.
+//
+// Everything that may take long runs under Watched, which shows its progress and lets Ctrl-C end it between two
+// entries, where nothing is half made.
 #include <string>
 
 #include "tools/quillfs/Command.h"
@@ -27,6 +30,7 @@ void Remove(Session& session, const Arguments& arguments) {
     const bool removed = Watched(session, "removed", [&](quill::StandaloneFileManager& manager) {
       return arguments.Has("--recursive") ? manager.DirDeleteWithContents(path) : manager.FileDelete(path);
     });
+    // The others are removed all the same; the exit status says that one was not.
     if (!removed) session.Fail(path);
     if (WasInterrupted()) return;
   }
@@ -87,6 +91,7 @@ void MakeTemporary(Session& session, const Arguments& arguments) {
   const QuillFileString directory = PathOf(place ? *place : "");
   QuillFileString path;
   bool made = false;
+  // A private file is the host's business, and has its own place.
   if (isPrivate) {
     made = manager.FileGetTempPath(path);
   } else if (place) {

@@ -1,3 +1,5 @@
+// getdents64 and not readdir: a failure is told apart from the end, the position can be handed to another reader of the
+// directory, and one buffer serves all entries.
 #include "platform/darwin/descriptors/DirectoryReader.h"
 
 #include <dirent.h>
@@ -34,7 +36,7 @@ Error DirectoryReader::GoTo(std::int64_t position) noexcept {
   if (const Error error = Seek(directory_.get(), position, SEEK_SET)) return error;
   parsed_ = filled_ = 0;
   next_ = position;
-  failure_ = {};
+  failure_ = {};  // what broke off there says nothing about here
   return {};
 }
 

@@ -27,6 +27,7 @@ Error GetStatx(int directory, const char* name, int flags, unsigned mask, struct
   return Repeat([&] { return ::statx(directory, name, flags | AT_NO_AUTOMOUNT, mask, &status); });
 }
 
+// fstatat where the mode is enough: it does less than statx, and every question for existence comes here.
 Error GetMode(int directory, const char* name, int flags, mode_t& mode) noexcept {
   struct stat status;
   if (const Error error = Repeat([&] { return ::fstatat(directory, name, &status, flags); })) return error;
@@ -110,6 +111,7 @@ Error RemoveAttribute(OpenItem item, const char* name) noexcept {
   });
 }
 
+// By a path these follow a final link, as everything does that asks about an item by its path.
 Error GetAttributeOf(const char* path, const char* name, void* value, std::size_t size, std::size_t& length) noexcept {
   return Repeat([&] { return ::getxattr(path, name, value, size); }, length);
 }
@@ -122,6 +124,7 @@ Error RemoveAttributeOf(const char* path, const char* name) noexcept {
   return Repeat([&] { return ::removexattr(path, name); });
 }
 
+// Whose rights the kernel looks at, and who owns what is made.
 uid_t EffectiveUser() noexcept { return ::geteuid(); }
 
 Error ChangeCurrentDirectory(const char* path) noexcept {

@@ -65,6 +65,7 @@ Error OpenWithoutWaiting(int directory, const char* name, int flags, FileDescrip
   return error == EAGAIN ? OpenLeased(directory, name, flags, opened) : error;
 }
 
+// "." is the directory itself, whatever its name is by now.
 Error OpenForReading(int directory, FileDescriptor& opened) noexcept {
   return Open(directory, ".", O_RDONLY | O_DIRECTORY, opened);
 }
@@ -119,7 +120,7 @@ Error WriteAllAt(int file, const void* bytes, std::size_t size, std::uint64_t po
     const auto offset = static_cast<off_t>(position + written);
     std::size_t count = 0;
     if (const Error error = Repeat([&] { return ::pwrite(file, rest, size - written, offset); }, count)) return error;
-    if (count == 0) return EIO;
+    if (count == 0) return EIO;  // as above
     written += count;
   }
   return {};
@@ -138,6 +139,7 @@ Error Truncate(int file, std::int64_t length) noexcept {
   return Repeat([&] { return ::ftruncate(file, length); });
 }
 
+// Not fdatasync: the times of a moved file have to last as well.
 Error Sync(int file) noexcept {
   return Repeat([&] { return ::fsync(file); });
 }
@@ -146,6 +148,7 @@ Error SyncFileSystem(int file) noexcept {
   return Repeat([&] { return ::syncfs(file); });
 }
 
+// FICLONE shares the blocks until one of the files is written (ioctl_ficlone(2)).
 Error Clone(int from, int to) noexcept {
   SurviveFileSizeLimit();
   return Repeat([&] { return ::ioctl(to, FICLONE, from); });
@@ -169,10 +172,12 @@ Error MakeLink(int directory, const char* name, const char* target) noexcept {
   return Repeat([&] { return ::symlinkat(target, directory, name); });
 }
 
+// FIFOs and sockets anybody may make, devices only root (mknod(2)).
 Error MakeNode(int directory, const char* name, mode_t mode, dev_t device) noexcept {
   return Repeat([&] { return ::mknodat(directory, name, mode, device); });
 }
 
+// A text that fills the buffer may have been cut off: the kernel does not say so (readlink(2)).
 Error ReadLink(int directory, const char* name, char* buffer, std::size_t size, std::size_t& length) noexcept {
   return Repeat([&] { return ::readlinkat(directory, name, buffer, size); }, length);
 }
@@ -188,6 +193,7 @@ Error LinkOpenFile(int file, int toDirectory, const char* to) noexcept {
   return Link(AT_FDCWD, DescriptorPath(file).text, toDirectory, to, AT_SYMLINK_FOLLOW);
 }
 
+// A removal that was interrupted has not happened, so that the second call cannot meet another item.
 Error Unlink(int directory, const char* name, int flags) noexcept {
   return Repeat([&] { return ::unlinkat(directory, name, flags); });
 }

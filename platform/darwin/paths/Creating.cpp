@@ -1,3 +1,5 @@
+// What is created exclusively has its name from the kernel's one step. What it lacks then (rights that the umask took)
+// is added through its own descriptor, never by its name.
 #include "platform/darwin/paths/Creating.h"
 
 #include <fcntl.h>
@@ -19,6 +21,7 @@ constexpr mode_t kOpenToEveryone = 0777;
 constexpr mode_t kReadableAndWritable = 0666;
 constexpr mode_t kOwnerReadsAndWrites = S_IRUSR | S_IWUSR;
 constexpr std::string_view kTemplateEnd = "XXXXXX";
+// 62 to the power of 6 names: so many that are taken in a row are no accident.
 constexpr int kMostAttempts = 10'000;
 
 Error FillAndClose(FileDescriptor& file, std::string_view contents) {

@@ -1,3 +1,4 @@
+// Nothing is asked before the open: what was opened is looked at, so that it cannot be exchanged in between.
 #include "platform/darwin/paths/Opening.h"
 
 #include <fcntl.h>
@@ -30,6 +31,7 @@ Error OpenPositionable(const char* path, int access, FileDescriptor& file, std::
   FileDescriptor opened;
   if (const Error error = OpenExisting(path, access, opened)) return error;
   if (const Error error = RefuseDirectory(opened, access)) return error;
+  // Refuses FIFOs and sockets (ESPIPE), which no file object can serve.
   if (const Error error = Seek(opened.get(), 0, SEEK_END, end)) return error;
   file = std::move(opened);
   return {};
@@ -43,6 +45,7 @@ Error IsEmptyDirectory(const char* path, bool& empty) {
   FileDescriptor directory;
   if (const Error error = OpenDirectory(path, directory)) return error;
   DirectoryReader reader(std::move(directory));
+  // One entry is enough; the rest is not read.
   const bool hasEntry = reader.Next() != nullptr;
   if (!hasEntry && reader.error()) return reader.error();
   empty = !hasEntry;

@@ -1,3 +1,7 @@
+// Four ways to copy the bytes of a file, the cheapest that both file systems allow: share the blocks (a clone), let the
+// kernel copy extent by extent, let it copy to the end, read and write. A way that is refused for all files is not
+// tried again in the same copy. Reading goes on to the end, whatever size the file claims: others may append meanwhile,
+// and files of /proc claim to be empty.
 #include "platform/darwin/trees/Contents.h"
 
 #include <unistd.h>
@@ -12,6 +16,7 @@ namespace {
 
 constexpr std::uint64_t kLongestKernelCopy = 64 << 20;  // between two reports
 
+/// Compares the bytes with themselves, moved by one: much faster than a loop.
 bool IsZeros(const std::byte* data, std::size_t size) {
   return *data == std::byte{0} && std::memcmp(data, data + 1, size - 1) == 0;
 }

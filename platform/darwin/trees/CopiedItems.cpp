@@ -1,3 +1,5 @@
+// One entry for each item that was copied, found by device and inode in a sorted list: a tree is copied first and
+// removed afterwards, so that nothing is looked for before everything is there.
 #include "platform/darwin/trees/CopiedItems.h"
 
 #include <algorithm>

@@ -1,3 +1,6 @@
+// Files with several names are remembered on disk and not in memory: each of them gets one more link in a hidden
+// directory of the copy's private place, called by the device, the inode and the birth of its source. When the source
+// comes by again under another name, that link is linked to. So a tree of a million linked files takes no memory.
 #include "platform/darwin/trees/HardLinks.h"
 
 #include <cinttypes>
@@ -33,7 +36,7 @@ Error HardLinks::Remember(const ItemStatus& source, int directory, const char* n
   if (!kept_.IsOpen()) {
     FileDescriptor made;
     if (const Error error = MakeNewDirectory(staging_.descriptor(), kDirectoryName, made)) return error;
-    if (staging_.lacksRights()) {
+    if (staging_.lacksRights()) {  // the umask takes even the owner's
       if (const Error error = ChangeMode({made.get()}, S_IRWXU)) return error;
     }
     kept_ = std::move(made);

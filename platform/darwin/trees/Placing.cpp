@@ -1,3 +1,8 @@
+// How an item gets its final name without replacing anything. The kernel does it in one step wherever the file system
+// lets it. Elsewhere a file gets the name as a second link, which is refused when the name is taken, and loses the
+// first one; where there are no links either, an empty file is created exclusively, which claims the name, and is then
+// replaced. A directory can neither be linked nor claimed without a trace, so it is only looked whether its name is
+// free.
 #include "platform/darwin/trees/Placing.h"
 
 #include <fcntl.h>
@@ -8,6 +13,7 @@
 namespace quill::darwin {
 namespace {
 
+/// EPERM is what link(2) says where a file system has none; EMLINK and EXDEV concern this file alone.
 bool LinksAreMissing(Error error) {
   return error == EPERM || error == EOPNOTSUPP || error == ENOSYS || error == EMLINK || error == EXDEV;
 }

@@ -1,3 +1,5 @@
+// Two listeners hear of a failure: the thread's TreeFailure, from which an operation learns its cause, and the observer
+// that a program may have set. Only the first failure counts, as what comes later is mostly a consequence of it.
 #include "platform/darwin/trees/Report.h"
 
 #include <new>
@@ -9,6 +11,7 @@
 namespace quill::darwin {
 namespace {
 
+// Reports in the middle of a large file: often enough to obey a wish to stop at once, too seldom to cost anything.
 constexpr std::uint64_t kBytesBetweenReports = 4 << 20;
 
 thread_local TreeFailure* currentFailure = nullptr;
@@ -24,6 +27,7 @@ bool TreeReport::Wrote(std::uint64_t bytes) {
 }
 
 bool TreeReport::Advance(std::uint64_t bytes, std::uint64_t items) {
+  // Without an observer nobody could wish to stop.
   if (!observer_) return true;
   done_.bytes += bytes + std::exchange(unreported_, 0);
   (removesSource_ ? done_.itemsRemovedFromSource : done_.items) += items;

@@ -1,3 +1,5 @@
+// The observer belongs to the thread, so that it reaches the work on a tree through the platform's calls, which have no
+// place for it. A scope puts the former one back.
 #include "platform/darwin/trees/TreeObserver.h"
 
 #include <utility>

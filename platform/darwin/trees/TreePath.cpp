@@ -65,7 +65,7 @@ Error FindItemToTake(const char* text, TreePath& path, ItemStatus& status) {
   if (const Error error = CheckText(text)) return error;
   path.text = text;
   const SplitPath split = Split(text);
-  if (split.IsRoot()) return EBUSY;
+  if (split.IsRoot()) return EBUSY;  // what the kernel says when the root is to be renamed or removed
   if (const Error error = OpenParent(split, path)) return error;
   if (split.IsDots()) return EINVAL;
   return FindItem(path, status);

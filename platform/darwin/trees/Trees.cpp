@@ -1,3 +1,5 @@
+// The paths are looked at first, and everything that makes an operation impossible is refused before anything is made
+// or removed. From then on only descriptors and single names are used.
 #include "platform/darwin/trees/Trees.h"
 
 #include "platform/darwin/trees/Copy.h"
@@ -10,6 +12,7 @@ Error Remove(const char* text, TreeReport& report) {
   TreePath path;
   ItemStatus status;
   if (const Error error = FindItemToTake(text, path, status)) return error;
+  // As the kernel says of it, but before everything below has gone.
   if (status.isMountRoot) return EBUSY;
   RemoveTreeAt(path.parent.get(), path.name.c_str(), report);
   return report.error();
@@ -22,6 +25,7 @@ Error Copy(const char* fromText, const char* toText, TreeReport& report) {
   if (const Error error = FindItemToCopy(fromText, from, source)) return error;
   if (const Error error = FindFreePlace(toText, to, existingName)) return error;
   if (!source.IsDirectory() && to.demandsDirectory) return ENOTDIR;
+  // The copy would be copied into itself without an end.
   if (source.IsDirectory() && Holds(source, to.parent.get())) return EINVAL;
   return CopyItem({from, source, to}, report);
 }

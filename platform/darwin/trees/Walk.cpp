@@ -1,3 +1,6 @@
+// One loop and no recursion: the levels stand in a deque, so that depth costs memory and not stack. The last kWindow
+// levels have their directories open; when one more is entered the highest of these is closed, and when the walk comes
+// back to a closed one, it is reached through ".." of the level below.
 #include "platform/darwin/trees/Walk.h"
 
 #include <dirent.h>
@@ -51,6 +54,7 @@ bool TreeWalk::Visit(const DirectoryReader::Entry& entry) {
 
 Error TreeWalk::OpenBelow(const char* name, FileDescriptor& directory, ItemStatus& status) {
   const Error unopened = OpenIn(levels_.back().descriptor(), name, kDirectory, directory);
+  // It was a directory when its entry was read: O_DIRECTORY and O_NOFOLLOW say that it is another item by now.
   if (unopened == ENOTDIR || unopened == ELOOP) return Error::Replaced();
   return unopened ? unopened : GetStatus(directory.get(), status);
 }
@@ -62,6 +66,7 @@ bool TreeWalk::Enter(const char* name) {
   if (const Error error = OpenBelow(name, directory, status)) {
     const auto next = visitor_.OpenFailed(in, name, error);
     if (next != TreeVisitor::Next::kGoInto) return next == TreeVisitor::Next::kGoOn;
+    // The visitor has removed what was in the way, such as missing rights.
     const Error again = directory.IsOpen() ? Error() : OpenBelow(name, directory, status);
     if (!directory.IsOpen()) return Stop(again);
   }

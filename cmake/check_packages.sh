@@ -21,7 +21,7 @@ make_packages() {
 
 # Functions, objects and tables of the project's own; what templates of the standard library leave behind is not ours.
 exported_symbols() {
-  nm --dynamic --defined-only "$1" | cut -d ' ' -f 3 | grep -vE '^_Z(T[ISV]|Z)?N?K?(S[a-z]|9__gnu_cxx)|^_(init|fini)$' |
+  nm --dynamic --defined-only "$1" | cut -d ' ' -f 3 | grep -vE '^_Z(T[ISV]|Z)?N?K?(S[a-z]|9__gnu_cxx|10__cxxabiv1)|^_(init|fini)$' |
     c++filt | LC_ALL=C sort -u
 }
 

@@ -9,7 +9,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <vector>
@@ -63,13 +63,14 @@ bool ShowsHardLinks(const std::string& directory) {
 void MakeSocket(const std::string& directory) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, "socket");  // relative, because an address is limited in length
-  const fs::path before = fs::current_path();
-  fs::current_path(directory);
+  // Through the descriptor, because an address is limited in length, and the way back to the current directory may be
+  // closed to this user.
+  const int place = ::open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+  std::snprintf(address.sun_path, sizeof address.sun_path, "/proc/self/fd/%d/socket", place);
   const int file = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   EXPECT_EQ(0, ::bind(file, reinterpret_cast<sockaddr*>(&address), sizeof address));
   ::close(file);
-  fs::current_path(before);
+  ::close(place);
 }
 
 }  // namespace
